@@ -1,0 +1,126 @@
+/* Solid interference for machine-tool simulation: the calls of a host, for C99 and C++.
+ *
+ * A host addresses a solid by its slot, a number from 0 to 299. Lengths are in the unit of the
+ * files that it loads, the contact tolerance of 1e-4 included. A box is six floats: minimum x, y,
+ * z, maximum x, y, z. A matrix is four rows of four floats that act on a column vector (x, y, z,
+ * 1): translation in the fourth column, the fourth row gives the w of a homogeneous divide.
+ *
+ * The library keeps plain global state and takes no lock: make one call at a time.
+ * Pointers are not tested unless a comment says so.
+ */
+#ifndef SCAPI_SCAPI_H
+#define SCAPI_SCAPI_H
+
+#include <stdint.h>
+
+#include "scapi/export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Slots of the table, numbered from 0. */
+#define SCAPI_SLOT_COUNT 300
+
+/* Results. One number can mean different things on different calls, so each name says whose it is.
+ */
+enum SCAPI_RESULT {
+    SCAPI_SUCCESS = 0,          /* all calls, where they have nothing else to say */
+    SCAPI_INTERFERENCE = 1,     /* SCAPI_DetectInterference: contact */
+    SCAPI_NO_INTERFERENCE = 2,  /* SCAPI_DetectInterference: no contact found */
+    SCAPI_NOT_WRITTEN = 1,      /* a file could not be written, or not wholly */
+    SCAPI_END_OF_WALK = -1,     /* in *cursor, never returned: nothing was written by this call */
+    SCAPI_NO_FILE = -1,         /* inside the library: there is no cache file to open */
+    SCAPI_NULL_PATH = -51,      /* a path that has to be there is null */
+    SCAPI_LOOSE_VERTEX = -100,  /* a vertex carries fewer than three triangle corners */
+    SCAPI_OPEN_SIDE = -101,     /* a side of a triangle has no neighbour: the mesh is not closed */
+    SCAPI_DAMAGED_FILE = -400,  /* inside the library: a cache file is cut or contradicts itself */
+    SCAPI_OTHER_VERSION = -401, /* inside the library: a cache file of another format version */
+    SCAPI_EMPTY_SLOT = -901,    /* no solid in the slot; SCAPI_GetBbox: or no triangles in it */
+    SCAPI_BAD_SOLID_ID = -902,  /* the slot number is not in 0 to 299 */
+    SCAPI_TOO_SMALL = -903,     /* a box or cylinder under the least size */
+    SCAPI_SIMPLE_SOLID = -904,  /* inside the library: a simple solid has no such list */
+    SCAPI_DAMAGED_SIMPLE_FILE = -905, /* inside the library: as -400, in a file without edges */
+    SCAPI_UNREADABLE = 65535          /* the STL file is missing or is no STL; note the sign */
+};
+
+/* Loads an STL file, text or binary, into a slot.
+ *
+ * What stood in the slot is destroyed first, whatever comes of the load.
+ * path    names the file, 595 bytes at most; a longer one counts as a file that cannot be opened.
+ *         It may end in "(STL_SWAP_ZXY)" or "(STL_SWAP_YZX)", which is no part of the file's name:
+ *         every triple (x, y, z) of the file is then taken as (y, z, x) or (z, x, y).
+ *         Null only empties the slot.
+ * simple  0 for a full solid, which must be closed to have an octree and can be moved; anything
+ *         else for a simple one, a bag of triangles that can be struck but cannot strike.
+ * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_UNREADABLE, with a solid without triangles left in the
+ * slot; solidId when path is null. */
+SCAPI_EXPORT int SCAPI_LoadSTL(int solidId, unsigned char* path, int simple);
+
+/* Builds a box in a slot, as a full solid. What stood in the slot is destroyed first.
+ *
+ * box  six floats; on each axis minimum + 1e-4 < maximum.
+ * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_TOO_SMALL, with the slot left empty. */
+SCAPI_EXPORT int SCAPI_LoadBox(int solidId, float* box);
+
+/* Places a solid, or moves it in a straight line from one pose to another.
+ *
+ * Both matrices are replaced by their element-wise mean, shifted so that the centre of the
+ * solid's box lands where each of them puts it: a rotation between the poses is averaged away.
+ * Equal matrices place the solid. The second solid of a detection needs this call even if it
+ * stands still.
+ * start, end  matrices; they are used as they are, scale and shear included.
+ * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT. */
+SCAPI_EXPORT int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4]);
+
+/* Does an edge of solid B, as placed or moved, hit a triangle of solid A where A was loaded?
+ *
+ * Contact within 1e-4 counts, containment does not, and (a, b) is another question than (b, a).
+ * What moves belongs in solidB.
+ * Returns SCAPI_INTERFERENCE, SCAPI_NO_INTERFERENCE; SCAPI_BAD_SOLID_ID when either number is out
+ * of range; SCAPI_EMPTY_SLOT when either slot is empty. */
+SCAPI_EXPORT int SCAPI_DetectInterference(int solidA, int solidB);
+
+/* Reads the vertices of a full solid, at rest, one a call.
+ *
+ * cursor  set it to 0 before the first call and hand it back unchanged; SCAPI_END_OF_WALK in it
+ *         after a call means that the walk was over and nothing was written.
+ * xyz     three floats.
+ * Returns 0, also at the end; SCAPI_BAD_SOLID_ID, *cursor unchanged; SCAPI_EMPTY_SLOT, *cursor
+ * then -1. A simple solid has no vertices. */
+SCAPI_EXPORT int SCAPI_GetVertex(int solidId, int* cursor, float* xyz);
+
+/* Reads the triangles of a solid, at rest, one a call; cursor and results as above.
+ *
+ * corners  three points.
+ * normal   three floats, or null.
+ * On a simple solid the walk gives the triangles as loaded and hides what refinement appended;
+ * the call that sets *cursor to -1 may have written to the outputs, which then mean nothing. */
+SCAPI_EXPORT int SCAPI_GetTriangles(int solidId, int* cursor, float (*corners)[3], float* normal);
+
+/* Reads the vertex numbers of the triangles of a full solid; cursor and results as above.
+ *
+ * vertexIndices  three ints, indices in the order in which SCAPI_GetVertex walks.
+ * spare          not used. */
+SCAPI_EXPORT int SCAPI_GetLoop(int solidId, int* cursor, int* vertexIndices, float* spare);
+
+/* The box of a solid at rest.
+ *
+ * bbox  six floats, or null to ask only whether there are triangles.
+ * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT for an empty slot or a solid without triangles,
+ * whose empty box (minimum 1e10, maximum -1e10) is written all the same. */
+SCAPI_EXPORT int SCAPI_GetBbox(int solidId, float* bbox);
+
+/* Bytes in the records of all solids: 312 for each solid, 140 a triangle, 40 a vertex, 40 an edge.
+ * Octrees and spare capacity are not counted, and the 32-bit sum wraps without notice. */
+SCAPI_EXPORT int32_t SCAPI_GetUsedRAM(void);
+
+/* Both destroy all solids; the library can be used again at once. Return 0. */
+SCAPI_EXPORT int SCAPI_ReleaseSolids(void);
+SCAPI_EXPORT int SCAPI_Close(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

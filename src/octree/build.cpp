@@ -1,0 +1,66 @@
+// From a mesh to a solid that can be queried.
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "octree/sizing.h"
+#include "scapi/solid.h"
+#include "solid/bbox.h"
+
+namespace
+{
+
+// The largest triangleCount of each depth. A table, because a logarithm of the platform's could
+// put a mesh on the border of two depths on either side.
+constexpr std::array<int, kMaxDepth> kMostTriangles{1000,   1600,   6400,    25600,
+                                                    102400, 409600, 1638400, 6553600};
+
+void SizeOctree(SOLIDC& solid)
+{
+    solid.octreeDepth = OctreeDepthFor(solid.triangleCount);
+    const double halfCell = std::ldexp(0.5, -solid.octreeDepth);
+    for (int axis = 0; axis < 3; ++axis)
+        solid.octreeCellSize[axis] = float(Extent(solid.bbox, axis) * halfCell);
+}
+
+/// Before the old tree goes: nothing reads its chains meanwhile, though `triangles` may move.
+void Refine(SOLIDC& solid, int triangleMode)
+{
+    if (triangleMode)
+        solid.SubdivideTriangles(solid.octreeCellSize);
+    else
+        solid.SubdivideEdges(solid.octreeCellSize);
+}
+
+void FillOctree(SOLIDC& solid)
+{
+    solid.Release_Octree();
+    solid.octree = new OCTREEC(solid.bbox, solid.octreeDepth, solid.octreeCellSize, &solid);
+    for (int t = 0; t < solid.triangleCount; ++t)
+        if (!solid.triangles[t].superseded) solid.octree->OC_AddTriangle(&solid.triangles[t]);
+}
+
+} // namespace
+
+int OctreeDepthFor(int triangleCount)
+{
+    return static_cast<int>(
+        std::lower_bound(kMostTriangles.begin(), kMostTriangles.end(), triangleCount) -
+        kMostTriangles.begin());
+}
+
+int SOLIDC::Build_Octree(int triangleMode)
+{
+    SizeOctree(*this);
+    Refine(*this, triangleMode);
+    FillOctree(*this);
+    return 0;
+}
+
+void SOLIDC::CreateOctree(void)
+{
+    // First, because lists name triangles by index and the sort moves them.
+    SortTriangles();
+    if (!isSimple && (SC_BuildVertexList() || SC_BuildEdgesList())) return;
+    Build_Octree(isSimple);
+}

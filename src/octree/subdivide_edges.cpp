@@ -1,0 +1,101 @@
+// Refinement of a full solid: edges are split until each fits the limit, so that every triangle
+// does; the mesh stays closed.
+#include <algorithm>
+#include <cstring>
+
+#include "octree/growth.h"
+#include "octree/size_ratio.h"
+#include "scapi/solid.h"
+#include "solid/bbox.h"
+#include "solid/memory.h"
+#include "solid/triangle.h"
+
+namespace
+{
+
+// What one broken edge adds.
+constexpr int kNewTriangles = 2, kNewEdges = 3, kNewVertices = 1;
+
+template <class Record>
+void Move(Record*& array, Record* grown, int count)
+{
+    if (count) std::memcpy(static_cast<void*>(grown), array, sizeof(Record) * std::size_t(count));
+    ReleaseRecords(array);
+    array = grown;
+}
+
+void MakeRoom(SOLIDC& solid)
+{
+    const auto grows = [](int& capacity, int count, int added) {
+        const int before = capacity;
+        return (capacity = GrownCapacity(capacity, count, added)) != before;
+    };
+    if (grows(solid.triangleCapacity, solid.triangleCount, kNewTriangles))
+        Move(solid.triangles, AllocateTriangles(solid.triangleCapacity), solid.triangleCount);
+    if (grows(solid.edgeCapacity, solid.edgeCount, kNewEdges))
+        Move(solid.edges, Allocate<EdgeRec>(solid.edgeCapacity), solid.edgeCount);
+    if (grows(solid.vertexCapacity, solid.vertexCount, kNewVertices))
+        Move(solid.vertices, Allocate<VertexRec>(solid.vertexCapacity), solid.vertexCount);
+}
+
+Cut DecideEdge(const SOLIDC& solid, int edgeIndex, const SizeLimit& limit)
+{
+    const EdgeRec& edge = solid.edges[edgeIndex];
+    float ends[2][3], box[6];
+    for (int end = 0; end < 2; ++end)
+        std::memcpy(ends[end], solid.vertices[edge.vertex[end]].position, sizeof ends[end]);
+    CalcEdgeBbox(ends, box);
+    return DecideCut(limit, box);
+}
+
+/// One pass over the edges that exist when it begins; what it adds waits for the next, when flips
+/// have had their chance. @return whether any edge was broken
+bool SubdivisionPass(SOLIDC& solid, const SizeLimit& limit)
+{
+    bool broken = false;
+    const int bound = solid.edgeCount;
+    for (int e = 0; e < bound; ++e) {
+        MakeRoom(solid);
+        if (const Cut cut = DecideEdge(solid, e, limit); cut.pieces)
+            broken |= solid.BreakEdge(e, cut.pieces) > 1;
+    }
+    return broken;
+}
+
+/// Breaks and flips move indices only.
+void RefreshCorners(SOLIDC& solid)
+{
+    for (int t = 0; t < solid.triangleCount; ++t) {
+        T_LIST& triangle = solid.triangles[t];
+        for (int slot = 0; slot < 3; ++slot)
+            std::memcpy(triangle.corners[slot], VertexAt(solid, triangle.vertex[slot]).position,
+                        sizeof triangle.corners[slot]);
+        TriangleBbox(triangle.corners, triangle.bbox);
+    }
+}
+
+} // namespace
+
+int SOLIDC::SubdivideEdges(float* const limit)
+{
+    const SizeLimit sizeLimit = MakeSizeLimit(limit, bbox);
+    do Simplify2Triangles();
+    while (SubdivisionPass(*this, sizeLimit));
+    baseTriangleCount = triangleCount;
+    RefreshCorners(*this);
+    return triangleCount;
+}
+
+int SOLIDC::SubdivideEdge(int edgeIndex, float* const limit)
+{
+    if (!InRange(edgeIndex, edgeCount)) return 0;
+    const Cut cut = DecideEdge(*this, edgeIndex, MakeSizeLimit(limit, bbox));
+    return cut.pieces ? BreakEdge(edgeIndex, cut.pieces) : 0;
+}
+
+void SOLIDC::InterpVertex(float* const out, float weightA, float* const a, float weightB,
+                          float* const b)
+{
+    for (int axis = 0; axis < 3; ++axis)
+        out[axis] = float(double(a[axis]) * weightA + double(b[axis]) * weightB);
+}

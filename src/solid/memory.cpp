@@ -1,0 +1,42 @@
+#include "solid/memory.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+
+void AskNewHandler()
+{
+    const std::new_handler handler = std::get_new_handler();
+    if (!handler) std::abort();
+    handler();
+}
+
+} // namespace
+
+void* AllocateRecords(std::size_t count, std::size_t size)
+{
+    for (;;) {
+        if (void* records = std::calloc(std::max<std::size_t>(count, 1), size)) return records;
+        AskNewHandler();
+    }
+}
+
+void ReleaseRecords(void* records) { std::free(records); }
+
+void* ResizeRecords(void* records, std::size_t oldCount, std::size_t newCount, std::size_t size)
+{
+    if (newCount <= SIZE_MAX / size) {
+        if (void* moved = std::realloc(records, newCount * size)) {
+            std::memset(static_cast<char*>(moved) + oldCount * size, 0,
+                        (newCount - oldCount) * size);
+            return moved;
+        }
+    }
+    // The block still stands: a fresh one may be found where it could not grow.
+    void* fresh = AllocateRecords(newCount, size);
+    std::memcpy(fresh, records, oldCount * size);
+    ReleaseRecords(records);
+    return fresh;
+}

@@ -1,0 +1,81 @@
+// A motion as data of the solid: two matrices, two positions a vertex, an orientation a triangle.
+// Only a translation is swept; a rotation between the poses is averaged away.
+#include <cstring>
+
+#include "scapi/solid.h"
+#include "solid/matrix.h"
+#include "solid/orientation.h"
+#include "solid/vector.h"
+
+namespace
+{
+
+struct Centers {
+    float start[3], end[3], mean[3];
+};
+
+/// The centre where a matrix puts it; where it cannot, the centre itself.
+void MapCenter(const float* center, const float (*matrix)[4], float* out)
+{
+    std::memcpy(out, center, 3 * sizeof *out);
+    TransformPoint(out, matrix, center);
+}
+
+/// The mean matrix, shifted so that the centre lands where the pose puts it.
+void ShiftMean(const float (*mean)[4], const float* target, const float* centerMean,
+               float (*out)[4])
+{
+    std::memcpy(out, mean, 16 * sizeof(float));
+    for (int row = 0; row < 3; ++row)
+        out[row][3] = float(out[row][3] + (double(target[row]) - centerMean[row]));
+}
+
+Centers SetMatrices(SOLIDC& solid, const float (*start)[4], const float (*end)[4])
+{
+    float mean[4][4];
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 4; ++column)
+            mean[row][column] = float((double(start[row][column]) + end[row][column]) * 0.5f);
+    Centers centers{};
+    MapCenter(solid.center, start, centers.start);
+    MapCenter(solid.center, end, centers.end);
+    MapCenter(solid.center, mean, centers.mean);
+    ShiftMean(mean, centers.start, centers.mean, solid.sweepStart);
+    ShiftMean(mean, centers.end, centers.mean, solid.sweepEnd);
+    return centers;
+}
+
+/// A vertex that a matrix cannot map keeps its older position.
+void MoveVertices(SOLIDC& solid)
+{
+    for (int v = 0; v < solid.vertexCount; ++v) {
+        VertexRec& vertex = solid.vertices[v];
+        TransformPoint(vertex.sweepStart, solid.sweepStart, vertex.position);
+        if (solid.isSwept)
+            TransformPoint(vertex.sweepEnd, solid.sweepEnd, vertex.position);
+        else
+            std::memcpy(vertex.sweepEnd, vertex.sweepStart, sizeof vertex.sweepEnd);
+    }
+}
+
+} // namespace
+
+int SOLIDC::SC_GTsweep(float (*const start)[4], float (*const end)[4])
+{
+    SC_BuildVertexList();
+    SC_BuildEdgesList();
+    const Centers centers = SetMatrices(*this, start, end);
+    const double length = distance(centers.start, centers.end);
+    sweepLength = float(length);
+    isSwept = !isSimple && length > tolerance;
+    MoveVertices(*this);
+    if (isSwept) {
+        Subtract(centers.end, centers.start, sweepDirection);
+        Normalise(sweepDirection);
+    }
+    if (isSimple) return 0;
+    SC_BuildOrientList();
+    SC_CalcSweepBbox();
+    SC_CalcSweepTrianglesBbox();
+    return 0;
+}
