@@ -47,6 +47,6 @@ Cut DecideCut(const SizeLimit& limit, const float* box)
     for (int axis = 0; axis < 3; ++axis)
         ratio[axis] = limit.reachable[axis] ? float(Extent(box, axis) / limit.size[axis]) : 0.0f;
     const int axis = LargestAxis(ratio);
-    if (!(ratio[axis] > 1.0f)) return {axis, 0};
-    return {axis, ClampToInt(std::ceil(double(ratio[axis])), 2, kMostPieces)};
+    if (!(ratio[axis] > 1.0f)) return {axis, 0, ratio[axis]};
+    return {axis, ClampToInt(std::ceil(double(ratio[axis])), 2, kMostPieces), ratio[axis]};
 }

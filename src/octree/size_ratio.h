@@ -12,6 +12,7 @@ struct SizeLimit {
 struct Cut {
     int axis;
     int pieces;
+    float ratio; ///< of the element's size to the limit on that axis
 };
 
 /// @param bbox  of the solid, which holds every element that will be judged

@@ -1,6 +1,7 @@
 // Refinement of a full solid: edges are split until each fits the limit, so that every triangle
 // does; the mesh stays closed.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "octree/growth.h"
@@ -49,18 +50,39 @@ Cut DecideEdge(const SOLIDC& solid, int edgeIndex, const SizeLimit& limit)
 }
 
 /// One pass over the edges that exist when it begins; what it adds waits for the next, when flips
-/// have had their chance. @return whether any edge was broken
-bool SubdivisionPass(SOLIDC& solid, const SizeLimit& limit)
+/// have had their chance. @return the largest ratio of an edge that was broken, 0 when none was
+float SubdivisionPass(SOLIDC& solid, const SizeLimit& limit)
 {
-    bool broken = false;
+    float largest = 0;
     const int bound = solid.edgeCount;
     for (int e = 0; e < bound; ++e) {
         MakeRoom(solid);
-        if (const Cut cut = DecideEdge(solid, e, limit); cut.pieces)
-            broken |= solid.BreakEdge(e, cut.pieces) > 1;
+        const Cut cut = DecideEdge(solid, e, limit);
+        if (cut.pieces && solid.BreakEdge(e, cut.pieces)) largest = std::max(largest, cut.ratio);
     }
-    return broken;
+    return largest;
 }
+
+/// Whether refinement still leads anywhere. A triangle that merging left with two corners on one
+/// vertex is beyond what breaking can handle: its pieces bring back the edge that they came from,
+/// pass for pass, for ever. In a mesh without such triangles the largest edge shrinks: every edge
+/// above the limit is broken in each pass, and a new edge is no longer than the sides that it runs
+/// between. So a thousand passes without a new least maximum are a loop, and end it.
+struct Progress {
+    float least = HUGE_VALF;
+    int idlePasses = 0;
+
+    bool GoesOn(float largest)
+    {
+        constexpr int kMostIdlePasses = 1000;
+        if (largest == 0) return false;
+        if (largest < least) {
+            least = largest;
+            idlePasses = 0;
+        }
+        return idlePasses++ < kMostIdlePasses;
+    }
+};
 
 /// Breaks and flips move indices only.
 void RefreshCorners(SOLIDC& solid)
@@ -79,8 +101,9 @@ void RefreshCorners(SOLIDC& solid)
 int SOLIDC::SubdivideEdges(float* const limit)
 {
     const SizeLimit sizeLimit = MakeSizeLimit(limit, bbox);
+    Progress progress;
     do Simplify2Triangles();
-    while (SubdivisionPass(*this, sizeLimit));
+    while (progress.GoesOn(SubdivisionPass(*this, sizeLimit)));
     baseTriangleCount = triangleCount;
     RefreshCorners(*this);
     return triangleCount;

@@ -61,10 +61,10 @@ void Remember(VertexIndex& index, const float* corner, int vertex)
     ++index.knownCount;
 }
 
-/// A cell coordinate; adding 0 makes -0 the same cell as 0.
+/// A cell coordinate; adding 0 makes -0 the same cell as 0. An infinite tolerance has one cell.
 double CellOf(const VertexIndex& index, double coordinate)
 {
-    return std::floor(coordinate / index.cell) + 0.0;
+    return std::isfinite(index.cell) ? std::floor(coordinate / index.cell) + 0.0 : 0.0;
 }
 
 std::size_t BucketOf(const VertexIndex& index, double x, double y, double z)

@@ -1,0 +1,328 @@
+// The STL reader, from whole files to single numbers.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <random>
+
+#include "files/read_buffer.h"
+#include "files/stl_stream.h"
+#include "files/stl_text.h"
+#include "files/swap_marker.h"
+#include "support/meshes.h"
+
+namespace
+{
+
+/// Result of a simple load and its triangles before refinement.
+struct Loaded {
+    int result;
+    int triangles;
+    bool operator==(const Loaded&) const = default;
+};
+
+void PrintTo(const Loaded& loaded, std::ostream* out)
+{
+    *out << loaded.result << " with " << loaded.triangles << " triangles";
+}
+
+constexpr Loaded kRefused{65535, 0};
+
+Loaded Load(const std::string& content)
+{
+    TemporaryFile file(content);
+    SOLIDC solid;
+    const int result = solid.SC_LoadSTLfile(file.Path(), 1);
+    return {result, solid.baseTriangleCount};
+}
+
+std::string Facet(const std::string& corner = "0 0 0", const std::string& end = "\n")
+{
+    return "facet normal 0 0 1" + end + "outer loop" + end + "vertex " + corner + end +
+           "vertex 5 0 0" + end + "vertex 0 5 0" + end + "endloop" + end + "endfacet" + end;
+}
+
+std::string Replaced(std::string text, const std::string& what, const std::string& by)
+{
+    for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += by.size())
+        text.replace(at, what.size(), by);
+    return text;
+}
+
+const std::string kFour = Facet() + Facet() + Facet() + Facet();
+
+TEST(StlText, FormsThatRealFilesTake)
+{
+    const struct {
+        const char* fault;
+        std::string text;
+        Loaded expected;
+    } rows[] = {
+        {"Plain", "solid x\n" + kFour + "endsolid x\n", {0, 4}},
+        {"NoSolidLine", "\n" + kFour, {0, 4}},
+        {"CarriageReturns", "solid x\r\n" + Replaced(kFour, "\n", "\r\n"), {0, 4}},
+        {"Capitals",
+         "SOLID X\n" + Replaced(Replaced(kFour, "vertex", "VerTEX"), "loop", "LOOP"),
+         {0, 4}},
+        {"Indented", "solid\n" + Replaced(kFour, "vertex", "  \t vertex"), {0, 4}},
+        {"NoFacetWord", "solid\n" + Replaced(kFour, "facet normal", "normal"), {0, 4}},
+        {"NoLastNewline", "solid\n" + kFour.substr(0, kFour.size() - 1), {0, 4}},
+        {"TwoFacetsOnly", "solid\n" + Facet() + Facet(), kRefused},
+        {"BlankLineBeforeTheFourth",
+         "solid\n" + Facet() + Facet() + Facet() + "\n" + Facet(),
+         {0, 3}},
+        {"LineMissing",
+         "solid\n" + Facet() + Facet() + Facet() + Replaced(Facet(), "endloop\n", "") + Facet(),
+         {0, 3}},
+        {"AnythingForEndloop", "solid\n" + Replaced(kFour, "endloop", "whatever"), {0, 4}},
+        {"SecondSolid", "solid\n" + kFour + "endsolid\nsolid\n" + kFour, {0, 4}},
+        {"LongLines", "solid\n" + Replaced(kFour, "outer", std::string(900, 'x')), {0, 4}},
+        {"LineBeyondTheBuffer", "solid\n" + Replaced(kFour, "outer", std::string(1100, 'x')),
+         kRefused},
+        {"FirstLineBeyondTheBuffer", std::string(1024, 'x') + "\n" + kFour, kRefused},
+        {"Empty", "", kRefused},
+        {"ZeroBytes", "solid\n" + Replaced(kFour, "0 0 1", std::string("0 0 1\0junk", 10)), {0, 4}},
+        {"DegenerateFacets",
+         "solid\n" + Facet() + Facet("5 0 9e-6") + Facet() + Facet("5 0 2e-5"),
+         {0, 3}},
+        {"CoordinateOf100000",
+         "solid\n" + Facet() + Facet() + Facet() + Facet("100000 0 0") + Facet(),
+         {0, 3}},
+        {"CoordinateBelow100000", "solid\n" + kFour + Facet("99999.99 0 0"), {0, 5}},
+        {"LargeNegative", "solid\n" + kFour + Facet("-1e30 0 0"), {0, 5}},
+        {"InfiniteCoordinate", "solid\n" + kFour + Facet("-inf 0 0"), {0, 4}},
+        {"NaNCoordinate", "solid\n" + kFour + Facet("nan 0 0"), {0, 4}},
+        {"FacetEndsOnTheSixthLineAtTheEnd",
+         "solid\n" + Facet() + Facet() + Facet() +
+             Replaced(Facet(), "endloop\nendfacet\n", "endfacet"),
+         {0, 4}},
+        {"SecondVertexLineMissing",
+         "solid\n" + kFour +
+             Replaced(Facet("1 2 3"), "vertex 5 0 0\nvertex 0 5 0\nendloop\n", "x\ny\n"),
+         {0, 4}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(Load(row.text), row.expected) << row.fault;
+}
+
+TEST(StlText, EveryTruncationKeepsTheWholeFacets)
+{
+    const std::string head = "solid\n", text = head + kFour;
+    for (std::size_t length = 0; length <= text.size(); ++length) {
+        const std::size_t body = length < head.size() ? 0 : length - head.size();
+        // "endfacet" needs no line end.
+        const auto whole = static_cast<int>((body + 1) / Facet().size());
+        ASSERT_EQ(Load(text.substr(0, length)), whole < 3 ? kRefused : Loaded({0, whole}))
+            << length;
+    }
+}
+
+std::string WithCount(std::string binary, std::int32_t count)
+{
+    std::memcpy(&binary[80], &count, sizeof count);
+    return binary;
+}
+
+TEST(StlBinary, CountsThatLie)
+{
+    const std::string five = BinaryStl(SoupMesh(1, 5, 10)), two = BinaryStl(SoupMesh(2, 2, 10));
+    const struct {
+        std::string bytes;
+        Loaded expected;
+    } rows[] = {
+        {five, {0, 5}},
+        {WithCount(five, 2), {0, 5}},
+        {WithCount(five, 0), {0, 5}},
+        {WithCount(five, -7), {0, 5}},
+        {WithCount(five, 2147483647), {0, 5}},
+        {two, {0, 2}},
+        {WithCount(two, 5), kRefused},
+        {BinaryStl({}), {0, 0}},
+        {std::string("solid") + five.substr(5), {0, 5}},
+        {five + "trailing", {0, 5}},
+        {BinaryStl({Triangle{}, Triangle{}, Triangle{}}), {0, 0}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(Load(row.bytes), row.expected);
+}
+
+TEST(StlBinary, EveryTruncationKeepsTheWholeFacets)
+{
+    const std::string bytes = BinaryStl(SoupMesh(1, 4, 10));
+    for (std::size_t length = 0; length <= bytes.size(); ++length) {
+        // A facet lasts 50 bytes; its last two may be missing.
+        const int whole = length < 84 ? 0 : static_cast<int>((length - 84 + 2) / 50);
+        ASSERT_EQ(Load(bytes.substr(0, length)), whole < 3 ? kRefused : Loaded({0, whole}))
+            << length;
+    }
+}
+
+TEST(StlBinary, NormalsAreMendedAndTheBufferEdgeIsCrossed)
+{
+    const int many = 9000; // more bytes than the read-ahead holds
+    std::string bytes = BinaryStl(SoupMesh(1, many, 10));
+    const float wild[3] = {2, -3, std::nanf("")}, low[3] = {0.5f, -INFINITY, -0.25f};
+    std::memcpy(&bytes[84], wild, sizeof wild);
+    std::memcpy(&bytes[84 + 50 * (many - 1)], low, sizeof low);
+    TemporaryFile file(bytes);
+    StlStream stream{};
+    std::int32_t count = 0;
+    ASSERT_TRUE(SetStlPath(stream, file.path.c_str()));
+    ASSERT_EQ(StlOpenRead(stream, &count), 1);
+    EXPECT_EQ(count, many);
+    float normal[3], corners[9];
+    for (int i = 0; i < many; ++i) {
+        ASSERT_EQ(StlReadFacet(stream, i % 2 ? nullptr : normal, corners), 1);
+        ASSERT_EQ(stream.writePosition, 84 + 50 * (i + 1));
+        ASSERT_EQ(std::memcmp(corners, &bytes[static_cast<std::size_t>(84 + 50 * i + 12)], 36), 0);
+        if (i == 0) {
+            EXPECT_TRUE(normal[0] == 1 && normal[1] == -1 && normal[2] == 0);
+        }
+    }
+    EXPECT_EQ(StlReadFacet(stream, normal, corners), 0);
+    StlClose(stream);
+    EXPECT_EQ(stream.file, nullptr);
+}
+
+TEST(StlPath, MarkersCycleTheAxesAndAreNoPartOfTheName)
+{
+    const Mesh mesh = BoxMesh({1, 2, 3}, {11, 22, 33});
+    TemporaryFile file(BinaryStl(mesh));
+    const struct {
+        const char* marker;
+        float low[3];
+    } rows[] = {{"", {1, 2, 3}}, {"(STL_SWAP_ZXY)", {2, 3, 1}}, {"(STL_SWAP_YZX)", {3, 1, 2}}};
+    for (const auto& row : rows) {
+        std::string path = file.path + row.marker;
+        SOLIDC solid;
+        ASSERT_EQ(solid.SC_LoadSTLfile(reinterpret_cast<unsigned char*>(path.data()), 0), 0);
+        EXPECT_TRUE(std::equal(row.low, row.low + 3, solid.bbox)) << row.marker;
+        EXPECT_NE(solid.octree, nullptr) << "a cycle keeps the winding";
+        EXPECT_EQ(solid.sourceFileSize, *row.marker ? 0 : 684);
+        EXPECT_EQ(solid.sourceTime != 0, !*row.marker);
+    }
+    EXPECT_EQ(StlStripSwapMarker("a(STL_SWAP_ZXY)b(STL_SWAP_ZXY)"),
+              "a(STL_SWAP_ZXY)b(STL_SWAP_ZXY)");
+    EXPECT_EQ(StlSwapMode, 0);
+}
+
+TEST(StlPath, WhatIsNoFileIsRefusedAtOnce)
+{
+    TemporaryFile file(BinaryStl(SoupMesh(1, 5, 10)));
+    const std::string folder = file.path.substr(0, file.path.rfind('/'));
+    const std::string pipe = folder + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::string fits = file.path;
+    while (fits.size() < 595) fits.insert(fits.rfind('/'), fits.size() == 594 ? "/" : "/.");
+    const std::pair<std::string, int> rows[] = {{"", 65535},         {folder, 65535},
+                                                {pipe, 65535},       {fits, 0},
+                                                {"/" + fits, 65535}, {"/dev/zero", 65535}};
+    for (auto [path, result] : rows) {
+        SOLIDC solid;
+        EXPECT_EQ(solid.SC_LoadSTLfile(reinterpret_cast<unsigned char*>(path.data()), 1), result)
+            << path.size();
+    }
+}
+
+TEST(StlPath, NullBuildsTheUnitCube)
+{
+    SOLIDC solid;
+    EXPECT_EQ(solid.SC_LoadSTLfile(nullptr, 0), 0);
+    ExpectClosedMesh(solid);
+    EXPECT_EQ(solid.triangleCount, 48);
+    EXPECT_EQ(solid.bbox[3], 1);
+}
+
+/// Reads one facet whose first corner stands in the text, over corners that were 7 before.
+void ReadCorner(const std::string& words, float* corners)
+{
+    std::string text = Facet(words);
+    std::FILE* file = fmemopen(text.data(), text.size(), "r");
+    StlReadBuffer buffer;
+    StartBuffer(buffer, file);
+    float normal[3];
+    std::fill_n(corners, 9, 7.0f);
+    EXPECT_TRUE(TakeTextFacet(buffer, normal, corners));
+    std::fclose(file);
+}
+
+void ExpectAsScanf(const std::string& words)
+{
+    float read[9], expected[3] = {7, 7, 7};
+    ReadCorner(words, read);
+    std::string capitals = words;
+    for (char& c : capitals) c = static_cast<char>(std::toupper(c));
+    (void)std::sscanf(capitals.c_str(), "%f %f %f", &expected[0], &expected[1], &expected[2]);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE((std::isnan(expected[i]) && std::isnan(read[i])) ||
+                    std::memcmp(&read[i], &expected[i], 4) == 0)
+            << words << " number " << i;
+}
+
+TEST(StlNumbers, AreReadAsScanfReadsThem)
+{
+    for (const char* odd : {"1 2",
+                            "1 2 3 4",
+                            "1e 2 3",
+                            "1e+ 2 3",
+                            "1e5x 2 3",
+                            "+1 -2 +.5",
+                            "++1 2 3",
+                            "+-1 2 3",
+                            ". 1 2",
+                            "1. .5 -.5",
+                            "-. 1 2",
+                            "0x1p3 0x.8 0X",
+                            "inf -inf nan",
+                            "infinity nanx 1",
+                            "nan(12) 1 2",
+                            "1e39 -1e39 1e400",
+                            "1e-60 -1e-46 1e-400",
+                            "1,5 2 3",
+                            "1.5.5 2 3",
+                            "1;2 2 3",
+                            "abc 1 2",
+                            "1 abc 2",
+                            "1 2 abc",
+                            "1#QNAN 1 2",
+                            "-nan(ind) 1 2",
+                            "1d5 2 3",
+                            "\t1\v2\f3",
+                            "",
+                            "1e0005 2 3",
+                            "00000000000000000000000000000001 2 3",
+                            "3.4028235e38 3.4028236e38 1e-45",
+                            "1.17549435e-38 7.0e-46 7.1e-46",
+                            "16777217 16777219 0.1000000014901161193847656250001",
+                            "99999999999999999999999999999999999999999999 1 2",
+                            "1e99999999999999999999 1 2",
+                            "1 2 3e"})
+        ExpectAsScanf(odd);
+    std::mt19937 random(7);
+    for (int i = 0; i < 3000; ++i) {
+        const char* formats[] = {"%.6e", "%.9g", "%f", "%.17g", "%a"};
+        std::uniform_int_distribution<int> exponent(-160, 130);
+        std::uniform_real_distribution<double> mantissa(-2, 2);
+        std::string words;
+        for (int n = 0; n < 3; ++n) {
+            char text[400];
+            std::snprintf(text, sizeof text, formats[random() % 5],
+                          std::ldexp(mantissa(random), exponent(random)));
+            words += std::string(text) + " ";
+        }
+        ExpectAsScanf(words);
+    }
+}
+
+TEST(StlNumbers, PointIsAPointInEveryLocale)
+{
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) GTEST_SKIP() << "this machine has no such locale";
+    float corners[9];
+    ReadCorner("1.5 0x1.8p0 2,5", corners);
+    std::setlocale(LC_ALL, "C");
+    EXPECT_TRUE(corners[0] == 1.5f && corners[1] == 1.5f && corners[2] == 2.0f);
+}
+
+} // namespace

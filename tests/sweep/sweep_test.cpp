@@ -1,0 +1,210 @@
+// Motions, the pieces of the swept surface, and the walks over them.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <set>
+#include <vector>
+
+#include "solid/triangle.h"
+#include "support/meshes.h"
+
+namespace
+{
+
+using Corners = std::array<float, 9>;
+using Ends = std::array<float, 6>;
+
+/// A box of 2 by 3 by 4 at the origin, moved.
+std::unique_ptr<SOLIDC> MovedBox(Matrix start, Matrix end)
+{
+    auto solid = LoadedSolid(BoxMesh({0, 0, 0}, {2, 3, 4}));
+    solid->SC_GTsweep(Rows(start), Rows(end));
+    return solid;
+}
+
+std::vector<Corners> SweptTriangles(SOLIDC& solid)
+{
+    std::vector<Corners> all;
+    Corners out;
+    const auto corners = reinterpret_cast<float(*)[3]>(out.data());
+    int cursor = 0;
+    while ((cursor = solid.SC_GetSweepTrianglesInBbox(cursor, 10 * solid.triangleCount, corners,
+                                                      nullptr)) >= 0)
+        all.push_back(out);
+    return all;
+}
+
+std::vector<Ends> SweptEdges(SOLIDC& solid)
+{
+    std::vector<Ends> all;
+    Ends out;
+    const auto ends = reinterpret_cast<float(*)[3]>(out.data());
+    float everywhere[6] = {-1e9f, -1e9f, -1e9f, 1e9f, 1e9f, 1e9f};
+    int cursor = 0;
+    while ((cursor = solid.SC_GetSweepEdgesInBbox(cursor, 10 * solid.triangleCount, ends,
+                                                  everywhere)) >= 0)
+        all.push_back(out);
+    return all;
+}
+
+double Volume(const std::vector<Corners>& surface)
+{
+    double volume = 0;
+    for (const Corners& c : surface)
+        volume += (double(c[0]) * (double(c[4]) * c[8] - double(c[5]) * c[7]) +
+                   double(c[1]) * (double(c[5]) * c[6] - double(c[3]) * c[8]) +
+                   double(c[2]) * (double(c[3]) * c[7] - double(c[4]) * c[6])) /
+                  6;
+    return volume;
+}
+
+TEST(Sweep, TranslationSortsFacesIntoLeadingAndTrailing)
+{
+    const auto box = MovedBox(Translation(1, 1, 1), Translation(11, 1, 1));
+    EXPECT_EQ(box->isSwept, 1);
+    EXPECT_EQ(box->sweepLength, 10);
+    EXPECT_EQ(box->sweepDirection[0], 1);
+    for (int t = 0; t < box->triangleCount; ++t) {
+        EXPECT_EQ(box->triangles[t].sweepOrient, int(box->triangles[t].normal[0])) << t;
+        EXPECT_EQ(box->triangles[t].sweepBbox[0],
+                  box->triangles[t].sweepOrient < 0 ? 1.0f : box->triangles[t].bbox[0] + 11);
+    }
+    const float expected[6] = {1, 1, 1, 13, 4, 5};
+    EXPECT_TRUE(std::equal(expected, expected + 6, box->sweepBbox));
+    // The walls close the surface: the volume is that of the way and the box.
+    EXPECT_NEAR(Volume(SweptTriangles(*box)), 12 * 3 * 4, 1e-3);
+}
+
+TEST(Sweep, SurfaceOfAnyMotionIsClosed)
+{
+    for (const Point& way : {Point{5, 0, 0}, Point{0, -7, 0}, Point{3, 4, -12}}) {
+        const auto box = MovedBox(Translation(0, 0, 0), Translation(way[0], way[1], way[2]));
+        const double shadow =
+            3 * 4 * std::fabs(way[0]) + 2 * 4 * std::fabs(way[1]) + 2 * 3 * std::fabs(way[2]);
+        EXPECT_NEAR(Volume(SweptTriangles(*box)), 24 + shadow, 1e-3);
+    }
+}
+
+TEST(Sweep, EqualPosesPlaceTheSolid)
+{
+    const auto box = MovedBox(Translation(5, 6, 7), Translation(5, 6, 7));
+    EXPECT_EQ(box->isSwept, 0);
+    std::set<Ends> edges;
+    for (const Ends& edge : SweptEdges(*box)) edges.insert(edge);
+    EXPECT_EQ(edges.size(), static_cast<std::size_t>(box->edgeCount)) << "each edge comes out";
+    EXPECT_EQ(SweptTriangles(*box).size(), static_cast<std::size_t>(box->triangleCount));
+    for (int v = 0; v < box->vertexCount; ++v)
+        for (int axis = 0; axis < 3; ++axis) {
+            const VertexRec& vertex = box->vertices[v];
+            EXPECT_EQ(vertex.sweepStart[axis], vertex.position[axis] + 5 + float(axis));
+            EXPECT_EQ(vertex.sweepEnd[axis], vertex.sweepStart[axis]);
+        }
+    EXPECT_EQ(box->sweepDirection[0], 0);
+}
+
+TEST(Sweep, RotationBetweenPosesIsAveragedAway)
+{
+    // A quarter turn about the vertical through the centre (1, 1.5).
+    const Matrix quarter{{{0, -1, 0, 2.5f}, {1, 0, 0, 0.5f}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+    const auto box = MovedBox(Translation(0, 0, 0), quarter);
+    EXPECT_EQ(box->isSwept, 0);
+    const float mean[8] = {0.5f, -0.5f, 0, 1.25f, 0.5f, 0.5f, 0, 0.25f};
+    EXPECT_EQ(std::memcmp(mean, box->sweepStart, sizeof mean), 0);
+}
+
+TEST(Sweep, VertexThatCannotBeMappedStaysAndSmallMotionsAreNone)
+{
+    Matrix vanishing = Translation(0, 0, 0), half = Translation(0, 0, 0);
+    half[3][3] = 2;
+    auto box = MovedBox(half, half);
+    EXPECT_EQ(box->sweepBbox[3], 1.0f);
+    vanishing[3][3] = 0;
+    box->SC_GTsweep(Rows(vanishing), Rows(vanishing));
+    EXPECT_EQ(box->sweepBbox[3], 1.0f);
+    const float step = box->tolerance;
+    EXPECT_EQ(MovedBox(Translation(0, 0, 0), Translation(0.5f * step, 0, 0))->isSwept, 0);
+    EXPECT_EQ(MovedBox(Translation(0, 0, 0), Translation(2 * step, 0, 0))->isSwept, 1);
+}
+
+TEST(Sweep, SimpleSolidIsNeverSweptAndHasNoEdges)
+{
+    auto solid = LoadedSolid(BoxMesh({0, 0, 0}, {2, 3, 4}), 1);
+    Matrix start = Translation(0, 0, 0), end = Translation(9, 0, 0);
+    solid->SC_GTsweep(Rows(start), Rows(end));
+    EXPECT_EQ(solid->isSwept, 0);
+    EXPECT_EQ(solid->sweepLength, 9);
+    EXPECT_GT(solid->sweepBbox[0], solid->sweepBbox[3]) << "still the empty box";
+    EXPECT_EQ(SweptTriangles(*solid).size(), static_cast<std::size_t>(solid->triangleCount));
+}
+
+TEST(EdgeWalk, HitAtStepNineCarriesIntoTheNextTriangle)
+{
+    const auto box = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
+    float everywhere[6] = {-99, -99, -99, 99, 99, 99}, edge[2][3];
+    int carried = 0;
+    for (int t = 0; t + 1 < box->triangleCount; ++t) {
+        float expected[2][3];
+        if (!SolidInternals::GetSweptEdge(*box, t, 6, expected)) continue;
+        EXPECT_EQ(
+            box->SC_GetSweepEdgesInBbox(10 * t + 9, 10 * box->triangleCount, edge, everywhere),
+            10 * (t + 1));
+        EXPECT_EQ(std::memcmp(expected, edge, sizeof edge), 0);
+        ++carried;
+    }
+    EXPECT_GT(carried, 0);
+}
+
+TEST(EdgeWalk, RimsComeFromTheSideThatGaveThemAlready)
+{
+    const auto box = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
+    int rims = 0;
+    for (int t = 0; t < box->triangleCount; ++t)
+        for (int slot = 0; slot < 3; ++slot) {
+            float rim[2][3];
+            if (!SolidInternals::GetSweptEdge(*box, t, 3 * slot + 2, rim)) continue;
+            const int other = AcrossEdge(box->edges[box->triangles[t].edge[slot]], t);
+            EXPECT_EQ(rim[0][0], t <= other ? 0.0f : 10.0f);
+            ++rims;
+        }
+    EXPECT_EQ(rims, 8) << "the trailing face has eight halves of edges";
+}
+
+TEST(EdgeWalk, HostileCursorsAndLimitsStayInside)
+{
+    const auto full = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
+    const auto simple = LoadedSolid(BoxMesh({0, 0, 0}, {2, 3, 4}), 1);
+    float everywhere[6] = {-99, -99, -99, 99, 99, 99}, out[3][3] = {};
+    const int least = -2147483647 - 1, most = 2147483647;
+    for (SOLIDC* solid : {full.get(), simple.get()})
+        for (int cursor : {least, -11, -10, -9, -1, 0, 9, 10 * solid->triangleCount - 1,
+                           10 * solid->triangleCount, most})
+            for (int limit : {least, -1, 0, 5, 10, 10 * solid->triangleCount, most}) {
+                const int edges = solid->SC_GetSweepEdgesInBbox(cursor, limit, out, everywhere);
+                const int triangles =
+                    solid->SC_GetSweepTrianglesInBbox(cursor, limit, out, everywhere);
+                EXPECT_LE(edges, 10 * solid->triangleCount + 2);
+                EXPECT_LE(triangles, 10 * solid->triangleCount);
+                const bool walks =
+                    cursor > -10 && cursor < 10 * solid->triangleCount && cursor < limit;
+                EXPECT_TRUE(walks || triangles == -1) << cursor << ' ' << limit;
+            }
+    EXPECT_EQ(full->SC_GetSweepEdgesInBbox(-1, most, out, everywhere), -1);
+    EXPECT_EQ(full->SC_GetSweepEdgesInBbox(0, 0, out, everywhere), 0) << "stops at the limit";
+}
+
+// The step of a cursor is held against the number of edges, of which a tetrahedron has six.
+TEST(EdgeWalk, SolidWithFewEdgesEndsEarly)
+{
+    const Point a{0, 0, 0}, b{9, 0, 0}, c{0, 9, 0}, d{0, 0, 9};
+    auto solid = BareSolid({{a, c, b}, {a, b, d}, {a, d, c}, {b, c, d}});
+    Matrix start = Translation(0, 0, 0), end = Translation(50, 50, 50);
+    solid->SC_GTsweep(Rows(start), Rows(end));
+    ASSERT_EQ(solid->edgeCount, 6);
+    float everywhere[6] = {-99, -99, -99, 99, 99, 99}, out[2][3];
+    EXPECT_GE(solid->SC_GetSweepEdgesInBbox(5, 40, out, everywhere), 0);
+    EXPECT_EQ(solid->SC_GetSweepEdgesInBbox(6, 40, out, everywhere), -1);
+}
+
+} // namespace
