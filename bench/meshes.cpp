@@ -1,0 +1,84 @@
+#include "meshes.h"
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+using Point = std::array<float, 3>;
+using Triangle = std::array<Point, 3>;
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+std::vector<Triangle> Sphere(int triangles)
+{
+    const int rings = static_cast<int>(std::lround(std::sqrt(triangles / 4.0))),
+              sectors = 2 * rings;
+    const double pi = std::acos(-1.0);
+    const auto at = [&](int ring, int sector) -> Point {
+        const double v = pi * ring / rings, u = 2 * pi * (sector % sectors) / sectors;
+        const bool pole = ring == 0 || ring == rings;
+        const double r = pole ? 100 : 100 + 5 * std::sin(7 * v) * std::sin(v) * std::cos(6 * u);
+        return {static_cast<float>(pole ? 0 : r * std::sin(v) * std::cos(u)),
+                static_cast<float>(pole ? 0 : r * std::sin(v) * std::sin(u)),
+                static_cast<float>(r * std::cos(v))};
+    };
+    std::vector<Triangle> mesh;
+    for (int i = 0; i < rings; ++i)
+        for (int j = 0; j < sectors; ++j) {
+            const Point a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
+            if (i + 1 < rings) mesh.push_back({a, b, c});
+            if (i > 0) mesh.push_back({a, c, d});
+        }
+    return mesh;
+}
+
+void WriteBinary(std::FILE* file, const std::vector<Triangle>& mesh)
+{
+    const std::array<char, 80> header{};
+    const auto count = static_cast<std::uint32_t>(mesh.size());
+    const Point normal{};
+    std::fwrite(header.data(), 1, header.size(), file);
+    std::fwrite(&count, sizeof count, 1, file);
+    for (const Triangle& triangle : mesh) {
+        std::fwrite(&normal, sizeof normal, 1, file);
+        std::fwrite(&triangle, sizeof triangle, 1, file);
+        std::fwrite("\0", 1, 2, file);
+    }
+}
+
+void WriteText(std::FILE* file, const std::vector<Triangle>& mesh)
+{
+    std::fputs("solid sphere\n", file);
+    for (const Triangle& triangle : mesh) {
+        std::fputs("  facet normal 0.000000e+00 0.000000e+00 0.000000e+00\n    outer loop\n", file);
+        for (const Point& p : triangle)
+            std::fprintf(file, "      vertex %.6e %.6e %.6e\n", double(p[0]), double(p[1]),
+                         double(p[2]));
+        std::fputs("    endloop\n  endfacet\n", file);
+    }
+    std::fputs("endsolid sphere\n", file);
+}
+
+} // namespace
+
+int WriteSphere(const std::string& path, int triangles, bool text)
+{
+    const std::vector<Triangle> mesh = Sphere(triangles);
+    const File file(std::fopen(path.c_str(), "wb"));
+    if (!file) {
+        std::perror(path.c_str());
+        std::exit(2);
+    }
+    text ? WriteText(file.get(), mesh) : WriteBinary(file.get(), mesh);
+    return static_cast<int>(mesh.size());
+}
