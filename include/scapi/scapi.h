@@ -46,15 +46,19 @@ enum SCAPI_RESULT {
 
 /* Loads an STL file, text or binary, into a slot.
  *
- * What stood in the slot is destroyed first, whatever comes of the load.
+ * What stood in the slot is destroyed first, whatever comes of the load. The costly work is kept in
+ * a cache file beside the STL file, same name, extension "SLD", and taken from there as long as the
+ * modification time of the STL file is the one that it was made from.
  * path    names the file, 595 bytes at most; a longer one counts as a file that cannot be opened.
  *         It may end in "(STL_SWAP_ZXY)" or "(STL_SWAP_YZX)", which is no part of the file's name:
  *         every triple (x, y, z) of the file is then taken as (y, z, x) or (z, x, y).
  *         Null only empties the slot.
  * simple  0 for a full solid, which must be closed to have an octree and can be moved; anything
  *         else for a simple one, a bag of triangles that can be struck but cannot strike.
+ *         A current cache of a full solid serves a wish for a simple one, and stays full.
  * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_UNREADABLE, with a solid without triangles left in the
- * slot; solidId when path is null. */
+ * slot; SCAPI_NOT_WRITTEN with a good solid whose cache could not be written; SCAPI_OPEN_SIDE with
+ * an empty solid; solidId when path is null. */
 SCAPI_EXPORT int SCAPI_LoadSTL(int solidId, unsigned char* path, int simple);
 
 /* Builds a box in a slot, as a full solid. What stood in the slot is destroyed first.
@@ -62,6 +66,20 @@ SCAPI_EXPORT int SCAPI_LoadSTL(int solidId, unsigned char* path, int simple);
  * box  six floats; on each axis minimum + 1e-4 < maximum.
  * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_TOO_SMALL, with the slot left empty. */
 SCAPI_EXPORT int SCAPI_LoadBox(int solidId, float* box);
+
+/* Builds a cylinder of 32 segments in a slot, as a full solid. What stood there is destroyed first.
+ *
+ * axisStart, axisEnd  the ends of its axis, three floats each, more than 1e-4 apart.
+ * radius              above 1e-4.
+ * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_TOO_SMALL, with the slot left empty. */
+SCAPI_EXPORT int SCAPI_LoadCylinder(int solidId, float* axisStart, float* axisEnd, float radius);
+
+/* Writes the triangles of a solid as a binary STL file, as they stand after refinement.
+ *
+ * path  replaces the file that is there; a swap marker is cut off.
+ * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT; SCAPI_NULL_PATH; SCAPI_NOT_WRITTEN when the file
+ * cannot be created. */
+SCAPI_EXPORT int SCAPI_SaveSTL(int solidId, unsigned char* path);
 
 /* Places a solid, or moves it in a straight line from one pose to another.
  *
@@ -80,6 +98,21 @@ SCAPI_EXPORT int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4])
  * Returns SCAPI_INTERFERENCE, SCAPI_NO_INTERFERENCE; SCAPI_BAD_SOLID_ID when either number is out
  * of range; SCAPI_EMPTY_SLOT when either slot is empty. */
 SCAPI_EXPORT int SCAPI_DetectInterference(int solidA, int solidB);
+
+/* Can two solids meet at all, each on its way from a start to an end pose? By boxes alone.
+ *
+ * startA ... endB  matrices, 16 floats in row order.
+ * Returns 1 when their boxes meet or touch in the frames of both, when A moves by more than 1e-4,
+ * or when a start matrix has no inverse; 0 when they do not meet, when a slot is empty, or when a
+ * number is out of range. */
+SCAPI_EXPORT int SCAPI_BboxesInterference(int solidA, float* startA, float* endA, int solidB,
+                                          float* startB, float* endB);
+
+/* Transforms the triangles of a solid in place, and nothing else: its boxes, its vertices and its
+ * octree go on describing the solid as it was loaded.
+ *
+ * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT. */
+SCAPI_EXPORT int SCAPI_Rotate(int solidId, float (*matrix)[4]);
 
 /* Reads the vertices of a full solid, at rest, one a call.
  *

@@ -68,6 +68,8 @@ public:
     int SC_GetSolidBbox(float* const bbox);
     /// @}
 
+    /// @name Loading
+    /// @{
     /// Builds the mesh of a box; minimum below maximum is not tested. @return 0
     int LoadBox(float* const box);
     /// Reads an STL file.
@@ -75,6 +77,28 @@ public:
     /// @param simple  stored in isSimple
     /// @return 0, or 65535 when the file can be read neither as text nor as binary
     int SC_LoadSTLfile(unsigned char* path, int simple);
+    /// Builds the mesh of a cylinder of 32 segments, three floats for each end of the axis; sizes
+    /// are not tested. @return 0
+    int LoadCyl(float* const axisStart, float* const axisEnd, float radius);
+    /// Replaces the mesh by that of an SLD file, as it was written.
+    /// @return 0; -1 when there is no file, the solid is untouched; -401 for another version, -400
+    ///         for a damaged file, the solid is empty; -905 for a damaged file without edges, 1 for
+    ///         one that ends behind its counts: arrays of zeros, no octree
+    int SC_LoadSLDfile(unsigned char* path);
+    /// @}
+
+    /// @name Writing. Each replaces the file that is there.
+    /// @{
+    /// Writes the SLD file of the solid; builds the lists of a full one first.
+    /// @return 0; 1 when not all was written; -100 or -101 when a list cannot be built, the solid
+    ///         is then empty and the file holds no triangles; 1 may be ored into these
+    int SC_SaveSLDfile(unsigned char* path);
+    /// Writes all triangles as a binary STL file. @return 0, or 1 when it cannot be created
+    int SC_SaveSTLfile(unsigned char* path);
+    /// Writes the swept surfaces of this solid and of `other` into one binary STL file.
+    /// @return 0, or 1 when it cannot be created
+    int SC_SaveSweepSTLfiles(unsigned char* path, SOLIDC* other);
+    /// @}
 
     /// @name Topology of a full solid. A list that exists is not built again.
     /// @{
@@ -144,6 +168,9 @@ public:
     int SC_DetectIntersection(SOLIDC* other);
     /// One triangle against a solid. @return 1 or 0
     int Triangle_to_SolidBTriangles(T_LIST* triangle, SOLIDC* solid);
+    /// Does a box meet this solid: the occupied cells of a simple one, the bbox of a full one,
+    /// which touching meets? @return 1 or 0; 0 for a simple solid without octree
+    int CheckBoxInterference(float* const box);
     /// One triangle of this solid against the edges of one triangle of `solid`; answers 0 for all
     /// but the first triangle of this solid. @return 1 or 0
     int Triangle_to_SolidBEdges(T_LIST* triangle, SOLIDC* solid);
@@ -153,6 +180,9 @@ public:
     /// @{
     /// Places or moves the solid, see SCAPI_DefSweep. @return 0
     int SC_GTsweep(float (*const start)[4], float (*const end)[4]);
+    /// Transforms corners and normals of the triangles in place, and nothing else: boxes, vertices
+    /// and octree go on describing the mesh as it was.
+    void SC_Rotate(float (*const matrix)[4]);
     /// The next edge of the swept surface whose box meets `box`.
     /// @param cursor  triangle index * 10 + step: 0 to start, then the last result
     /// @param limit   in the same unit; triangles from limit / 10 on are not walked
@@ -171,6 +201,7 @@ private:
 
     void Release_Lists(void);
     void Check_Solid(int);
+    int SC_GetSLDheader(unsigned char* buffer);
     int AddTriangle(float* const a, float* const b, float* const c);
     void Add_TriangleOffset(float (*const corners)[3], float* const offset);
     int CalcTriangleBbox(float (*const corners)[3], float* const box);

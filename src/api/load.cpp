@@ -1,16 +1,28 @@
 // The calls that fill a slot. What stood there is gone before the new solid is known to be good.
 #include "api/table.h"
+#include "files/load_policy.h"
 
 namespace
 {
 
 constexpr float kLeastExtent = 1e-4f;
+constexpr float kLeastSquaredAxis = 1e-8f;
 
 bool IsThickEnough(const float* box)
 {
     for (int axis = 0; axis < 3; ++axis)
         if (!(double(box[axis]) + kLeastExtent < box[axis + 3])) return false;
     return true;
+}
+
+bool IsLongEnough(const float* axisStart, const float* axisEnd)
+{
+    double squared = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double difference = double(axisEnd[axis]) - axisStart[axis];
+        squared += difference * difference;
+    }
+    return float(squared) > kLeastSquaredAxis;
 }
 
 } // namespace
@@ -21,7 +33,7 @@ int SCAPI_LoadSTL(int solidId, unsigned char* path, int simple)
     if (!IsSolidId(solidId)) return SCAPI_BAD_SOLID_ID;
     EmptySlot(solidId);
     if (!path) return solidId;
-    return FillSlot(solidId)->SC_LoadSTLfile(path, simple);
+    return LoadThroughCache(*FillSlot(solidId), path, simple);
 }
 
 int SCAPI_LoadBox(int solidId, float* box)
@@ -31,5 +43,15 @@ int SCAPI_LoadBox(int solidId, float* box)
     EmptySlot(solidId);
     if (!IsThickEnough(box)) return SCAPI_TOO_SMALL;
     FillSlot(solidId)->LoadBox(box);
+    return 0;
+}
+
+int SCAPI_LoadCylinder(int solidId, float* axisStart, float* axisEnd, float radius)
+{
+    InitialiseOnFirstCall();
+    if (!IsSolidId(solidId)) return SCAPI_BAD_SOLID_ID;
+    EmptySlot(solidId);
+    if (!(radius > kLeastExtent) || !IsLongEnough(axisStart, axisEnd)) return SCAPI_TOO_SMALL;
+    FillSlot(solidId)->LoadCyl(axisStart, axisEnd, radius);
     return 0;
 }

@@ -20,3 +20,10 @@ std::int32_t GetFileModTime(const char* path)
     const File file = OpenNamed(path);
     return file ? StreamModTime(file.get()) : 0;
 }
+
+void ChangePathExtension(std::string& path, const char* extension, bool force)
+{
+    if (force || !NamesFolder(path))
+        path.replace(ExtensionStart(path), path.npos, std::string(".") + extension);
+    MakeUniversalPath(path);
+}

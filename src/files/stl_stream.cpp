@@ -92,11 +92,12 @@ void CycleFacet(float* normal, float* corners)
 
 } // namespace
 
+bool FitsStlPath(const char* path) { return std::strlen(path) < sizeof StlStream::path; }
+
 bool SetStlPath(StlStream& stream, const char* path)
 {
-    const std::size_t length = std::strlen(path);
-    const bool fits = length < sizeof stream.path;
-    std::memcpy(stream.path, fits ? path : "", fits ? length + 1 : 1);
+    const bool fits = FitsStlPath(path);
+    std::strcpy(stream.path, fits ? path : "");
     return fits;
 }
 
@@ -124,7 +125,10 @@ int StlReadFacet(StlStream& stream, float* normal, float* corners)
 
 void StlClose(StlStream& stream)
 {
-    if (stream.file) std::fclose(stream.file);
+    if (stream.file) {
+        StlFinishWrite(stream);
+        std::fclose(stream.file);
+    }
     ReleaseRecords(stream.buffer);
     stream.file = nullptr;
     stream.buffer = nullptr;

@@ -9,6 +9,10 @@
 
 enum StlMode : std::int32_t { kReadText = 0, kReadBinary = 1, kWriteText = 2, kWriteBinary = 3 };
 
+/// Whether a path fits into StlStream::path. One that does not is never cut short: it names no
+/// file.
+bool FitsStlPath(const char* path);
+
 /// Stores a path in a stream. @return false, with an empty path stored, when it does not fit
 bool SetStlPath(StlStream& stream, const char* path);
 
@@ -25,7 +29,20 @@ int StlOpenRead(StlStream& stream, std::int32_t* count);
 /// @return 1, or 0 for a bad facet and at the end of the file
 int StlReadFacet(StlStream& stream, float* normal, float* corners);
 
-/// Closes what is open, if anything is.
+/// Creates stream.path, without its marker, and writes the head of the file.
+/// @param mode  kWriteBinary; anything else writes text
+/// @return 1 with stream.file open, or 0 with it null
+int StlOpenWrite(StlStream& stream, int mode);
+
+/// Writes a facet and counts it.
+/// @param normal, corners  three and nine floats
+/// @return 1, or 0 when not all was written, nothing is open or a pointer is null
+int StlWriteFacet(StlStream& stream, const float* normal, const float* corners);
+
+/// Writes what ends a file: the count of a binary one, the last line of a text one.
+void StlFinishWrite(StlStream& stream);
+
+/// Finishes a file that is being written, and closes what is open, if anything is.
 void StlClose(StlStream& stream);
 
 #endif

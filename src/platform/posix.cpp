@@ -19,6 +19,44 @@ std::FILE* OpenForReading(const char* path)
     return file;
 }
 
+std::FILE* OpenForWriting(const char* path)
+{
+    const int descriptor =
+        ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (descriptor < 0) return nullptr;
+    ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    std::FILE* file = ::fdopen(descriptor, "wb");
+    if (!file) ::close(descriptor);
+    return file;
+}
+
+bool AreSameFile(const char* a, const char* b)
+{
+    struct stat first {
+    }, second{};
+    return ::stat(a, &first) == 0 && ::stat(b, &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
+std::size_t ExtensionStart(const std::string& path)
+{
+    const std::size_t name = path.rfind('/') + 1; // npos + 1 is 0
+    const std::size_t dot = path.rfind('.');
+    return dot != path.npos && dot >= name ? dot : path.size();
+}
+
+bool NamesFolder(const std::string& path) { return path.find('/') != path.npos; }
+
+void MakeUniversalPath(std::string&) {}
+
+std::string RunningModule(std::size_t most)
+{
+    std::string path(most, '\0');
+    const ssize_t length = ::readlink("/proc/self/exe", path.data(), most);
+    path.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return path;
+}
+
 std::int64_t StreamLength(std::FILE* file)
 {
     struct stat status {};

@@ -15,10 +15,15 @@ void AskNewHandler()
 
 } // namespace
 
+void* TryAllocateRecords(std::size_t count, std::size_t size)
+{
+    return std::calloc(std::max<std::size_t>(count, 1), size);
+}
+
 void* AllocateRecords(std::size_t count, std::size_t size)
 {
     for (;;) {
-        if (void* records = std::calloc(std::max<std::size_t>(count, 1), size)) return records;
+        if (void* records = TryAllocateRecords(count, size)) return records;
         AskNewHandler();
     }
 }

@@ -1,5 +1,6 @@
 // Zero-filled arrays of records. A failed allocation goes to the handler of std::get_new_handler,
-// again and again; without one the process is aborted. No caller sees null.
+// again and again; without one the process is aborted. No caller but of TryAllocateRecords sees
+// null.
 #ifndef SCAPI_SOLID_MEMORY_H
 #define SCAPI_SOLID_MEMORY_H
 
@@ -13,6 +14,8 @@
 #include "scapi/records.h"
 
 void* AllocateRecords(std::size_t count, std::size_t size);
+/// For sizes that only a file vouches for: null when there is not that much memory.
+void* TryAllocateRecords(std::size_t count, std::size_t size);
 void ReleaseRecords(void* records);
 
 /// Grows a block of `oldCount` records to `newCount`; the new tail is zero.
