@@ -1,0 +1,134 @@
+// Time of a query, a new pose and its answer, for two bumpy spheres: apart; one inside the other,
+// with room between the surfaces; 0.01 apart; in contact. Placed, and moved by 30 to that pose.
+// Each row shows how many of its answers were contact, so that a change of an answer shows.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <string>
+
+#include "meshes.h"
+#include "scapi/scapi.h"
+
+namespace
+{
+
+constexpr int kPoses = 16;
+constexpr float kMotion = 30;
+
+struct Pose {
+    float row[4][4];
+};
+
+/// Scaled, turned about x and moved. Turning about the line of approach keeps the gap nearly alike.
+Pose MakePose(float scale, float angle, float x)
+{
+    const float c = scale * std::cos(angle), s = scale * std::sin(angle);
+    return {{{scale, 0, 0, x}, {0, c, -s, 0}, {0, s, c, 0}, {0, 0, 0, 1}}};
+}
+
+bool Touches(Pose pose)
+{
+    SCAPI_DefSweep(1, pose.row, pose.row);
+    return SCAPI_DetectInterference(0, 1) == SCAPI_INTERFERENCE;
+}
+
+/// Where a solid that comes along x, turned by an angle, first touches.
+float ContactAt(float angle)
+{
+    float hit = 150, clear = 250;
+    while (clear - hit > 1e-3f) {
+        const float middle = 0.5f * (hit + clear);
+        (Touches(MakePose(1, angle, middle)) ? hit : clear) = middle;
+    }
+    return clear;
+}
+
+enum Situation { kApart, kNested, kNear, kHit };
+
+std::array<Pose, kPoses> MakePoses(Situation situation)
+{
+    std::array<Pose, kPoses> poses{};
+    for (int i = 0; i < kPoses; ++i) {
+        const auto step = static_cast<float>(i);
+        const float angle = 0.37f * step;
+        switch (situation) {
+        case kApart:
+            poses[static_cast<std::size_t>(i)] = MakePose(1, angle, 400 + step);
+            break;
+        case kNested:
+            poses[static_cast<std::size_t>(i)] = MakePose(0.5f, angle, step);
+            break;
+        case kNear:
+            poses[static_cast<std::size_t>(i)] = MakePose(1, angle, ContactAt(angle) + 0.01f);
+            break;
+        case kHit:
+            poses[static_cast<std::size_t>(i)] = MakePose(1, angle, ContactAt(angle) - 0.5f);
+            break;
+        }
+    }
+    return poses;
+}
+
+/// Two spheres of a size in slots 0 and 1, loaded once for all rows of that size.
+void LoadSpheres(int triangles)
+{
+    static int loaded = 0;
+    if (loaded == triangles) return;
+    const auto folder = std::filesystem::temp_directory_path() / "scapi_bench_query";
+    std::filesystem::create_directories(folder);
+    std::string path = (folder / "sphere.stl").string();
+    WriteSphere(path, triangles, false);
+    for (int slot = 0; slot < 2; ++slot)
+        SCAPI_LoadSTL(slot, reinterpret_cast<unsigned char*>(path.data()), 0);
+    std::filesystem::remove_all(folder);
+    loaded = triangles;
+}
+
+void Query(benchmark::State& state, Situation situation, bool moves)
+{
+    LoadSpheres(static_cast<int>(state.range(0)));
+    std::array<Pose, kPoses> ends = MakePoses(situation), starts = ends;
+    for (Pose& start : starts)
+        if (moves) start.row[0][3] += kMotion;
+    std::size_t next = 0;
+    int contacts = 0;
+    for (auto _ : state) {
+        SCAPI_DefSweep(1, starts[next].row, ends[next].row);
+        contacts += SCAPI_DetectInterference(0, 1) == SCAPI_INTERFERENCE;
+        next = (next + 1) % kPoses;
+    }
+    state.counters["contact"] = double(contacts) / double(state.iterations());
+}
+
+void DefSweep(benchmark::State& state, bool moves)
+{
+    LoadSpheres(static_cast<int>(state.range(0)));
+    Pose start = MakePose(1, 0, 400), end = start;
+    if (moves) start.row[0][3] += kMotion;
+    for (auto _ : state) {
+        end.row[1][3] += 1e-3f;
+        SCAPI_DefSweep(1, start.row, end.row);
+    }
+}
+
+void Sizes(benchmark::internal::Benchmark* bench)
+{
+    bench->RangeMultiplier(10)->Range(1000, 100000)->Unit(benchmark::kMicrosecond);
+}
+
+BENCHMARK_CAPTURE(DefSweep, placed, false)->Apply(Sizes);
+BENCHMARK_CAPTURE(DefSweep, moved, true)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, apart_placed, kApart, false)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, nested_placed, kNested, false)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, near_placed, kNear, false)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, hit_placed, kHit, false)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, apart_moved, kApart, true)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, nested_moved, kNested, true)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, near_moved, kNear, true)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, hit_moved, kHit, true)->Apply(Sizes);
+
+} // namespace
+
+BENCHMARK_MAIN();
