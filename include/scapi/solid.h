@@ -12,6 +12,8 @@
 #include "scapi/octree.h"
 #include "scapi/records.h"
 
+struct QueryTrees;
+
 class SCAPI_EXPORT SOLIDC {
 public:
     std::int32_t sourceTime;  ///< modification time of the STL file, 0 for a primitive
@@ -43,6 +45,9 @@ public:
     OCTREEC* octree;          ///< owned; null while none exists
     std::int32_t octreeDepth;
     float octreeCellSize[3]; ///< half a leaf cell: the limit of refinement, the tree's margin
+    QueryTrees* queryTrees;  ///< owned; hierarchies of the fast query, null until one is asked
+    std::int32_t sweepOwed;  ///< 1 while SCAPI_DefSweep owes what SC_GTsweep writes per record
+    std::int32_t isRotated;  ///< 1 once SC_Rotate has moved corners away from the vertices
 
     SOLIDC();
     ~SOLIDC();
@@ -198,6 +203,7 @@ public:
 
 private:
     friend struct SolidInternals; ///< lets the tests reach what follows
+    friend void SettleSweep(SOLIDC& solid);
 
     void Release_Lists(void);
     void Check_Solid(int);

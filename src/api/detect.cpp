@@ -1,8 +1,10 @@
 // The calls that move solids and ask whether they meet.
 #include "api/table.h"
+#include "interference/fast_detect.h"
 #include "interference/transformed_boxes.h"
 #include "solid/bbox.h"
 #include "solid/matrix.h"
+#include "sweep/define.h"
 
 namespace
 {
@@ -28,7 +30,7 @@ int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4])
     if (!IsSolidId(solidId)) return SCAPI_BAD_SOLID_ID;
     SOLIDC* solid = SolidIn(solidId);
     if (!solid) return SCAPI_EMPTY_SLOT;
-    solid->SC_GTsweep(start, end);
+    DefineSweepLate(*solid, start, end);
     return 0;
 }
 
@@ -38,7 +40,7 @@ int SCAPI_DetectInterference(int solidA, int solidB)
     SOLIDC* a = SolidIn(solidA);
     SOLIDC* b = SolidIn(solidB);
     if (!a || !b) return SCAPI_EMPTY_SLOT;
-    return a->SC_DetectIntersection(b) ? SCAPI_INTERFERENCE : SCAPI_NO_INTERFERENCE;
+    return DetectFast(*a, *b) ? SCAPI_INTERFERENCE : SCAPI_NO_INTERFERENCE;
 }
 
 int SCAPI_BboxesInterference(int solidA, float* startA, float* endA, int solidB, float* startB,

@@ -41,26 +41,34 @@ int PointInsideTriangle(const float (*corners)[3], const float* normal, const fl
            IsInside(e2, normal, corners[2], point, tolerance);
 }
 
+Crossing EdgeCrossesPlane(const float (*edge)[3], const float (*corners)[3], CrossingState& state)
+{
+    const auto told = [](int hit) { return hit ? Crossing::kHit : Crossing::kNone; };
+    const double T = kContact;
+    const double s0 = dot(state.plane, edge[0]) + state.plane[3];
+    const double s1 = dot(state.plane, edge[1]) + state.plane[3];
+    if (!(std::fabs(s0) > T) && !(std::fabs(s1) > T)) return told(CrossesSides(edge, corners));
+    if (!(s0 >= -T && s1 < T) && !(s0 <= T && s1 > -T)) return Crossing::kNone;
+    const double D = s1 - s0;
+    if (std::fabs(D) > T) {
+        const double scale = 1 / D;
+        for (int axis = 0; axis < 3; ++axis)
+            state.point[axis] = float((edge[0][axis] * s1 - edge[1][axis] * s0) * scale);
+    } else if (state.fresh) {
+        return Crossing::kCarried;
+    }
+    return told(PointInsideTriangle(corners, state.plane, state.point, kContact));
+}
+
 int EdgeCrossesTriangle(const float (*edge)[3], const float (*corners)[3], CrossingState& state)
 {
     if (state.fresh) {
         std::memcpy(state.point, edge[0], sizeof state.point);
         state.fresh = false;
     }
-    const double T = kContact;
     // The stored normal is not used; without area the plane of the triangle before stays.
     CalcPlane(corners[0], 3, state.plane);
-    const double s0 = dot(state.plane, edge[0]) + state.plane[3];
-    const double s1 = dot(state.plane, edge[1]) + state.plane[3];
-    if (!(std::fabs(s0) > T) && !(std::fabs(s1) > T)) return CrossesSides(edge, corners);
-    if (!(s0 >= -T && s1 < T) && !(s0 <= T && s1 > -T)) return 0;
-    const double D = s1 - s0;
-    if (std::fabs(D) > T) {
-        const double scale = 1 / D;
-        for (int axis = 0; axis < 3; ++axis)
-            state.point[axis] = float((edge[0][axis] * s1 - edge[1][axis] * s0) * scale);
-    }
-    return PointInsideTriangle(corners, state.plane, state.point, kContact);
+    return EdgeCrossesPlane(edge, corners, state) == Crossing::kHit;
 }
 
 int EdgeCrossesTriangle(const float (*edge)[3], const float (*corners)[3])

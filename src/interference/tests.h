@@ -35,6 +35,12 @@ struct CrossingState {
     bool fresh = true; ///< the first edge of the loop gives the first point
 };
 
+enum class Crossing { kNone, kHit, kCarried };
+
+/// The steps behind the plane: does an edge hit a triangle whose plane stands in `state`? A fresh
+/// state has no crossing point to carry; where one is asked for the answer is kCarried.
+Crossing EdgeCrossesPlane(const float (*edge)[3], const float (*corners)[3], CrossingState& state);
+
 /// Does a straight edge hit a triangle, its border included, within kContact?
 /// @return 1 or 0
 int EdgeCrossesTriangle(const float (*edge)[3], const float (*corners)[3], CrossingState& state);

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "interference/query_trees.h"
 #include "solid/bbox.h"
 #include "solid/memory.h"
 
@@ -26,16 +27,19 @@ SOLIDC& SOLIDC::operator=(const SOLIDC& other) = default;
 
 void SOLIDC::Release_Lists(void)
 {
+    ReleaseQueryTrees(*this);
     ReleaseRecords(triangles);
     ReleaseRecords(edges);
     ReleaseRecords(vertices);
     triangles = nullptr, edges = nullptr, vertices = nullptr;
     triangleCount = edgeCount = vertexCount = 0;
+    sweepOwed = isRotated = 0;
     ClearBbox(bbox);
 }
 
 int SOLIDC::Release_Octree(void)
 {
+    ReleaseQueryTrees(*this);
     delete octree;
     octree = nullptr;
     return 0;

@@ -25,7 +25,7 @@ std::uint32_t KeyOf(float value)
     return bits & 0x80000000u ? ~bits : bits | 0x80000000u;
 }
 
-/// Least significant digit radix sort, stable; three digits of 11 bits.
+/// Least significant digit radix sort by key, stable.
 void RadixSort(Scratch<SortEntry>& entries, std::size_t count)
 {
     constexpr int kDigitBits = 11;

@@ -1,8 +1,11 @@
 // A motion as data of the solid: two matrices, two positions a vertex, an orientation a triangle.
 // Only a translation is swept; a rotation between the poses is averaged away.
+#include "sweep/define.h"
+
 #include <cstring>
 
-#include "scapi/solid.h"
+#include "interference/moved_pieces.h"
+#include "interference/query_trees.h"
 #include "solid/matrix.h"
 #include "solid/orientation.h"
 #include "solid/vector.h"
@@ -58,24 +61,56 @@ void MoveVertices(SOLIDC& solid)
     }
 }
 
+/// All that a motion says about the solid as a whole.
+void DefineMotion(SOLIDC& solid, const float (*start)[4], const float (*end)[4])
+{
+    solid.SC_BuildVertexList();
+    solid.SC_BuildEdgesList();
+    const Centers centers = SetMatrices(solid, start, end);
+    const double length = distance(centers.start, centers.end);
+    solid.sweepLength = float(length);
+    solid.isSwept = !solid.isSimple && length > solid.tolerance;
+    if (!solid.isSwept) return;
+    Subtract(centers.end, centers.start, solid.sweepDirection);
+    Normalise(solid.sweepDirection);
+}
+
+/// With this fourth row every finite point has a place.
+bool HasAffineRow(const float (*m)[4])
+{
+    return m[3][0] == 0 && m[3][1] == 0 && m[3][2] == 0 && m[3][3] == 1;
+}
+
 } // namespace
+
+void DefineSweepLate(SOLIDC& solid, float (*start)[4], float (*end)[4])
+{
+    // A vertex that a matrix cannot map keeps the place that the motion before gave it, which must
+    // then be paid for first. Movers have finite vertices only.
+    if (solid.isSimple || !HasAffineRow(start) || !HasAffineRow(end) || !MoverTrees(solid)) {
+        solid.SC_GTsweep(start, end);
+        return;
+    }
+    DefineMotion(solid, start, end);
+    solid.sweepOwed = 1;
+}
+
+void SettleSweep(SOLIDC& solid)
+{
+    if (!solid.sweepOwed) return;
+    solid.sweepOwed = 0;
+    MoveVertices(solid);
+    if (solid.isSimple) return;
+    solid.SC_BuildOrientList();
+    solid.SC_CalcSweepBbox();
+    solid.SC_CalcSweepTrianglesBbox();
+}
 
 int SOLIDC::SC_GTsweep(float (*const start)[4], float (*const end)[4])
 {
-    SC_BuildVertexList();
-    SC_BuildEdgesList();
-    const Centers centers = SetMatrices(*this, start, end);
-    const double length = distance(centers.start, centers.end);
-    sweepLength = float(length);
-    isSwept = !isSimple && length > tolerance;
-    MoveVertices(*this);
-    if (isSwept) {
-        Subtract(centers.end, centers.start, sweepDirection);
-        Normalise(sweepDirection);
-    }
-    if (isSimple) return 0;
-    SC_BuildOrientList();
-    SC_CalcSweepBbox();
-    SC_CalcSweepTrianglesBbox();
+    SettleSweep(*this);
+    DefineMotion(*this, start, end);
+    sweepOwed = 1;
+    SettleSweep(*this);
     return 0;
 }

@@ -3,6 +3,7 @@
 
 #include "scapi/solid.h"
 #include "solid/matrix.h"
+#include "sweep/define.h"
 
 namespace
 {
@@ -25,6 +26,9 @@ bool MapCorner(const float (*matrix)[4], const float* corner, float* out)
 
 void SOLIDC::SC_Rotate(float (*const matrix)[4])
 {
+    // A sweep counts with the normals that it was defined on.
+    SettleSweep(*this);
+    isRotated = 1;
     // A corner that cannot be mapped takes the place that the same corner of an earlier triangle
     // got, and stays where it is when there is none.
     float mapped[3][3] = {};

@@ -1,0 +1,153 @@
+#include "interference/hit_box.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "interference/tests.h"
+#include "solid/bbox.h"
+#include "solid/vector.h"
+
+// Crossing points. PointInsideTriangle takes a point P when c_i * (P - T_i) < t for all three
+// sides, where c_i is the side's vector times the normal, all floats. With the very floats that the
+// test uses, this is a triangle again, larger by t over the length of each side: its corners are
+// where two of the lines c_i * (P - T_i) = t meet. P also lies near the plane: on it, up to
+// rounding, when it was computed for this triangle; within three tolerances when it was carried
+// over, because then the edge runs almost parallel to the plane with an end within one.
+//
+// In the plane. What SegmentsIntersecting accepts lies in the ball over a side, or in the ball over
+// the edge, which is the other solid's to widen by. The edge lies within a tolerance of the plane,
+// so of the ball over the side only a disc counts.
+
+namespace
+{
+
+constexpr double kThickness = 4e-4; ///< more than three contact tolerances
+constexpr double kRounding = 1e-6;  ///< of floats, some times over, relative
+constexpr double kLeastSine = 1e-3; ///< of the angle between two sides
+constexpr double kMostGrowth = 1e3; ///< of the larger triangle over the sides
+
+using Vector = std::array<double, 3>;
+
+struct SideLine {
+    Vector c;      ///< outward, not unit
+    double offset; ///< c * (P - T0) is below it
+    double length; ///< of c
+};
+
+double Dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+/// The side that ends at corner i, as PointInsideTriangle computes it.
+SideLine MakeSide(const float (*corners)[3], const float* normal, int i, double slack)
+{
+    float e[3], c[3], toCorner[3];
+    Subtract(corners[i], corners[(i + 2) % 3], e);
+    cross(e, normal, c);
+    Subtract(corners[i], corners[0], toCorner);
+    SideLine side{{c[0], c[1], c[2]}, 0, std::sqrt(dot(c, c))};
+    side.offset = Dot(side.c, {toCorner[0], toCorner[1], toCorner[2]}) + double(kContact) +
+                  side.length * slack;
+    return side;
+}
+
+/// Where two side lines meet in the plane, relative to corner 0: x with c_i * x = offset_i.
+/// @return false when they run too nearly alike, or turn the wrong way
+bool Meet(const SideLine& a, const SideLine& b, const Vector& normal, Vector& x)
+{
+    const double determinant = normal[0] * (a.c[1] * b.c[2] - a.c[2] * b.c[1]) +
+                               normal[1] * (a.c[2] * b.c[0] - a.c[0] * b.c[2]) +
+                               normal[2] * (a.c[0] * b.c[1] - a.c[1] * b.c[0]);
+    if (!(determinant > kLeastSine * a.length * b.length)) return false;
+    // x = (offset_a * (b x n) + offset_b * (n x a)) / determinant
+    for (std::size_t i = 0; i < 3; ++i) {
+        const std::size_t j = (i + 1) % 3, k = (i + 2) % 3;
+        x[i] = (a.offset * (b.c[j] * normal[k] - b.c[k] * normal[j]) +
+                b.offset * (normal[j] * a.c[k] - normal[k] * a.c[j])) /
+               determinant;
+    }
+    return true;
+}
+
+/// Corners of the larger triangle, relative to corner 0. @return false when it cannot be bounded
+bool LargerTriangle(const float (*corners)[3], const float* plane, double slack,
+                    std::array<Vector, 3>& larger, double& size)
+{
+    const Vector normal{plane[0], plane[1], plane[2]};
+    std::array<SideLine, 3> sides{};
+    for (int i = 0; i < 3; ++i)
+        sides[static_cast<std::size_t>(i)] = MakeSide(corners, plane, i, slack);
+    size = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (!Meet(sides[i], sides[(i + 1) % 3], normal, larger[i])) return false;
+        size = std::max(size, std::sqrt(Dot(larger[i], larger[i])));
+    }
+    const double longest = std::max({sides[0].length, sides[1].length, sides[2].length});
+    return size < kMostGrowth * longest;
+}
+
+struct Bounds {
+    Vector low, high;
+
+    void Add(int axis, double value, double margin)
+    {
+        const auto a = static_cast<std::size_t>(axis);
+        low[a] = std::min(low[a], value - margin);
+        high[a] = std::max(high[a], value + margin);
+    }
+};
+
+/// The part of the ball over each side that lies near the plane.
+void AddDiscs(const float (*corners)[3], const float* plane, double thickness, Bounds& bounds)
+{
+    for (int i = 0; i < 3; ++i) {
+        const float *a = corners[i], *b = corners[(i + 1) % 3];
+        const double radius = 0.5 * distance(a, b) * (1 + kRounding) + thickness;
+        const double lift = std::fabs(0.5 * (dot(plane, a) + dot(plane, b)) + plane[3]) + thickness;
+        for (int axis = 0; axis < 3; ++axis) {
+            const double n = plane[axis];
+            bounds.Add(axis, 0.5 * (double(a[axis]) + b[axis]),
+                       lift * std::fabs(n) + radius * std::sqrt(std::max(0.0, 1 - n * n) + 1e-6));
+        }
+    }
+}
+
+} // namespace
+
+float RoundDown(double value)
+{
+    const auto rounded = static_cast<float>(value);
+    return rounded > value ? std::nextafter(rounded, -HUGE_VALF) : rounded;
+}
+
+float RoundUp(double value)
+{
+    const auto rounded = static_cast<float>(value);
+    return rounded < value ? std::nextafter(rounded, HUGE_VALF) : rounded;
+}
+
+bool CalcHitBox(const float (*corners)[3], const float* plane, double reach, float* box)
+{
+    std::array<Vector, 3> larger{};
+    double size = 0, size2 = 0;
+    // First to learn how far a point may be, then with the rounding that goes with it.
+    if (!LargerTriangle(corners, plane, 0, larger, size)) return false;
+    const double slack = kRounding * (reach + 2 * size);
+    if (!LargerTriangle(corners, plane, slack, larger, size2)) return false;
+    const double thickness = kThickness + slack;
+    const double infinity = std::numeric_limits<double>::infinity();
+    Bounds bounds{{infinity, infinity, infinity}, {-infinity, -infinity, -infinity}};
+    for (int axis = 0; axis < 3; ++axis)
+        for (const Vector& corner : larger)
+            bounds.Add(axis, corners[0][axis] + corner[static_cast<std::size_t>(axis)],
+                       thickness * std::fabs(double(plane[axis])) + slack);
+    // The plane of the floats may pass corner 0 by: points on it lie by so much beside.
+    const double besides = std::fabs(dot(plane, corners[0]) + plane[3]);
+    AddDiscs(corners, plane, thickness, bounds);
+    for (int axis = 0; axis < 3; ++axis) {
+        const auto a = static_cast<std::size_t>(axis);
+        box[axis] = RoundDown(bounds.low[a] - besides - slack);
+        box[axis + 3] = RoundUp(bounds.high[a] + besides + slack);
+    }
+    return true;
+}

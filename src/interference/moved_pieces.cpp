@@ -1,0 +1,159 @@
+#include "interference/moved_pieces.h"
+
+#include <cmath>
+#include <initializer_list>
+
+#include "solid/bbox.h"
+#include "solid/matrix.h"
+#include "solid/orientation.h"
+#include "solid/triangle.h"
+
+namespace
+{
+
+int OrientOf(const SOLIDC& solid, int triangle)
+{
+    return solid.isSwept ? SweepOrientOf(solid.triangles[triangle].normal, solid.sweepDirection)
+                         : 1;
+}
+
+/// A vertex at the start of the motion, or at its end.
+void Place(const SOLIDC& solid, int vertex, bool atStart, float* out)
+{
+    // Without a motion both ends are the start.
+    const auto* matrix = atStart || !solid.isSwept ? solid.sweepStart : solid.sweepEnd;
+    TransformPoint(out, matrix, solid.vertices[vertex].position);
+}
+
+/// One triangle of the walk: the triangle, and what the walk asks again and again about it.
+struct Stop {
+    const SOLIDC& solid;
+    const float* box;
+    int index;
+    bool trailing;
+    bool passes; ///< whether its sweepBbox meets the box of the walk
+
+    const EdgeRec* EdgeIn(int slot) const
+    {
+        const int e = solid.triangles[index].edge[slot];
+        return InRange(e, solid.edgeCount) ? &solid.edges[e] : nullptr;
+    }
+
+    /// Whether a wall hangs on the edge in a slot. @pre  trailing
+    bool HasWall(int slot) const
+    {
+        const EdgeRec* edge = EdgeIn(slot);
+        return edge && OrientOf(solid, AcrossEdge(*edge, index)) != -1;
+    }
+};
+
+/// The sweepBbox that SC_CalcSweepTrianglesBbox would store.
+void SweptBox(const Stop& stop, float* box)
+{
+    const T_LIST& triangle = stop.solid.triangles[stop.index];
+    float point[3];
+    ClearBbox(box);
+    for (const int vertex : triangle.vertex) {
+        Place(stop.solid, vertex, stop.trailing, point);
+        ExtendBbox(box, point);
+    }
+    for (int slot = 0; stop.trailing && slot < 3; ++slot)
+        if (stop.HasWall(slot))
+            for (const int vertex : stop.EdgeIn(slot)->vertex)
+                for (const bool atStart : {true, false}) {
+                    Place(stop.solid, vertex, atStart, point);
+                    ExtendBbox(box, point);
+                }
+}
+
+Stop MakeStop(const SOLIDC& solid, int index, const float* box)
+{
+    Stop stop{solid, box, index, OrientOf(solid, index) == -1, false};
+    float sweptBox[6];
+    SweptBox(stop, sweptBox);
+    stop.passes = BboxesMeet(box, sweptBox, solid.tolerance);
+    return stop;
+}
+
+/// Takes an edge between two placed vertices if its box meets that of the walk.
+bool TakeEdge(const Stop& stop, int a, bool aAtStart, int b, bool bAtStart, MovedEdge& out)
+{
+    Place(stop.solid, a, aAtStart, out.ends[0]);
+    Place(stop.solid, b, bAtStart, out.ends[1]);
+    CalcEdgeBbox(out.ends, out.box);
+    return BboxesMeet(out.box, stop.box, stop.solid.tolerance);
+}
+
+/// As GetTriangleEdge, for an edge that is this triangle's to give.
+bool TakeOwnEdge(const Stop& stop, int slot, MovedEdge& out)
+{
+    const EdgeRec* edge = stop.EdgeIn(slot);
+    if (!edge || AcrossEdge(*edge, stop.index) <= stop.index) return false;
+    return TakeEdge(stop, edge->vertex[0], stop.trailing, edge->vertex[1], stop.trailing, out);
+}
+
+/// As GetSweptEdge.
+bool TakeWallEdge(const Stop& stop, int piece, MovedEdge& out)
+{
+    if (!stop.trailing || !stop.HasWall(piece / 3)) return false;
+    const EdgeRec& edge = *stop.EdgeIn(piece / 3);
+    const int va = edge.vertex[0], vb = edge.vertex[1];
+    switch (piece % 3) {
+    case 0:
+        return TakeEdge(stop, va, false, vb, true, out);
+    case 1:
+        return TakeEdge(stop, va, false, va, true, out);
+    default: {
+        const bool atStart = stop.index <= AcrossEdge(edge, stop.index);
+        return TakeEdge(stop, va, atStart, vb, atStart, out);
+    }
+    }
+}
+
+/// The step at which the walk enters the triangle after this one: 1 or 2 when a hit at step 10 or
+/// 11 of this one has carried over.
+int StepAfter(const Stop& stop)
+{
+    MovedEdge unused;
+    if (!stop.passes || !stop.trailing || TakeWallEdge(stop, 6, unused)) return 0;
+    if (TakeWallEdge(stop, 7, unused)) return 1;
+    return TakeWallEdge(stop, 8, unused) ? 2 : 0;
+}
+
+bool IsFinite(const float (*m)[4])
+{
+    for (int i = 0; i < 16; ++i)
+        if (!std::isfinite(m[i / 4][i % 4])) return false;
+    return true;
+}
+
+bool IsAffine(const float (*m)[4])
+{
+    return m[3][0] == 0 && m[3][1] == 0 && m[3][2] == 0 && m[3][3] == 1;
+}
+
+} // namespace
+
+bool MotionIsPlain(const SOLIDC& solid)
+{
+    return IsFinite(solid.sweepStart) && IsAffine(solid.sweepStart) && IsFinite(solid.sweepEnd) &&
+           IsAffine(solid.sweepEnd);
+}
+
+void CollectPieces(const SOLIDC& solid, int index, const float* box, MovedPieces& pieces)
+{
+    pieces.count = 0;
+    const Stop stop = MakeStop(solid, index, box);
+    if (!stop.passes) return;
+    int step = 0;
+    if (solid.isSwept && index > 0 && OrientOf(solid, index - 1) == -1)
+        step = StepAfter(MakeStop(solid, index - 1, box));
+    for (; step < 3; ++step)
+        if (TakeOwnEdge(stop, step, pieces.edge[pieces.count])) ++pieces.count;
+    for (int piece = 0; stop.trailing && piece < 9; ++piece)
+        if (TakeWallEdge(stop, piece, pieces.edge[pieces.count])) {
+            ++pieces.count;
+            // A hit at step 9 or later ends this triangle's turn.
+            if (piece >= 6) return;
+        }
+}
