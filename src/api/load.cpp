@@ -6,7 +6,7 @@ namespace
 {
 
 constexpr float kLeastExtent = 1e-4f;
-constexpr float kLeastSquaredAxis = 1e-8f;
+constexpr float kLeastSquaredAxis = 0x1.5798ecp-27f; ///< the float below the one nearest to 1e-8
 
 bool IsThickEnough(const float* box)
 {

@@ -27,16 +27,22 @@ struct Motion {
     double magnitude[3][3]; ///< of the elements of m
     double shift[3];        ///< from start to end
     double way;             ///< length of the shift, or more
+    double rounding[3];     ///< room for that of placed vertices and of what is computed from them
     double scale;           ///< the most by which a length can grow
 };
 
-Motion ReadMotion(const SOLIDC& b)
+/// @param rest  box of all movers at rest
+Motion ReadMotion(const SOLIDC& b, const float* rest)
 {
     Motion motion{};
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 4; ++c) motion.m[r][c] = b.sweepStart[r][c];
         for (int c = 0; c < 3; ++c) motion.magnitude[r][c] = std::fabs(motion.m[r][c]);
         motion.shift[r] = b.isSwept ? double(b.sweepEnd[r][3]) - b.sweepStart[r][3] : 0;
+        double size = std::fabs(motion.m[r][3]) + 2 * std::fabs(motion.shift[r]);
+        for (int c = 0; c < 3; ++c)
+            size += motion.magnitude[r][c] * std::max(std::fabs(rest[c]), std::fabs(rest[c + 3]));
+        motion.rounding[r] = kRounding * size;
     }
     motion.way =
         std::fabs(motion.shift[0]) + std::fabs(motion.shift[1]) + std::fabs(motion.shift[2]);
@@ -53,24 +59,54 @@ Motion ReadMotion(const SOLIDC& b)
     return motion;
 }
 
-/// The box of all crossing points and spheres of what a node of movers holds, on its whole way. A
-/// sweep line, too, can be crossed up to its length beyond its ends.
-Box MoveBox(const Motion& motion, const BoxNode& node)
+/// A query goes through the movers up to three times, each time for other edges of theirs.
+enum class Pass {
+    kStart, ///< own edges of trailing triangles, at the start
+    kEnd,   ///< own edges of all others, at the end
+    kWalls  ///< edges of the walls between the two
+};
+
+/// How far along the motion the edges of a pass reach, from and to. A sweep line, too, can be
+/// crossed up to its length beyond its ends.
+struct Reach {
+    double from, to;
+};
+
+constexpr Reach ReachOf(Pass pass)
+{
+    switch (pass) {
+    case Pass::kStart:
+        return {0, 0};
+    case Pass::kEnd:
+        return {1, 1};
+    default:
+        return {-1, 2};
+    }
+}
+
+/// How far the sphere over an edge of a node reaches beside it, where that counts.
+double SpherePad(const Motion& motion, Pass pass, const BoxNode& node)
+{
+    const double way = pass == Pass::kWalls ? motion.way : 0;
+    return std::min(0.5 * (motion.scale * node.length + way), kSphereReach);
+}
+
+/// The box of all crossing points and spheres of the edges that a node of movers has in a pass.
+Box MoveBox(const Motion& motion, Pass pass, const BoxNode& node)
 {
     Box box{};
-    const double pad = std::min(0.5 * (motion.scale * node.length + motion.way), kSphereReach);
+    const Reach along = ReachOf(pass);
+    const double pad = SpherePad(motion, pass, node);
     for (int r = 0; r < 3; ++r) {
-        double centre = motion.m[r][3], half = 0, size = std::fabs(centre);
+        double centre = motion.m[r][3], half = pad + motion.rounding[r];
         for (int c = 0; c < 3; ++c) {
             const double low = node.box[c], high = node.box[c + 3];
             centre += motion.m[r][c] * 0.5 * (low + high);
             half += motion.magnitude[r][c] * 0.5 * (high - low);
-            size += motion.magnitude[r][c] * std::max(std::fabs(low), std::fabs(high));
         }
-        const double way = motion.shift[r], far = 2 * std::fabs(way);
-        const double reach = half + pad + kRounding * (size + far);
-        box.low[r] = centre - reach + std::min(-way, 2 * way);
-        box.high[r] = centre + reach + std::max(-way, 2 * way);
+        const double from = along.from * motion.shift[r], to = along.to * motion.shift[r];
+        box.low[r] = centre - half + std::min(from, to);
+        box.high[r] = centre + half + std::max(from, to);
     }
     return box;
 }
@@ -79,6 +115,11 @@ bool Meet(const Box& a, const float* b)
 {
     return a.low[0] <= b[3] && a.high[0] >= b[0] && a.low[1] <= b[4] && a.high[1] >= b[1] &&
            a.low[2] <= b[5] && a.high[2] >= b[2];
+}
+
+const BoxNode& NodeOf(const BoxTree& tree, const BoxRange& range)
+{
+    return tree.node[static_cast<std::size_t>(range.node)];
 }
 
 /// The movers of one leaf of the tree, with the edges that the walk would come by.
@@ -94,6 +135,7 @@ struct Query {
     const QueryTrees& targets;
     const QueryTrees& movers;
     Motion motion;
+    Pass pass;
     MoverLeaf moved;
 };
 
@@ -104,6 +146,22 @@ bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
     for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle))
         if (EdgeCrossesTriangle(edge.ends, triangle->corners, state)) return true;
     return false;
+}
+
+/// The same for one placed edge, in floats.
+void SetReach(const Motion& motion, double pad, MovedEdge& edge)
+{
+    for (int axis = 0; axis < 3; ++axis) {
+        const double beyond = Extent(edge.box, axis) + pad + 2 * motion.rounding[axis];
+        edge.reach[axis] = float(edge.box[axis] - beyond);
+        edge.reach[axis + 3] = float(edge.box[axis + 3] + beyond);
+    }
+}
+
+bool Meet(const float* a, const float* b)
+{
+    return a[0] <= b[3] && a[3] >= b[0] && a[1] <= b[4] && a[4] >= b[1] && a[2] <= b[5] &&
+           a[5] >= b[2];
 }
 
 bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target)
@@ -119,38 +177,45 @@ bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target)
     return crossing == Crossing::kHit || WalkLeaf(edge, target.leaf);
 }
 
-void PlaceMovers(Query& query, int leaf)
+void PlaceMovers(Query& query, const BoxRange& range)
 {
+    const int leaf = range.first;
     MoverLeaf& moved = query.moved;
     if (moved.leaf == leaf) return;
     moved.leaf = leaf;
     const BoxTree& tree = query.movers.moverTree;
     const int first = leaf * kItemsPerLeaf;
     moved.count = std::min(kItemsPerLeaf, tree.itemCount - first);
-    for (int i = 0; i < moved.count; ++i)
-        CollectPieces(query.b, tree.item[static_cast<std::size_t>(first + i)],
-                      query.a.octree->root->bbox, moved.pieces[i]);
+    const float* box = query.a.octree->root->bbox;
+    const double pad = SpherePad(query.motion, query.pass, NodeOf(tree, range));
+    for (int i = 0; i < moved.count; ++i) {
+        const Mover& mover = query.movers.mover[static_cast<std::size_t>(first + i)];
+        if (query.pass == Pass::kWalls)
+            CollectWallEdges(query.b, mover, box, moved.pieces[i]);
+        else
+            CollectOwnEdges(query.b, mover, query.pass == Pass::kStart, box, moved.pieces[i]);
+        for (int e = 0; e < moved.pieces[i].count; ++e)
+            SetReach(query.motion, pad, moved.pieces[i].edge[e]);
+    }
 }
 
-bool LeavesHit(Query& query, int targetLeaf, int moverLeaf)
+bool LeavesHit(Query& query, const BoxRange& target, const BoxRange& mover)
 {
-    PlaceMovers(query, moverLeaf);
-    const int first = targetLeaf * kItemsPerLeaf;
+    PlaceMovers(query, mover);
+    const float* targetBox = NodeOf(query.targets.targetTree, target).box;
+    const int first = target.first * kItemsPerLeaf;
     const int last = std::min(first + kItemsPerLeaf, query.targets.targetTree.itemCount);
     for (int i = 0; i < query.moved.count; ++i) {
         const MovedPieces& pieces = query.moved.pieces[i];
-        for (int e = 0; e < pieces.count; ++e)
+        for (int e = 0; e < pieces.count; ++e) {
+            if (!Meet(pieces.edge[e].reach, targetBox)) continue;
             for (int t = first; t < last; ++t)
                 if (EdgeHits(query.a, pieces.edge[e],
                              query.targets.target[static_cast<std::size_t>(t)]))
                     return true;
+        }
     }
     return false;
-}
-
-const BoxNode& NodeOf(const BoxTree& tree, const BoxRange& range)
-{
-    return tree.node[static_cast<std::size_t>(range.node)];
 }
 
 double Size(const Box& box)
@@ -160,6 +225,30 @@ double Size(const Box& box)
 
 double Size(const float* box) { return std::max({Extent(box, 0), Extent(box, 1), Extent(box, 2)}); }
 
+/// Whether a node can hold what a pass is about, by how its normals and those of its neighbours lie
+/// to the motion.
+bool MayTakePart(const Query& query, const BoxRange& mover)
+{
+    if (!query.b.isSwept) return true;
+    constexpr double kTrailing = -1e-5, kSlack = 1e-9; // of SweepOrientOf, and of the sums here
+    const NormalBounds& normals = query.movers.normals[static_cast<std::size_t>(mover.node)];
+    double low = 0, high = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double d = query.b.sweepDirection[axis];
+        low += std::min(d * normals.low[axis], d * normals.high[axis]);
+        high += std::max(d * normals.low[axis], d * normals.high[axis]);
+    }
+    const bool someTrail = low - kSlack < kTrailing, someDoNot = high + kSlack >= kTrailing;
+    switch (query.pass) {
+    case Pass::kStart:
+        return someTrail;
+    case Pass::kEnd:
+        return someDoNot;
+    default:
+        return someTrail && someDoNot;
+    }
+}
+
 /// Walks both trees together, always down the larger box. Each call goes down one level of one of
 /// them, so the depth is that of both, sixty at the most.
 bool RangesHit(Query& query, const BoxRange& target, const BoxRange& mover, const Box& moverBox)
@@ -167,13 +256,43 @@ bool RangesHit(Query& query, const BoxRange& target, const BoxRange& mover, cons
     const BoxTree &targets = query.targets.targetTree, &movers = query.movers.moverTree;
     const float* targetBox = NodeOf(targets, target).box;
     if (!Meet(moverBox, targetBox)) return false;
-    if (target.IsLeaf() && mover.IsLeaf()) return LeavesHit(query, target.first, mover.first);
+    if (target.IsLeaf() && mover.IsLeaf()) return LeavesHit(query, target, mover);
     if (mover.IsLeaf() || (!target.IsLeaf() && Size(targetBox) > Size(moverBox)))
         return RangesHit(query, target.Left(), mover, moverBox) ||
                RangesHit(query, target.Right(), mover, moverBox);
-    const BoxRange left = mover.Left(), right = mover.Right();
-    return RangesHit(query, target, left, MoveBox(query.motion, NodeOf(movers, left))) ||
-           RangesHit(query, target, right, MoveBox(query.motion, NodeOf(movers, right)));
+    for (const BoxRange& half : {mover.Left(), mover.Right()})
+        if (MayTakePart(query, half) &&
+            RangesHit(query, target, half, MoveBox(query.motion, query.pass, NodeOf(movers, half))))
+            return true;
+    return false;
+}
+
+bool PassHits(Query& query, Pass pass)
+{
+    query.pass = pass;
+    query.moved.leaf = -1;
+    const BoxTree& movers = query.movers.moverTree;
+    const BoxRange root = RootOf(movers);
+    return MayTakePart(query, root) && RangesHit(query, RootOf(query.targets.targetTree), root,
+                                                 MoveBox(query.motion, pass, NodeOf(movers, root)));
+}
+
+/// Whether any edge can meet the box of the first solid's octree, without which none is tested.
+bool MeetsRoot(const Query& query)
+{
+    Box moved{};
+    const Motion& motion = query.motion;
+    const float* box = query.movers.moverBounds.box;
+    for (int r = 0; r < 3; ++r) {
+        double centre = motion.m[r][3], half = motion.rounding[r];
+        for (int c = 0; c < 3; ++c) {
+            centre += motion.m[r][c] * 0.5 * (double(box[c]) + box[c + 3]);
+            half += motion.magnitude[r][c] * 0.5 * Extent(box, c);
+        }
+        moved.low[r] = centre - half + std::min(0.0, motion.shift[r]);
+        moved.high[r] = centre + half + std::max(0.0, motion.shift[r]);
+    }
+    return Meet(moved, query.a.octree->root->bbox);
 }
 
 /// Whether the fast way is open to these two, apart from their trees.
@@ -194,10 +313,11 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
         const QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
         if (targets && movers) {
             if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
-            Query query{a, b, *targets, *movers, ReadMotion(b), {}};
-            const BoxRange mover = RootOf(movers->moverTree);
-            return RangesHit(query, RootOf(targets->targetTree), mover,
-                             MoveBox(query.motion, NodeOf(movers->moverTree, mover)));
+            const Motion motion = ReadMotion(b, movers->moverTree.node[0].box);
+            Query query{a, b, *targets, *movers, motion, Pass::kEnd, {}};
+            if (!MeetsRoot(query)) return 0;
+            if (PassHits(query, Pass::kEnd)) return 1;
+            return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));
         }
     }
     SettleSweep(a);

@@ -1,6 +1,7 @@
 #include "interference/moved_pieces.h"
 
 #include <cmath>
+#include <cstring>
 #include <initializer_list>
 
 #include "solid/bbox.h"
@@ -120,6 +121,13 @@ int StepAfter(const Stop& stop)
     return TakeWallEdge(stop, 8, unused) ? 2 : 0;
 }
 
+/// The step at which the walk enters a triangle.
+int FirstStep(const SOLIDC& solid, int index, const float* box)
+{
+    if (!solid.isSwept || index == 0 || OrientOf(solid, index - 1) != -1) return 0;
+    return StepAfter(MakeStop(solid, index - 1, box));
+}
+
 bool IsFinite(const float (*m)[4])
 {
     for (int i = 0; i < 16; ++i)
@@ -140,17 +148,42 @@ bool MotionIsPlain(const SOLIDC& solid)
            IsAffine(solid.sweepEnd);
 }
 
-void CollectPieces(const SOLIDC& solid, int index, const float* box, MovedPieces& pieces)
+void CollectOwnEdges(const SOLIDC& solid, const Mover& mover, bool trailing, const float* box,
+                     MovedPieces& pieces)
 {
     pieces.count = 0;
-    const Stop stop = MakeStop(solid, index, box);
+    const bool trails = solid.isSwept && SweepOrientOf(mover.normal, solid.sweepDirection) == -1;
+    if (trails != trailing) return;
+    const auto* matrix = trails || !solid.isSwept ? solid.sweepStart : solid.sweepEnd;
+    float placed[3][3];
+    for (int slot = 0; slot < 3; ++slot) TransformPoint(placed[slot], matrix, mover.corner[slot]);
+    for (int step = FirstStep(solid, mover.index, box); step < 3; ++step) {
+        MovedEdge& edge = pieces.edge[pieces.count];
+        const Mover::Side side = mover.side[step];
+        if (side == Mover::kNotOwn) continue;
+        if (side == Mover::kAsk) {
+            const Stop stop{solid, box, mover.index, trails, true};
+            TakeOwnEdge(stop, step, edge);
+        } else {
+            const int before = PreviousSlot(step);
+            std::memcpy(edge.ends[0], placed[side == Mover::kBackward ? step : before], 12);
+            std::memcpy(edge.ends[1], placed[side == Mover::kBackward ? before : step], 12);
+            CalcEdgeBbox(edge.ends, edge.box);
+        }
+        // An edge that meets the box by itself is in the sweepBbox of its triangle, and both tests
+        // of the walk, which are wider, let it through; others hit nothing.
+        if (BboxesMeet(edge.box, box, 0)) ++pieces.count;
+    }
+}
+
+void CollectWallEdges(const SOLIDC& solid, const Mover& mover, const float* box,
+                      MovedPieces& pieces)
+{
+    pieces.count = 0;
+    if (SweepOrientOf(mover.normal, solid.sweepDirection) != -1) return;
+    const Stop stop = MakeStop(solid, mover.index, box);
     if (!stop.passes) return;
-    int step = 0;
-    if (solid.isSwept && index > 0 && OrientOf(solid, index - 1) == -1)
-        step = StepAfter(MakeStop(solid, index - 1, box));
-    for (; step < 3; ++step)
-        if (TakeOwnEdge(stop, step, pieces.edge[pieces.count])) ++pieces.count;
-    for (int piece = 0; stop.trailing && piece < 9; ++piece)
+    for (int piece = 0; piece < 9; ++piece)
         if (TakeWallEdge(stop, piece, pieces.edge[pieces.count])) {
             ++pieces.count;
             // A hit at step 9 or later ends this triangle's turn.

@@ -3,24 +3,32 @@
 #ifndef SCAPI_INTERFERENCE_MOVED_PIECES_H
 #define SCAPI_INTERFERENCE_MOVED_PIECES_H
 
+#include "interference/query_trees.h"
 #include "scapi/solid.h"
 
 struct MovedEdge {
     float ends[2][3];
     float box[6];
+    float reach[6]; ///< where its crossing points can lie; the query's to fill in
 };
 
-/// Of one triangle: its own edges, and the diagonal, sweep line and rim of three walls.
+/// Of one triangle: its own edges, or the diagonals, sweep lines and rims of its walls.
 struct MovedPieces {
     int count = 0;
-    MovedEdge edge[12];
+    MovedEdge edge[9];
 };
 
-/// The edges of triangle `index` that SC_GetSweepEdgesInBbox would give between this triangle and
-/// the next in a whole walk with `box`, leaving out repetitions: with the steps that hits of the
-/// triangle before, and of this one, swallow.
-/// @pre  MoverTrees has accepted the solid, MotionIsPlain holds
-void CollectPieces(const SOLIDC& solid, int index, const float* box, MovedPieces& pieces);
+// Both give what SC_GetSweepEdgesInBbox would give of a triangle in a whole walk with `box`,
+// leaving out repetitions: with the steps that hits of the triangle before, and of this one,
+// swallow. MoverTrees must have accepted the solid, and MotionIsPlain must hold.
+
+/// The triangle's own edges, if it trails as asked; every triangle of a solid at rest does not.
+void CollectOwnEdges(const SOLIDC& solid, const Mover& mover, bool trailing, const float* box,
+                     MovedPieces& pieces);
+
+/// The edges of its walls, which only a trailing triangle has.
+void CollectWallEdges(const SOLIDC& solid, const Mover& mover, const float* box,
+                      MovedPieces& pieces);
 
 /// Whether both matrices of the motion are finite and affine, so that every vertex has a place in
 /// it that depends on nothing before.

@@ -105,34 +105,105 @@ void BuildTargets(SOLIDC& solid, QueryTrees& trees)
     trees.targetsUsable = true;
 }
 
-/// A triangle at rest, widened by its extents. @return false when it has no finite corners
-bool MakeMover(const SOLIDC& solid, int index, BoxItem& item)
+Mover::Side SideOf(const SOLIDC& solid, int index, int slot)
 {
-    float corners[3][3], box[6];
+    const T_LIST& triangle = solid.triangles[index];
+    if (!InRange(triangle.edge[slot], solid.edgeCount)) return Mover::kNotOwn;
+    const EdgeRec& edge = solid.edges[triangle.edge[slot]];
+    if (AcrossEdge(edge, index) <= index) return Mover::kNotOwn;
+    const int here = triangle.vertex[slot], before = triangle.vertex[PreviousSlot(slot)];
+    if (edge.vertex[0] == here && edge.vertex[1] == before) return Mover::kBackward;
+    if (edge.vertex[0] == before && edge.vertex[1] == here) return Mover::kForward;
+    return Mover::kAsk;
+}
+
+/// @return false when a corner or the normal is not finite
+bool MakeMover(const SOLIDC& solid, int index, Mover& mover)
+{
+    const T_LIST& triangle = solid.triangles[index];
+    if (!IsNearby(triangle.normal)) return false;
     for (int slot = 0; slot < 3; ++slot) {
-        const int v = solid.triangles[index].vertex[slot];
+        const int v = triangle.vertex[slot];
         if (!InRange(v, solid.vertexCount) || !IsNearby(solid.vertices[v].position)) return false;
-        std::copy_n(solid.vertices[v].position, 3, corners[slot]);
+        std::copy_n(solid.vertices[v].position, 3, mover.corner[slot]);
+        mover.side[slot] = SideOf(solid, index, slot);
     }
-    TriangleBbox(corners, box);
+    std::copy_n(triangle.normal, 3, mover.normal);
+    mover.index = index;
+    return true;
+}
+
+/// The box of a triangle at rest, widened by its extents.
+void MakeMoverItem(const float (*corner)[3], int index, BoxItem& item)
+{
+    float box[6];
+    TriangleBbox(corner, box);
     for (int axis = 0; axis < 3; ++axis) {
         item.box[axis] = RoundDown(box[axis] - Extent(box, axis));
         item.box[axis + 3] = RoundUp(box[axis + 3] + Extent(box, axis));
     }
-    item.length =
-        RoundUp(std::max({distance(corners[0], corners[1]), distance(corners[1], corners[2]),
-                          distance(corners[2], corners[0])}) *
-                1.000001);
+    const double longest = std::max({distance(corner[0], corner[1]), distance(corner[1], corner[2]),
+                                     distance(corner[2], corner[0])});
+    item.length = RoundUp(longest * 1.000001);
     item.item = index;
-    return true;
+}
+
+void AddNormal(NormalBounds& bounds, const float* low, const float* high)
+{
+    for (int axis = 0; axis < 3; ++axis) {
+        bounds.low[axis] = std::min(bounds.low[axis], low[axis]);
+        bounds.high[axis] = std::max(bounds.high[axis], high[axis]);
+    }
+}
+
+/// The normals of the movers of a leaf and of the triangles across their edges.
+void AddLeafNormals(const SOLIDC& solid, const QueryTrees& trees, int leaf, NormalBounds& bounds)
+{
+    const int first = leaf * kItemsPerLeaf;
+    for (int i = first; i < std::min(first + kItemsPerLeaf, trees.moverTree.itemCount); ++i) {
+        const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
+        AddNormal(bounds, mover.normal, mover.normal);
+        for (const int e : solid.triangles[mover.index].edge) {
+            if (!InRange(e, solid.edgeCount)) continue;
+            const float* normal = solid.triangles[AcrossEdge(solid.edges[e], mover.index)].normal;
+            AddNormal(bounds, normal, normal);
+        }
+    }
+}
+
+void FillNormals(const SOLIDC& solid, QueryTrees& trees, const BoxRange& range)
+{
+    NormalBounds& bounds = trees.normals[static_cast<std::size_t>(range.node)];
+    std::fill_n(bounds.low, 3, kEmptyExtreme);
+    std::fill_n(bounds.high, 3, -kEmptyExtreme);
+    if (range.IsLeaf()) return AddLeafNormals(solid, trees, range.first, bounds);
+    for (const BoxRange& child : {range.Left(), range.Right()}) {
+        FillNormals(solid, trees, child);
+        const NormalBounds& below = trees.normals[static_cast<std::size_t>(child.node)];
+        AddNormal(bounds, below.low, below.high);
+    }
 }
 
 void BuildMovers(SOLIDC& solid, QueryTrees& trees)
 {
-    auto items = MakeScratch<BoxItem>(static_cast<std::size_t>(solid.triangleCount));
-    for (int t = 0; t < solid.triangleCount; ++t)
-        if (!MakeMover(solid, t, items[static_cast<std::size_t>(t)])) return;
+    const auto count = static_cast<std::size_t>(solid.triangleCount);
+    auto items = MakeScratch<BoxItem>(count);
+    Mover mover{};
+    ClearBbox(trees.moverBounds.box);
+    for (std::size_t t = 0; t < count; ++t) {
+        if (!MakeMover(solid, static_cast<int>(t), mover)) return;
+        for (const auto& corner : mover.corner) ExtendBbox(trees.moverBounds.box, corner);
+        MakeMoverItem(mover.corner, static_cast<int>(t), items[t]);
+    }
     trees.moverTree = BuildBoxTree(items, solid.triangleCount);
+    trees.mover = MakeScratch<Mover>(count);
+    for (std::size_t i = 0; i < count; ++i)
+        MakeMover(solid, trees.moverTree.item[i], trees.mover[i]);
+    if (count) {
+        trees.normals =
+            MakeScratch<NormalBounds>(2 * static_cast<std::size_t>(trees.moverTree.leafCount));
+        FillNormals(solid, trees, RootOf(trees.moverTree));
+    }
     trees.moversUsable = true;
 }
 

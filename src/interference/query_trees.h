@@ -14,13 +14,32 @@ struct Target {
     OCTREENODE* leaf;
 };
 
+/// A triangle as a mover: what a query needs of it, side by side, where the solid's own records
+/// would cost a cache miss each.
+struct Mover {
+    float corner[3][3];
+    float normal[3];
+    std::int32_t index; ///< into triangles
+    /// For each slot: an edge that is another triangle's to give, one that runs from this corner to
+    /// the one before, one that runs the other way, or one that the records must be asked for.
+    enum Side : std::uint8_t { kNotOwn, kBackward, kForward, kAsk } side[3];
+};
+
+/// Bounds of the normals of some triangles and of their neighbours.
+struct NormalBounds {
+    float low[3], high[3];
+};
+
 struct QueryTrees {
     bool triedTargets = false, triedMovers = false;
     bool targetsUsable = false;
     Scratch<Target> target; ///< by item of targetTree
     BoxTree targetTree;     ///< over hit boxes
     bool moversUsable = false;
-    BoxTree moverTree; ///< over triangles at rest, items are their numbers, see below
+    Scratch<Mover> mover; ///< by item of moverTree
+    BoxTree moverTree;
+    BoxNode moverBounds;           ///< of all movers as they are, not widened
+    Scratch<NormalBounds> normals; ///< by node of moverTree
 };
 
 /// The trees of a solid, with the role that is asked for filled in.

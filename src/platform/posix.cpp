@@ -1,9 +1,11 @@
 #include <fcntl.h>
 #include <locale.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/files.h"
+#include "platform/memory.h"
 #include "platform/scan.h"
 
 std::FILE* OpenForReading(const char* path)
@@ -76,4 +78,17 @@ void ScanThreeNumbers(const char* text, float* numbers)
     // The result is not asked for: what could be read has been stored.
     (void)std::sscanf(text, "%*s %f %f %f", &numbers[0], &numbers[1], &numbers[2]);
     ::uselocale(hosts);
+}
+
+void PreferLargePages(void* block, std::size_t bytes)
+{
+#ifdef MADV_HUGEPAGE
+    constexpr std::uintptr_t kLargePage = std::uintptr_t{1} << 21;
+    const auto start = reinterpret_cast<std::uintptr_t>(block);
+    const std::uintptr_t first = (start + kLargePage - 1) & ~(kLargePage - 1);
+    const std::uintptr_t last = (start + bytes) & ~(kLargePage - 1);
+    if (first < last) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+#else
+    (void)block, (void)bytes;
+#endif
 }

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "scapi/scapi.h"
 #include "solid/memory.h"
 #include "solid/side_index.h"
@@ -60,6 +62,18 @@ bool PairTriangle(SOLIDC& solid, SideIndex& index, int a)
     return closed;
 }
 
+/// Brings the entries for the partners of triangles further on into the cache.
+void ExpectTriangle(const SOLIDC& solid, const SideIndex& index, int a)
+{
+    constexpr int kFar = 16, kNear = 8;
+    const int* vertexFar = solid.triangles[std::min(a + kFar, solid.triangleCount - 1)].vertex;
+    const int* vertexNear = solid.triangles[std::min(a + kNear, solid.triangleCount - 1)].vertex;
+    for (int slot = 0; slot < 3; ++slot) {
+        ExpectBucket(index, vertexFar[slot], vertexFar[PreviousSlot(slot)]);
+        ExpectSide(index, vertexNear[slot], vertexNear[PreviousSlot(slot)]);
+    }
+}
+
 } // namespace
 
 int SOLIDC::SC_BuildEdgesList(void)
@@ -72,7 +86,9 @@ int SOLIDC::SC_BuildEdgesList(void)
     edgeCount = 0;
     SideIndex index = MakeSideIndex(*this);
     // A side without a partner ends the work after its triangle; the partial list stays.
-    for (int a = 0; a < triangleCount; ++a)
+    for (int a = 0; a < triangleCount; ++a) {
+        ExpectTriangle(*this, index, a);
         if (!PairTriangle(*this, index, a)) return SCAPI_OPEN_SIDE;
+    }
     return 0;
 }

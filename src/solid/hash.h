@@ -13,4 +13,7 @@ inline std::size_t HashPair(std::uint64_t a, std::uint64_t b)
     return static_cast<std::size_t>(h ^ (h >> 33));
 }
 
+/// Starts to bring a place of a large table into the cache, for a look-up that comes soon.
+inline void Prefetch(const void* place) { __builtin_prefetch(place); }
+
 #endif

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "platform/memory.h"
+
 namespace
 {
 
@@ -17,7 +19,10 @@ void AskNewHandler()
 
 void* TryAllocateRecords(std::size_t count, std::size_t size)
 {
-    return std::calloc(std::max<std::size_t>(count, 1), size);
+    constexpr std::size_t kLarge = std::size_t{1} << 23;
+    void* records = std::calloc(std::max<std::size_t>(count, 1), size);
+    if (records && count * size >= kLarge) PreferLargePages(records, count * size);
+    return records;
 }
 
 void* AllocateRecords(std::size_t count, std::size_t size)

@@ -1,5 +1,6 @@
 #include "solid/side_index.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "solid/hash.h"
@@ -8,11 +9,13 @@
 namespace
 {
 
-std::int32_t& BucketOf(SideIndex& index, int from, int to)
+std::int32_t& BucketOf(const SideIndex& index, int from, int to)
 {
     return index.bucket[HashPair(static_cast<std::uint32_t>(from), static_cast<std::uint32_t>(to)) &
                         index.mask];
 }
+
+constexpr int kTrianglesAhead = 8;
 
 } // namespace
 
@@ -24,7 +27,10 @@ SideIndex MakeSideIndex(const SOLIDC& solid)
     index.bucket = MakeScratch<std::int32_t>(index.mask + 1);
     index.side = MakeScratch<Side>(count);
     // Backwards, since each side goes to the head of its chain.
-    for (int t = solid.triangleCount - 1; t >= 0; --t)
+    for (int t = solid.triangleCount - 1; t >= 0; --t) {
+        const int* ahead = solid.triangles[std::max(t - kTrianglesAhead, 0)].vertex;
+        for (int slot = 0; slot < 3; ++slot)
+            ExpectBucket(index, ahead[PreviousSlot(slot)], ahead[slot]);
         for (int slot = 2; slot >= 0; --slot) {
             const int from = solid.triangles[t].vertex[PreviousSlot(slot)];
             const int to = solid.triangles[t].vertex[slot];
@@ -33,6 +39,7 @@ SideIndex MakeSideIndex(const SOLIDC& solid)
                 from, to, head};
             head = 3 * t + slot + 1;
         }
+    }
     return index;
 }
 
@@ -49,6 +56,17 @@ int FindSide(SideIndex& index, int from, int to, int except)
         link = &side.following;
     }
     return -1;
+}
+
+void ExpectBucket(const SideIndex& index, int from, int to)
+{
+    Prefetch(&BucketOf(index, from, to));
+}
+
+void ExpectSide(const SideIndex& index, int from, int to)
+{
+    if (const std::int32_t head = BucketOf(index, from, to))
+        Prefetch(&index.side[static_cast<std::size_t>(head - 1)]);
 }
 
 void CloseSide(SideIndex& index, int side) { index.side[static_cast<std::size_t>(side)].from = -1; }

@@ -25,6 +25,10 @@ SideIndex MakeSideIndex(const SOLIDC& solid);
 /// The first open side from vertex `from` to vertex `to` that is not of triangle `except`, or -1.
 int FindSide(SideIndex& index, int from, int to, int except);
 
+/// Prepare for a FindSide: the first far ahead, the second half as far.
+void ExpectBucket(const SideIndex& index, int from, int to);
+void ExpectSide(const SideIndex& index, int from, int to);
+
 void CloseSide(SideIndex& index, int side);
 
 #endif

@@ -29,11 +29,16 @@ std::array<std::uint32_t, 3> BitsOf(const float* corner)
             std::bit_cast<std::uint32_t>(corner[2])};
 }
 
+std::size_t KnownPlace(const VertexIndex& index, const std::uint32_t* bits)
+{
+    const std::uint64_t pair = (std::uint64_t{bits[0]} << 32) | bits[1];
+    return HashPair(pair, bits[2]) & index.knownMask;
+}
+
 /// The entry that holds these bits, or the free one where they belong.
 KnownCorner& FindKnown(VertexIndex& index, const std::uint32_t* bits)
 {
-    const std::uint64_t pair = (std::uint64_t{bits[0]} << 32) | bits[1];
-    std::size_t at = HashPair(pair, bits[2]) & index.knownMask;
+    std::size_t at = KnownPlace(index, bits);
     for (;; at = (at + 1) & index.knownMask) {
         KnownCorner& entry = index.known[at];
         if (entry.vertex == 0 ||
@@ -130,6 +135,11 @@ int FindVertex(VertexIndex& index, const VertexRec* vertices, const float* corne
             }
     if (found >= 0) Remember(index, corner, found);
     return found;
+}
+
+void ExpectCorner(const VertexIndex& index, const float* corner)
+{
+    Prefetch(&index.known[KnownPlace(index, BitsOf(corner).data())]);
 }
 
 void AddVertex(VertexIndex& index, int vertex, const float* corner)

@@ -40,6 +40,9 @@ VertexIndex MakeVertexIndex(float tolerance, std::int64_t corners);
 /// @return the vertex of a corner, or -1 when none is near enough
 int FindVertex(VertexIndex& index, const VertexRec* vertices, const float* corner);
 
+/// Prepares for a FindVertex some corners ahead.
+void ExpectCorner(const VertexIndex& index, const float* corner);
+
 /// Enters a vertex that FindVertex has just missed.
 void AddVertex(VertexIndex& index, int vertex, const float* corner);
 

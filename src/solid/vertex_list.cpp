@@ -10,6 +10,7 @@ namespace
 {
 
 constexpr int kLeastUse = 3;
+constexpr int kTrianglesAhead = 6; ///< far enough for a table entry to arrive from memory
 
 /// Appends a vertex at a corner. Nine words go over from the record, so that the sweep positions
 /// start with what stands behind the corner; they mean nothing until a sweep writes them.
@@ -35,7 +36,10 @@ int SOLIDC::SC_BuildVertexList(void)
     vertexCount = 0;
 
     VertexIndex index = MakeVertexIndex(tolerance, corners);
-    for (int t = 0; t < triangleCount; ++t)
+    for (int t = 0; t < triangleCount; ++t) {
+        // Behind the last triangle lies a record of zeros.
+        const T_LIST& ahead = triangles[std::min(t + kTrianglesAhead, triangleCount)];
+        for (const auto& corner : ahead.corners) ExpectCorner(index, corner);
         for (int slot = 0; slot < 3; ++slot) {
             T_LIST& triangle = triangles[t];
             int v = FindVertex(index, vertices, triangle.corners[slot]);
@@ -48,6 +52,7 @@ int SOLIDC::SC_BuildVertexList(void)
             triangle.vertex[slot] = v;
             ++vertices[v].useCount;
         }
+    }
 
     const bool loose = std::any_of(vertices, vertices + vertexCount, [](const VertexRec& vertex) {
         return vertex.useCount < kLeastUse;

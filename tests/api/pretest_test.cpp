@@ -32,6 +32,9 @@ TEST_F(Host, CylinderSizesAreStrict)
         EXPECT_EQ(SCAPI_LoadCylinder(5, from, longAxis, radius), -903);
     EXPECT_EQ(SCAPI_GetVertex(5, &cursor, nowhere), -901) << "the slot is empty";
     EXPECT_EQ(SCAPI_LoadCylinder(5, from, shortAxis, 1), -903);
+    // The square of its length rounds to the first float above the limit.
+    float longEnough[3] = {-8.47722404e-05f, -5.08616977e-05f, 1.5058381e-05f};
+    EXPECT_EQ(SCAPI_LoadCylinder(5, from, longEnough, 1e-3f), 0);
     EXPECT_EQ(SCAPI_LoadCylinder(300, from, longAxis, 1), -902);
 }
 
