@@ -24,10 +24,13 @@ int WidestAxis(const BoxItem* first, const BoxItem* last)
     return LargestAxis(spread);
 }
 
-void Widen(BoxNode& node, const float* box, float length)
+/// @param below  a node or an item
+template <class Below>
+void Widen(BoxNode& node, const Below& below)
 {
-    MergeBbox(node.box, box);
-    node.length = std::max(node.length, length);
+    MergeBbox(node.box, below.box);
+    node.longest = std::max(node.longest, below.longest);
+    node.shortest = std::min(node.shortest, below.shortest);
 }
 
 /// Halves the items of a range at the median, again and again, and fills the nodes on the way back.
@@ -36,12 +39,12 @@ void FillNode(BoxTree& tree, Scratch<BoxItem>& items, const BoxRange& range)
 {
     BoxNode& node = tree.node[static_cast<std::size_t>(range.node)];
     ClearBbox(node.box);
-    node.length = 0;
+    node.longest = 0;
+    node.shortest = kEmptyExtreme;
     if (range.IsLeaf()) {
         const int first = range.first * kItemsPerLeaf;
         for (int i = first; i < std::min(first + kItemsPerLeaf, tree.itemCount); ++i)
-            Widen(node, items[static_cast<std::size_t>(i)].box,
-                  items[static_cast<std::size_t>(i)].length);
+            Widen(node, items[static_cast<std::size_t>(i)]);
         return;
     }
     BoxItem* const first = &items[static_cast<std::size_t>(range.first * kItemsPerLeaf)];
@@ -53,8 +56,7 @@ void FillNode(BoxTree& tree, Scratch<BoxItem>& items, const BoxRange& range)
     });
     for (const BoxRange& child : {range.Left(), range.Right()}) {
         FillNode(tree, items, child);
-        const BoxNode& filled = tree.node[static_cast<std::size_t>(child.node)];
-        Widen(node, filled.box, filled.length);
+        Widen(node, tree.node[static_cast<std::size_t>(child.node)]);
     }
 }
 

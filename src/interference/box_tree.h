@@ -11,14 +11,15 @@ constexpr int kItemsPerLeaf = 4;
 
 struct BoxNode {
     float box[6];
-    float length; ///< the greatest of the items below
+    float longest;  ///< greatest length of the items below
+    float shortest; ///< least length
 };
 
 /// What is given for each item.
 struct BoxItem {
-    float box[6]; ///< finite
-    float length;
-    std::int32_t item; ///< the caller's number
+    float box[6];            ///< finite
+    float longest, shortest; ///< lengths that mean something to the caller
+    std::int32_t item;       ///< the caller's number
 };
 
 struct BoxTree {

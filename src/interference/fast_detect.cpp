@@ -14,8 +14,9 @@
 namespace
 {
 
-constexpr double kSphereReach = 0.0566; ///< see the head of fast_detect.h
-constexpr double kRounding = 1e-6;      ///< of floats, some times over, relative
+constexpr double kSphereReach = 0.0566; ///< most of min(u / 2, 0.0064 / u)
+constexpr double kSideReach = 0.0127;
+constexpr double kRounding = 1e-6; ///< of floats, some times over, relative
 
 struct Box {
     double low[3], high[3];
@@ -29,12 +30,16 @@ struct Motion {
     double way;             ///< length of the shift, or more
     double rounding[3];     ///< room for that of placed vertices and of what is computed from them
     double scale;           ///< the most by which a length can grow
+    double leastScale;      ///< the least, or 0
+    double longestSide;     ///< of the targets
 };
 
-/// @param rest  box of all movers at rest
-Motion ReadMotion(const SOLIDC& b, const float* rest)
+/// @param rest     box of all movers at rest
+/// @param targets  root of their tree
+Motion ReadMotion(const SOLIDC& b, const float* rest, const BoxNode& targets)
 {
     Motion motion{};
+    motion.longestSide = targets.longest;
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 4; ++c) motion.m[r][c] = b.sweepStart[r][c];
         for (int c = 0; c < 3; ++c) motion.magnitude[r][c] = std::fabs(motion.m[r][c]);
@@ -46,16 +51,22 @@ Motion ReadMotion(const SOLIDC& b, const float* rest)
     }
     motion.way =
         std::fabs(motion.shift[0]) + std::fabs(motion.shift[1]) + std::fabs(motion.shift[2]);
-    // The spectral norm is at most the root of the greatest row sum of the transposed times itself.
-    double most = 0;
+    // By Gershgorin's circles round the diagonal of the transposed times itself.
+    double most = 0, least = HUGE_VAL;
     for (int i = 0; i < 3; ++i) {
-        double sum = 0;
-        for (int j = 0; j < 3; ++j)
-            sum += std::fabs(motion.m[0][i] * motion.m[0][j] + motion.m[1][i] * motion.m[1][j] +
-                             motion.m[2][i] * motion.m[2][j]);
+        double sum = 0, diagonal = 0;
+        for (int j = 0; j < 3; ++j) {
+            const double product = motion.m[0][i] * motion.m[0][j] +
+                                   motion.m[1][i] * motion.m[1][j] +
+                                   motion.m[2][i] * motion.m[2][j];
+            sum += std::fabs(product);
+            if (i == j) diagonal = product;
+        }
         most = std::max(most, sum);
+        least = std::min(least, 2 * diagonal - sum);
     }
     motion.scale = std::sqrt(most) * (1 + kRounding);
+    motion.leastScale = std::sqrt(std::max(least, 0.0)) * (1 - kRounding);
     return motion;
 }
 
@@ -84,11 +95,18 @@ constexpr Reach ReachOf(Pass pass)
     }
 }
 
-/// How far the sphere over an edge of a node reaches beside it, where that counts.
+/// Room for parallel segments, which are compared by the spheres over them: the edge's and the
+/// side's. The parallel test lets ends of length u and v pass that lie within 0.0064 / u and
+/// 0.0127 / u of the other segment, and no end lies further from it than half its length.
 double SpherePad(const Motion& motion, Pass pass, const BoxNode& node)
 {
-    const double way = pass == Pass::kWalls ? motion.way : 0;
-    return std::min(0.5 * (motion.scale * node.length + way), kSphereReach);
+    const bool walls = pass == Pass::kWalls;
+    const double longest = motion.scale * node.longest + (walls ? motion.way : 0);
+    // A diagonal can be as short as it likes.
+    const double shortest = walls ? 0 : motion.leastScale * node.shortest;
+    const double overSide = 0.5 * motion.longestSide;
+    return std::min(0.5 * longest, kSphereReach) +
+           (overSide * shortest > kSideReach ? kSideReach / shortest : overSide);
 }
 
 /// The box of all crossing points and spheres of the edges that a node of movers has in a pass.
@@ -313,7 +331,8 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
         const QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
         if (targets && movers) {
             if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
-            const Motion motion = ReadMotion(b, movers->moverTree.node[0].box);
+            const Motion motion =
+                ReadMotion(b, movers->moverTree.node[0].box, targets->targetTree.node[0]);
             Query query{a, b, *targets, *movers, motion, Pass::kEnd, {}};
             if (!MeetsRoot(query)) return 0;
             if (PassHits(query, Pass::kEnd)) return 1;

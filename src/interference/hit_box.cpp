@@ -16,14 +16,15 @@
 // rounding, when it was computed for this triangle; within three tolerances when it was carried
 // over, because then the edge runs almost parallel to the plane with an end within one.
 //
-// In the plane. What SegmentsIntersecting accepts lies in the ball over a side, or in the ball over
-// the edge, which is the other solid's to widen by. The edge lies within a tolerance of the plane,
-// so of the ball over the side only a disc counts.
+// In the plane. Where lines cross, SegmentsIntersecting asks for a point within a tolerance of
+// both. Where it calls them parallel it compares ends by spheres: that room is the query's to give,
+// since it shrinks with the length of the edge.
 
 namespace
 {
 
 constexpr double kThickness = 4e-4; ///< more than three contact tolerances
+constexpr double kTwoContacts = 2e-4;
 constexpr double kRounding = 1e-6;  ///< of floats, some times over, relative
 constexpr double kLeastSine = 1e-3; ///< of the angle between two sides
 constexpr double kMostGrowth = 1e3; ///< of the larger triangle over the sides
@@ -97,21 +98,6 @@ struct Bounds {
     }
 };
 
-/// The part of the ball over each side that lies near the plane.
-void AddDiscs(const float (*corners)[3], const float* plane, double thickness, Bounds& bounds)
-{
-    for (int i = 0; i < 3; ++i) {
-        const float *a = corners[i], *b = corners[(i + 1) % 3];
-        const double radius = 0.5 * distance(a, b) * (1 + kRounding) + thickness;
-        const double lift = std::fabs(0.5 * (dot(plane, a) + dot(plane, b)) + plane[3]) + thickness;
-        for (int axis = 0; axis < 3; ++axis) {
-            const double n = plane[axis];
-            bounds.Add(axis, 0.5 * (double(a[axis]) + b[axis]),
-                       lift * std::fabs(n) + radius * std::sqrt(std::max(0.0, 1 - n * n) + 1e-6));
-        }
-    }
-}
-
 } // namespace
 
 float RoundDown(double value)
@@ -142,8 +128,7 @@ bool CalcHitBox(const float (*corners)[3], const float* plane, double reach, flo
             bounds.Add(axis, corners[0][axis] + corner[static_cast<std::size_t>(axis)],
                        thickness * std::fabs(double(plane[axis])) + slack);
     // The plane of the floats may pass corner 0 by: points on it lie by so much beside.
-    const double besides = std::fabs(dot(plane, corners[0]) + plane[3]);
-    AddDiscs(corners, plane, thickness, bounds);
+    const double besides = std::fabs(dot(plane, corners[0]) + plane[3]) + kTwoContacts;
     for (int axis = 0; axis < 3; ++axis) {
         const auto a = static_cast<std::size_t>(axis);
         box[axis] = RoundDown(bounds.low[a] - besides - slack);

@@ -2,7 +2,8 @@
 #define SCAPI_INTERFERENCE_HIT_BOX_H
 
 /// A box that holds every point by which an edge can hit a triangle: the crossing point, or, for an
-/// edge in the triangle's plane, the points that SegmentsIntersecting compares by spheres.
+/// edge in the triangle's plane, a point near one of its sides; but for the room that parallel
+/// segments have, see fast_detect.cpp.
 /// @param plane  of the triangle, from CalcPlane
 /// @param reach  greatest magnitude of a coordinate of the solid
 /// @param box    six floats, rounded outwards

@@ -29,13 +29,23 @@ struct TargetBuilder {
     bool usable = true;
 };
 
+/// Lengths of the longest and the shortest side, on the safe side of their rounding.
+void SetLengths(const float (*corner)[3], BoxItem& item)
+{
+    const double sides[3] = {distance(corner[0], corner[1]), distance(corner[1], corner[2]),
+                             distance(corner[2], corner[0])};
+    item.longest = RoundUp(std::max({sides[0], sides[1], sides[2]}) * 1.000001);
+    item.shortest = RoundDown(std::min({sides[0], sides[1], sides[2]}) * 0.999999);
+}
+
 void AddTarget(TargetBuilder& build, const Target& target, const float* box)
 {
     const auto at = static_cast<std::size_t>(build.count);
     build.target[at] = target;
     BoxItem& item = build.item[at];
     std::copy_n(box, 6, item.box);
-    item.length = 0;
+    item.longest = item.shortest = 0;
+    if (target.triangle) SetLengths(target.triangle->corners, item);
     item.item = build.count++;
 }
 
@@ -142,9 +152,7 @@ void MakeMoverItem(const float (*corner)[3], int index, BoxItem& item)
         item.box[axis] = RoundDown(box[axis] - Extent(box, axis));
         item.box[axis + 3] = RoundUp(box[axis + 3] + Extent(box, axis));
     }
-    const double longest = std::max({distance(corner[0], corner[1]), distance(corner[1], corner[2]),
-                                     distance(corner[2], corner[0])});
-    item.length = RoundUp(longest * 1.000001);
+    SetLengths(corner, item);
     item.item = index;
 }
 

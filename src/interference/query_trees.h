@@ -46,7 +46,7 @@ struct QueryTrees {
 ///
 /// Targets need an octree. Movers need three vertices in range and finite for each triangle; their
 /// boxes are widened by their own extents, since a crossing point can lie up to an edge's length
-/// beyond the edge's ends, and `length` is that of the longest edge.
+/// beyond the edge's ends. The lengths in both trees are those of sides.
 /// @return null when the solid cannot play the role
 const QueryTrees* TargetTrees(SOLIDC& solid);
 const QueryTrees* MoverTrees(SOLIDC& solid);
