@@ -1,9 +1,7 @@
 #include "octree/break_triangle.h"
 
-#include <cstring>
 #include <utility>
 
-#include "solid/bbox.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
 
@@ -52,39 +50,28 @@ Level MakeLevel(const Heights& c, int i, int pieces)
     return level;
 }
 
-void Append(SOLIDC& solid, const float* a, const float* b, const float* c)
-{
-    T_LIST& piece = solid.triangles[solid.triangleCount++];
-    std::memcpy(piece.corners[0], a, sizeof piece.corners[0]);
-    std::memcpy(piece.corners[1], b, sizeof piece.corners[1]);
-    std::memcpy(piece.corners[2], c, sizeof piece.corners[2]);
-    CalcTriangleNormal(piece.corners[0], piece.normal);
-    TriangleBbox(piece.corners, piece.bbox);
-    piece.next = 0;
-}
-
 void AppendBottom(SOLIDC& solid, const Heights& c, const Level& first)
 {
-    Append(solid, c.Lo, first.Q, first.P);
-    if (first.side == 1) Append(solid, c.Mid, c.Lo, first.Q);
+    AppendTriangle(solid, c.Lo, first.Q, first.P);
+    if (first.side == 1) AppendTriangle(solid, c.Mid, c.Lo, first.Q);
 }
 
 void AppendBetween(SOLIDC& solid, const Heights& c, const Level& low, const Level& high)
 {
     if (low.side == high.side) {
-        Append(solid, low.Q, low.P, high.P);
-        Append(solid, low.Q, high.P, high.Q);
+        AppendTriangle(solid, low.Q, low.P, high.P);
+        AppendTriangle(solid, low.Q, high.P, high.Q);
     } else {
-        Append(solid, c.Mid, low.Q, low.P);
-        Append(solid, c.Mid, low.P, high.P);
-        Append(solid, c.Mid, high.P, high.Q);
+        AppendTriangle(solid, c.Mid, low.Q, low.P);
+        AppendTriangle(solid, c.Mid, low.P, high.P);
+        AppendTriangle(solid, c.Mid, high.P, high.Q);
     }
 }
 
 void AppendTop(SOLIDC& solid, const Heights& c, const Level& last)
 {
-    if (last.side == 0) Append(solid, c.Hi, c.Mid, last.Q);
-    Append(solid, c.Hi, last.Q, last.P);
+    if (last.side == 0) AppendTriangle(solid, c.Hi, c.Mid, last.Q);
+    AppendTriangle(solid, c.Hi, last.Q, last.P);
 }
 
 /// The table of pieces fixes which corner comes first, not the sense of the winding.

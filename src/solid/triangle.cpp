@@ -24,6 +24,17 @@ int CalcTriangleNormal(const float* corners, float* normal)
     return 0;
 }
 
+void AppendTriangle(SOLIDC& solid, const float* a, const float* b, const float* c)
+{
+    T_LIST& triangle = solid.triangles[solid.triangleCount++];
+    std::memcpy(triangle.corners[0], a, sizeof triangle.corners[0]);
+    std::memcpy(triangle.corners[1], b, sizeof triangle.corners[1]);
+    std::memcpy(triangle.corners[2], c, sizeof triangle.corners[2]);
+    CalcTriangleNormal(triangle.corners[0], triangle.normal);
+    TriangleBbox(triangle.corners, triangle.bbox);
+    triangle.next = 0;
+}
+
 void* CopyBytes(void* dst, const void* src, int count)
 {
     if (count <= 0 || !dst || !src) return nullptr;
@@ -41,14 +52,7 @@ int SOLIDC::CalcTriangleBbox(float (*const corners)[3], float* const box)
 
 int SOLIDC::AddTriangle(float* const a, float* const b, float* const c)
 {
-    T_LIST& triangle = triangles[triangleCount];
-    std::memcpy(triangle.corners[0], a, sizeof triangle.corners[0]);
-    std::memcpy(triangle.corners[1], b, sizeof triangle.corners[1]);
-    std::memcpy(triangle.corners[2], c, sizeof triangle.corners[2]);
-    CalcTriangleNormal(triangle.corners[0], triangle.normal);
-    CalcTriangleBbox(triangle.corners, triangle.bbox);
-    triangle.next = 0;
-    ++triangleCount;
+    AppendTriangle(*this, a, b, c);
     return 0;
 }
 

@@ -12,6 +12,9 @@ constexpr int PreviousSlot(int slot) { return (slot + 2) % 3; }
 /// sums are below 1e-10 in length. @return 0, or 1 for a degenerate triangle
 int CalcTriangleNormal(const float* corners, float* normal);
 
+/// Writes a triangle with its normal and its box behind the last one, in room that is there.
+void AppendTriangle(SOLIDC& solid, const float* a, const float* b, const float* c);
+
 /// Copies from the lowest address upward.
 /// @return dst, or null with nothing copied when count is not positive or a pointer is null
 void* CopyBytes(void* dst, const void* src, int count);
