@@ -3,6 +3,7 @@
 #ifndef SCAPI_INTERFERENCE_BOX_TREE_H
 #define SCAPI_INTERFERENCE_BOX_TREE_H
 
+#include <algorithm>
 #include <cstdint>
 
 #include "solid/memory.h"
@@ -44,5 +45,25 @@ struct BoxRange {
 BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count);
 
 inline BoxRange RootOf(const BoxTree& tree) { return {0, 0, tree.leafCount}; }
+
+/// The items below a node: from first, up to last.
+struct ItemRange {
+    int first, last;
+};
+
+inline ItemRange ItemsOf(const BoxTree& tree, const BoxRange& range)
+{
+    return {range.first * kItemsPerLeaf, std::min(range.last * kItemsPerLeaf, tree.itemCount)};
+}
+
+/// Calls `visit` on a node and all below it.
+template <class Visit>
+void VisitNodes(const BoxRange& range, Visit visit)
+{
+    visit(range);
+    if (range.IsLeaf()) return;
+    VisitNodes(range.Left(), visit);
+    VisitNodes(range.Right(), visit);
+}
 
 #endif

@@ -77,13 +77,17 @@ enum class Pass {
     kWalls  ///< edges of the walls between the two
 };
 
-/// How far along the motion the edges of a pass reach, from and to. A sweep line, too, can be
-/// crossed up to its length beyond its ends.
+/// And once or twice each time: for all hits, or, where the room for parallel segments would swell
+/// the boxes, first for those that cross a target and then for those in a target's plane.
+enum class Kind { kAny, kCrossing, kInPlane };
+
+/// How far along the motion the points by which edges hit can lie, from and to. A sweep line, too,
+/// can be crossed up to its length beyond its ends.
 struct Reach {
     double from, to;
 };
 
-constexpr Reach ReachOf(Pass pass)
+constexpr Reach ReachOf(Pass pass, Kind kind)
 {
     switch (pass) {
     case Pass::kStart:
@@ -91,15 +95,16 @@ constexpr Reach ReachOf(Pass pass)
     case Pass::kEnd:
         return {1, 1};
     default:
-        return {-1, 2};
+        return kind == Kind::kCrossing ? Reach{-1, 2} : Reach{0, 1};
     }
 }
 
 /// Room for parallel segments, which are compared by the spheres over them: the edge's and the
 /// side's. The parallel test lets ends of length u and v pass that lie within 0.0064 / u and
 /// 0.0127 / u of the other segment, and no end lies further from it than half its length.
-double SpherePad(const Motion& motion, Pass pass, const BoxNode& node)
+double SpherePad(const Motion& motion, Pass pass, Kind kind, const BoxNode& node)
 {
+    if (kind == Kind::kCrossing) return 0;
     const bool walls = pass == Pass::kWalls;
     const double longest = motion.scale * node.longest + (walls ? motion.way : 0);
     // A diagonal can be as short as it likes.
@@ -110,11 +115,12 @@ double SpherePad(const Motion& motion, Pass pass, const BoxNode& node)
 }
 
 /// The box of all crossing points and spheres of the edges that a node of movers has in a pass.
-Box MoveBox(const Motion& motion, Pass pass, const BoxNode& node)
+/// @param node  widened for crossings, tight for what lies in a plane
+Box MoveBox(const Motion& motion, Pass pass, Kind kind, const BoxNode& node)
 {
     Box box{};
-    const Reach along = ReachOf(pass);
-    const double pad = SpherePad(motion, pass, node);
+    const Reach along = ReachOf(pass, kind);
+    const double pad = SpherePad(motion, pass, kind, node);
     for (int r = 0; r < 3; ++r) {
         double centre = motion.m[r][3], half = pad + motion.rounding[r];
         for (int c = 0; c < 3; ++c) {
@@ -154,7 +160,18 @@ struct Query {
     const QueryTrees& movers;
     Motion motion;
     Pass pass;
+    Kind kind;
     MoverLeaf moved;
+
+    const BoxNode& MoverNode(const BoxRange& range) const
+    {
+        const auto at = static_cast<std::size_t>(range.node);
+        return kind == Kind::kInPlane ? movers.moverTight[at] : movers.moverTree.node[at];
+    }
+    Box MoverBox(const BoxRange& range) const
+    {
+        return MoveBox(motion, pass, kind, MoverNode(range));
+    }
 };
 
 /// The walk over the chain of one leaf, as it stands.
@@ -167,10 +184,12 @@ bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
 }
 
 /// The same for one placed edge, in floats.
-void SetReach(const Motion& motion, double pad, MovedEdge& edge)
+void SetReach(const Query& query, double pad, MovedEdge& edge)
 {
+    const bool beyondEnds = query.kind != Kind::kInPlane;
     for (int axis = 0; axis < 3; ++axis) {
-        const double beyond = Extent(edge.box, axis) + pad + 2 * motion.rounding[axis];
+        const double beyond =
+            (beyondEnds ? Extent(edge.box, axis) : 0) + pad + 2 * query.motion.rounding[axis];
         edge.reach[axis] = float(edge.box[axis] - beyond);
         edge.reach[axis + 3] = float(edge.box[axis + 3] + beyond);
     }
@@ -205,7 +224,7 @@ void PlaceMovers(Query& query, const BoxRange& range)
     const int first = leaf * kItemsPerLeaf;
     moved.count = std::min(kItemsPerLeaf, tree.itemCount - first);
     const float* box = query.a.octree->root->bbox;
-    const double pad = SpherePad(query.motion, query.pass, NodeOf(tree, range));
+    const double pad = SpherePad(query.motion, query.pass, query.kind, NodeOf(tree, range));
     for (int i = 0; i < moved.count; ++i) {
         const Mover& mover = query.movers.mover[static_cast<std::size_t>(first + i)];
         if (query.pass == Pass::kWalls)
@@ -213,7 +232,7 @@ void PlaceMovers(Query& query, const BoxRange& range)
         else
             CollectOwnEdges(query.b, mover, query.pass == Pass::kStart, box, moved.pieces[i]);
         for (int e = 0; e < moved.pieces[i].count; ++e)
-            SetReach(query.motion, pad, moved.pieces[i].edge[e]);
+            SetReach(query, pad, moved.pieces[i].edge[e]);
     }
 }
 
@@ -234,6 +253,26 @@ bool LeavesHit(Query& query, const BoxRange& target, const BoxRange& mover)
         }
     }
     return false;
+}
+
+/// Whether an end of an edge below can lie within the contact tolerance of the plane of a target.
+/// @param box  of the mover, with its pad
+bool MayLieInPlane(const Query& query, const BoxRange& target, const BoxRange& mover,
+                   const Box& box)
+{
+    const double pad = SpherePad(query.motion, query.pass, query.kind, query.MoverNode(mover));
+    const PlaneBounds& planes = query.targets.planes[static_cast<std::size_t>(target.node)];
+    double low = planes.offset[0], high = planes.offset[1], size = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double x0 = box.low[axis] + pad - planes.centre[axis],
+                     x1 = box.high[axis] - pad - planes.centre[axis];
+        const double n0 = planes.normal.low[axis], n1 = planes.normal.high[axis];
+        low += std::min({n0 * x0, n0 * x1, n1 * x0, n1 * x1});
+        high += std::max({n0 * x0, n0 * x1, n1 * x0, n1 * x1});
+        size += std::fabs(x0) + std::fabs(x1) + std::fabs(double(planes.centre[axis]));
+    }
+    const double near = 2 * kContact + kRounding * size;
+    return low <= near && high >= -near;
 }
 
 double Size(const Box& box)
@@ -271,28 +310,40 @@ bool MayTakePart(const Query& query, const BoxRange& mover)
 /// them, so the depth is that of both, sixty at the most.
 bool RangesHit(Query& query, const BoxRange& target, const BoxRange& mover, const Box& moverBox)
 {
-    const BoxTree &targets = query.targets.targetTree, &movers = query.movers.moverTree;
-    const float* targetBox = NodeOf(targets, target).box;
+    const float* targetBox = NodeOf(query.targets.targetTree, target).box;
     if (!Meet(moverBox, targetBox)) return false;
+    if (query.kind == Kind::kInPlane && !MayLieInPlane(query, target, mover, moverBox))
+        return false;
     if (target.IsLeaf() && mover.IsLeaf()) return LeavesHit(query, target, mover);
     if (mover.IsLeaf() || (!target.IsLeaf() && Size(targetBox) > Size(moverBox)))
         return RangesHit(query, target.Left(), mover, moverBox) ||
                RangesHit(query, target.Right(), mover, moverBox);
     for (const BoxRange& half : {mover.Left(), mover.Right()})
-        if (MayTakePart(query, half) &&
-            RangesHit(query, target, half, MoveBox(query.motion, query.pass, NodeOf(movers, half))))
+        if (MayTakePart(query, half) && RangesHit(query, target, half, query.MoverBox(half)))
             return true;
     return false;
+}
+
+bool KindHits(Query& query, Kind kind)
+{
+    query.kind = kind;
+    query.moved.leaf = -1;
+    const BoxRange root = RootOf(query.movers.moverTree);
+    return RangesHit(query, RootOf(query.targets.targetTree), root, query.MoverBox(root));
 }
 
 bool PassHits(Query& query, Pass pass)
 {
     query.pass = pass;
-    query.moved.leaf = -1;
-    const BoxTree& movers = query.movers.moverTree;
-    const BoxRange root = RootOf(movers);
-    return MayTakePart(query, root) && RangesHit(query, RootOf(query.targets.targetTree), root,
-                                                 MoveBox(query.motion, pass, NodeOf(movers, root)));
+    const BoxRange root = RootOf(query.movers.moverTree);
+    if (!MayTakePart(query, root)) return false;
+    // Up to this part of the longest edge the room costs less than a second walk.
+    constexpr double kSmallPart = 0.2;
+    const BoxNode& all = query.movers.moverTight[0];
+    if (SpherePad(query.motion, pass, Kind::kAny, all) <
+        kSmallPart * query.motion.scale * all.longest)
+        return KindHits(query, Kind::kAny);
+    return KindHits(query, Kind::kCrossing) || KindHits(query, Kind::kInPlane);
 }
 
 /// Whether any edge can meet the box of the first solid's octree, without which none is tested.
@@ -300,7 +351,7 @@ bool MeetsRoot(const Query& query)
 {
     Box moved{};
     const Motion& motion = query.motion;
-    const float* box = query.movers.moverBounds.box;
+    const float* box = query.movers.moverTight[0].box;
     for (int r = 0; r < 3; ++r) {
         double centre = motion.m[r][3], half = motion.rounding[r];
         for (int c = 0; c < 3; ++c) {
@@ -333,7 +384,7 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
             if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
             const Motion motion =
                 ReadMotion(b, movers->moverTree.node[0].box, targets->targetTree.node[0]);
-            Query query{a, b, *targets, *movers, motion, Pass::kEnd, {}};
+            Query query{a, b, *targets, *movers, motion, Pass::kEnd, Kind::kAny, {}};
             if (!MeetsRoot(query)) return 0;
             if (PassHits(query, Pass::kEnd)) return 1;
             return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));

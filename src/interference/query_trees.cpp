@@ -92,6 +92,42 @@ void Measure(TargetBuilder& build, int& triangles, const OCTREENODE* leaf)
     }
 }
 
+void ClearNormals(NormalBounds& bounds)
+{
+    std::fill_n(bounds.low, 3, kEmptyExtreme);
+    std::fill_n(bounds.high, 3, -kEmptyExtreme);
+}
+
+void AddNormal(NormalBounds& bounds, const float* low, const float* high)
+{
+    for (int axis = 0; axis < 3; ++axis) {
+        bounds.low[axis] = std::min(bounds.low[axis], low[axis]);
+        bounds.high[axis] = std::max(bounds.high[axis], high[axis]);
+    }
+}
+
+/// A whole leaf has no plane, and is found by its box alone.
+void FillPlanes(QueryTrees& trees, const BoxRange& range)
+{
+    PlaneBounds& bounds = trees.planes[static_cast<std::size_t>(range.node)];
+    const float* box = trees.targetTree.node[static_cast<std::size_t>(range.node)].box;
+    ClearNormals(bounds.normal);
+    for (int axis = 0; axis < 3; ++axis)
+        bounds.centre[axis] = float(0.5 * (double(box[axis]) + box[axis + 3]));
+    double least = HUGE_VAL, greatest = -HUGE_VAL;
+    const ItemRange items = ItemsOf(trees.targetTree, range);
+    for (int i = items.first; i < items.last; ++i) {
+        const Target& target = trees.target[static_cast<std::size_t>(i)];
+        if (!target.triangle) continue;
+        AddNormal(bounds.normal, target.plane, target.plane);
+        const double offset = dot(target.plane, bounds.centre) + target.plane[3];
+        least = std::min(least, offset);
+        greatest = std::max(greatest, offset);
+    }
+    bounds.offset[0] = RoundDown(least);
+    bounds.offset[1] = RoundUp(greatest);
+}
+
 void BuildTargets(SOLIDC& solid, QueryTrees& trees)
 {
     TargetBuilder build;
@@ -111,6 +147,12 @@ void BuildTargets(SOLIDC& solid, QueryTrees& trees)
         std::int32_t& item = trees.targetTree.item[static_cast<std::size_t>(i)];
         trees.target[static_cast<std::size_t>(i)] = build.target[static_cast<std::size_t>(item)];
         item = i;
+    }
+    if (build.count) {
+        trees.planes =
+            MakeScratch<PlaneBounds>(2 * static_cast<std::size_t>(trees.targetTree.leafCount));
+        VisitNodes(RootOf(trees.targetTree),
+                   [&](const BoxRange& range) { FillPlanes(trees, range); });
     }
     trees.targetsUsable = true;
 }
@@ -156,19 +198,12 @@ void MakeMoverItem(const float (*corner)[3], int index, BoxItem& item)
     item.item = index;
 }
 
-void AddNormal(NormalBounds& bounds, const float* low, const float* high)
-{
-    for (int axis = 0; axis < 3; ++axis) {
-        bounds.low[axis] = std::min(bounds.low[axis], low[axis]);
-        bounds.high[axis] = std::max(bounds.high[axis], high[axis]);
-    }
-}
-
 /// The normals of the movers of a leaf and of the triangles across their edges.
-void AddLeafNormals(const SOLIDC& solid, const QueryTrees& trees, int leaf, NormalBounds& bounds)
+void AddLeafNormals(const SOLIDC& solid, const QueryTrees& trees, const BoxRange& range,
+                    NormalBounds& bounds)
 {
-    const int first = leaf * kItemsPerLeaf;
-    for (int i = first; i < std::min(first + kItemsPerLeaf, trees.moverTree.itemCount); ++i) {
+    const ItemRange items = ItemsOf(trees.moverTree, range);
+    for (int i = items.first; i < items.last; ++i) {
         const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
         AddNormal(bounds, mover.normal, mover.normal);
         for (const int e : solid.triangles[mover.index].edge) {
@@ -179,17 +214,29 @@ void AddLeafNormals(const SOLIDC& solid, const QueryTrees& trees, int leaf, Norm
     }
 }
 
-void FillNormals(const SOLIDC& solid, QueryTrees& trees, const BoxRange& range)
+/// Normals and tight boxes of a node, from its movers or from the two nodes below.
+void FillMoverNode(const SOLIDC& solid, QueryTrees& trees, const BoxRange& range)
 {
-    NormalBounds& bounds = trees.normals[static_cast<std::size_t>(range.node)];
-    std::fill_n(bounds.low, 3, kEmptyExtreme);
-    std::fill_n(bounds.high, 3, -kEmptyExtreme);
-    if (range.IsLeaf()) return AddLeafNormals(solid, trees, range.first, bounds);
-    for (const BoxRange& child : {range.Left(), range.Right()}) {
-        FillNormals(solid, trees, child);
-        const NormalBounds& below = trees.normals[static_cast<std::size_t>(child.node)];
-        AddNormal(bounds, below.low, below.high);
+    const auto at = static_cast<std::size_t>(range.node);
+    float* box = trees.moverTight[at].box;
+    ClearBbox(box);
+    ClearNormals(trees.normals[at]);
+    if (range.IsLeaf()) {
+        AddLeafNormals(solid, trees, range, trees.normals[at]);
+        const ItemRange items = ItemsOf(trees.moverTree, range);
+        for (int i = items.first; i < items.last; ++i)
+            for (const auto& corner : trees.mover[static_cast<std::size_t>(i)].corner)
+                ExtendBbox(box, corner);
+    } else {
+        for (const BoxRange& child : {range.Left(), range.Right()}) {
+            FillMoverNode(solid, trees, child);
+            const auto below = static_cast<std::size_t>(child.node);
+            MergeBbox(box, trees.moverTight[below].box);
+            AddNormal(trees.normals[at], trees.normals[below].low, trees.normals[below].high);
+        }
     }
+    trees.moverTight[at].longest = trees.moverTree.node[at].longest;
+    trees.moverTight[at].shortest = trees.moverTree.node[at].shortest;
 }
 
 void BuildMovers(SOLIDC& solid, QueryTrees& trees)
@@ -197,10 +244,8 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
     const auto count = static_cast<std::size_t>(solid.triangleCount);
     auto items = MakeScratch<BoxItem>(count);
     Mover mover{};
-    ClearBbox(trees.moverBounds.box);
     for (std::size_t t = 0; t < count; ++t) {
         if (!MakeMover(solid, static_cast<int>(t), mover)) return;
-        for (const auto& corner : mover.corner) ExtendBbox(trees.moverBounds.box, corner);
         MakeMoverItem(mover.corner, static_cast<int>(t), items[t]);
     }
     trees.moverTree = BuildBoxTree(items, solid.triangleCount);
@@ -208,9 +253,10 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
     for (std::size_t i = 0; i < count; ++i)
         MakeMover(solid, trees.moverTree.item[i], trees.mover[i]);
     if (count) {
-        trees.normals =
-            MakeScratch<NormalBounds>(2 * static_cast<std::size_t>(trees.moverTree.leafCount));
-        FillNormals(solid, trees, RootOf(trees.moverTree));
+        const auto nodes = 2 * static_cast<std::size_t>(trees.moverTree.leafCount) - 1;
+        trees.normals = MakeScratch<NormalBounds>(nodes);
+        trees.moverTight = MakeScratch<BoxNode>(nodes);
+        FillMoverNode(solid, trees, RootOf(trees.moverTree));
     }
     trees.moversUsable = true;
 }

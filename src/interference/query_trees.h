@@ -25,21 +25,30 @@ struct Mover {
     enum Side : std::uint8_t { kNotOwn, kBackward, kForward, kAsk } side[3];
 };
 
-/// Bounds of the normals of some triangles and of their neighbours.
+/// Bounds of some normals.
 struct NormalBounds {
     float low[3], high[3];
+};
+
+/// Where the planes of some targets run: normal * (x - centre) + offset, each within its bounds, is
+/// how far a point x lies from any of them.
+struct PlaneBounds {
+    NormalBounds normal;
+    float centre[3];
+    float offset[2]; ///< least and greatest
 };
 
 struct QueryTrees {
     bool triedTargets = false, triedMovers = false;
     bool targetsUsable = false;
-    Scratch<Target> target; ///< by item of targetTree
-    BoxTree targetTree;     ///< over hit boxes
+    Scratch<Target> target;      ///< by item of targetTree
+    BoxTree targetTree;          ///< over hit boxes
+    Scratch<PlaneBounds> planes; ///< by node of targetTree
     bool moversUsable = false;
-    Scratch<Mover> mover; ///< by item of moverTree
-    BoxTree moverTree;
-    BoxNode moverBounds;           ///< of all movers as they are, not widened
-    Scratch<NormalBounds> normals; ///< by node of moverTree
+    Scratch<Mover> mover;          ///< by item of moverTree
+    BoxTree moverTree;             ///< over triangles widened by their extents
+    Scratch<BoxNode> moverTight;   ///< by node of moverTree: of the triangles as they are
+    Scratch<NormalBounds> normals; ///< by node of moverTree: of movers and their neighbours
 };
 
 /// The trees of a solid, with the role that is asked for filled in.
