@@ -1,6 +1,7 @@
 // Refinement of a full solid: edges are split until each fits the limit, so that every triangle
 // does; the mesh stays closed.
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 
@@ -65,22 +66,26 @@ float SubdivisionPass(SOLIDC& solid, const SizeLimit& limit)
 
 /// Whether refinement still leads anywhere. A triangle that merging left with two corners on one
 /// vertex is beyond what breaking can handle: its pieces bring back the edge that they came from,
-/// pass for pass, for ever. In a mesh without such triangles the largest edge shrinks: every edge
-/// above the limit is broken in each pass, and a new edge is no longer than the sides that it runs
-/// between. So a thousand passes without a new least maximum are a loop, and end it.
+/// pass for pass, for ever. In a mesh without such triangles the largest edge shrinks: each pass
+/// takes half a limit or more from every edge above the limit, and a new edge is no longer than the
+/// sides that it runs between. It can keep its size only while one of those is still being cut,
+/// which takes two passes for each limit in its length. Four times as many without a new least
+/// maximum, and some more, are a loop.
 struct Progress {
     float least = HUGE_VALF;
     int idlePasses = 0;
+    int mostIdlePasses = 0;
 
     bool GoesOn(float largest)
     {
-        constexpr int kMostIdlePasses = 1000;
         if (largest == 0) return false;
+        if (mostIdlePasses == 0)
+            mostIdlePasses = ClampToInt(8.0 * double(largest) + 64, 0, INT_MAX);
         if (largest < least) {
             least = largest;
             idlePasses = 0;
         }
-        return idlePasses++ < kMostIdlePasses;
+        return idlePasses++ < mostIdlePasses;
     }
 };
 
