@@ -77,12 +77,13 @@ enum class Pass {
     kWalls  ///< edges of the walls between the two
 };
 
-/// And once or twice each time: for all hits, or, where the room for parallel segments would swell
-/// the boxes, first for those that cross a target and then for those in a target's plane.
-enum class Kind { kAny, kCrossing, kInPlane };
+/// And twice each time: for hits at a point of the edge itself, and for those that an end within
+/// the contact tolerance of the target's plane makes possible beside it: beyond its ends, or beside
+/// a parallel segment.
+enum class Kind { kOnEdge, kBesideEdge };
 
 /// How far along the motion the points by which edges hit can lie, from and to. A sweep line, too,
-/// can be crossed up to its length beyond its ends.
+/// can be hit up to its length beyond its ends.
 struct Reach {
     double from, to;
 };
@@ -95,7 +96,7 @@ constexpr Reach ReachOf(Pass pass, Kind kind)
     case Pass::kEnd:
         return {1, 1};
     default:
-        return kind == Kind::kCrossing ? Reach{-1, 2} : Reach{0, 1};
+        return kind == Kind::kOnEdge ? Reach{0, 1} : Reach{-1, 2};
     }
 }
 
@@ -104,7 +105,7 @@ constexpr Reach ReachOf(Pass pass, Kind kind)
 /// 0.0127 / u of the other segment, and no end lies further from it than half its length.
 double SpherePad(const Motion& motion, Pass pass, Kind kind, const BoxNode& node)
 {
-    if (kind == Kind::kCrossing) return 0;
+    if (kind == Kind::kOnEdge) return 0;
     const bool walls = pass == Pass::kWalls;
     const double longest = motion.scale * node.longest + (walls ? motion.way : 0);
     // A diagonal can be as short as it likes.
@@ -115,7 +116,7 @@ double SpherePad(const Motion& motion, Pass pass, Kind kind, const BoxNode& node
 }
 
 /// The box of all crossing points and spheres of the edges that a node of movers has in a pass.
-/// @param node  widened for crossings, tight for what lies in a plane
+/// @param node  tight for what lies on edges, widened for what lies beside
 Box MoveBox(const Motion& motion, Pass pass, Kind kind, const BoxNode& node)
 {
     Box box{};
@@ -166,7 +167,7 @@ struct Query {
     const BoxNode& MoverNode(const BoxRange& range) const
     {
         const auto at = static_cast<std::size_t>(range.node);
-        return kind == Kind::kInPlane ? movers.moverTight[at] : movers.moverTree.node[at];
+        return kind == Kind::kOnEdge ? movers.moverTight[at] : movers.moverTree.node[at];
     }
     Box MoverBox(const BoxRange& range) const
     {
@@ -186,7 +187,7 @@ bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
 /// The same for one placed edge, in floats.
 void SetReach(const Query& query, double pad, MovedEdge& edge)
 {
-    const bool beyondEnds = query.kind != Kind::kInPlane;
+    const bool beyondEnds = query.kind == Kind::kBesideEdge;
     for (int axis = 0; axis < 3; ++axis) {
         const double beyond =
             (beyondEnds ? Extent(edge.box, axis) : 0) + pad + 2 * query.motion.rounding[axis];
@@ -256,16 +257,15 @@ bool LeavesHit(Query& query, const BoxRange& target, const BoxRange& mover)
 }
 
 /// Whether an end of an edge below can lie within the contact tolerance of the plane of a target.
-/// @param box  of the mover, with its pad
-bool MayLieInPlane(const Query& query, const BoxRange& target, const BoxRange& mover,
-                   const Box& box)
+bool MayLieInPlane(const Query& query, const BoxRange& target, const BoxRange& mover)
 {
-    const double pad = SpherePad(query.motion, query.pass, query.kind, query.MoverNode(mover));
+    const Box box = MoveBox(query.motion, query.pass, Kind::kOnEdge,
+                            query.movers.moverTight[static_cast<std::size_t>(mover.node)]);
     const PlaneBounds& planes = query.targets.planes[static_cast<std::size_t>(target.node)];
     double low = planes.offset[0], high = planes.offset[1], size = 0;
     for (int axis = 0; axis < 3; ++axis) {
-        const double x0 = box.low[axis] + pad - planes.centre[axis],
-                     x1 = box.high[axis] - pad - planes.centre[axis];
+        const double x0 = box.low[axis] - planes.centre[axis],
+                     x1 = box.high[axis] - planes.centre[axis];
         const double n0 = planes.normal.low[axis], n1 = planes.normal.high[axis];
         low += std::min({n0 * x0, n0 * x1, n1 * x0, n1 * x1});
         high += std::max({n0 * x0, n0 * x1, n1 * x0, n1 * x1});
@@ -312,8 +312,7 @@ bool RangesHit(Query& query, const BoxRange& target, const BoxRange& mover, cons
 {
     const float* targetBox = NodeOf(query.targets.targetTree, target).box;
     if (!Meet(moverBox, targetBox)) return false;
-    if (query.kind == Kind::kInPlane && !MayLieInPlane(query, target, mover, moverBox))
-        return false;
+    if (query.kind == Kind::kBesideEdge && !MayLieInPlane(query, target, mover)) return false;
     if (target.IsLeaf() && mover.IsLeaf()) return LeavesHit(query, target, mover);
     if (mover.IsLeaf() || (!target.IsLeaf() && Size(targetBox) > Size(moverBox)))
         return RangesHit(query, target.Left(), mover, moverBox) ||
@@ -337,13 +336,7 @@ bool PassHits(Query& query, Pass pass)
     query.pass = pass;
     const BoxRange root = RootOf(query.movers.moverTree);
     if (!MayTakePart(query, root)) return false;
-    // Up to this part of the longest edge the room costs less than a second walk.
-    constexpr double kSmallPart = 0.2;
-    const BoxNode& all = query.movers.moverTight[0];
-    if (SpherePad(query.motion, pass, Kind::kAny, all) <
-        kSmallPart * query.motion.scale * all.longest)
-        return KindHits(query, Kind::kAny);
-    return KindHits(query, Kind::kCrossing) || KindHits(query, Kind::kInPlane);
+    return KindHits(query, Kind::kOnEdge) || KindHits(query, Kind::kBesideEdge);
 }
 
 /// Whether any edge can meet the box of the first solid's octree, without which none is tested.
@@ -384,7 +377,7 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
             if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
             const Motion motion =
                 ReadMotion(b, movers->moverTree.node[0].box, targets->targetTree.node[0]);
-            Query query{a, b, *targets, *movers, motion, Pass::kEnd, Kind::kAny, {}};
+            Query query{a, b, *targets, *movers, motion, Pass::kEnd, Kind::kOnEdge, {}};
             if (!MeetsRoot(query)) return 0;
             if (PassHits(query, Pass::kEnd)) return 1;
             return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));
