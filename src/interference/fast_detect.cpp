@@ -257,22 +257,40 @@ bool LeavesHit(Query& query, const BoxRange& target, const BoxRange& mover)
 }
 
 /// Whether an end of an edge below can lie within the contact tolerance of the plane of a target.
+/// The planes are carried back to where the mover rests: normal * (m x + t) is (m^T normal) * x and
+/// a constant.
 bool MayLieInPlane(const Query& query, const BoxRange& target, const BoxRange& mover)
 {
-    const Box box = MoveBox(query.motion, query.pass, Kind::kOnEdge,
-                            query.movers.moverTight[static_cast<std::size_t>(mover.node)]);
     const PlaneBounds& planes = query.targets.planes[static_cast<std::size_t>(target.node)];
-    double low = planes.offset[0], high = planes.offset[1], size = 0;
-    for (int axis = 0; axis < 3; ++axis) {
-        const double x0 = box.low[axis] - planes.centre[axis],
-                     x1 = box.high[axis] - planes.centre[axis];
-        const double n0 = planes.normal.low[axis], n1 = planes.normal.high[axis];
-        low += std::min({n0 * x0, n0 * x1, n1 * x0, n1 * x1});
-        high += std::max({n0 * x0, n0 * x1, n1 * x0, n1 * x1});
-        size += std::fabs(x0) + std::fabs(x1) + std::fabs(double(planes.centre[axis]));
+    const Slab& slab = query.movers.slabs[static_cast<std::size_t>(mover.node)];
+    const Motion& motion = query.motion;
+    if (planes.turn < 0) return false;
+    double back[3], along = 0, square = 0, middle = 0, way = 0, far = 0, room = 0;
+    for (int c = 0; c < 3; ++c) {
+        back[c] = planes.normal[0] * motion.m[0][c] + planes.normal[1] * motion.m[1][c] +
+                  planes.normal[2] * motion.m[2][c];
+        along += back[c] * slab.normal[c];
+        square += back[c] * back[c];
     }
-    const double near = 2 * kContact + kRounding * size;
-    return low <= near && high >= -near;
+    const Reach reach = ReachOf(query.pass, Kind::kOnEdge);
+    for (int r = 0; r < 3; ++r) {
+        // From the centre of the targets to that of the mover at the start.
+        double apart = motion.m[r][3] - planes.centre[r];
+        for (int c = 0; c < 3; ++c) apart += motion.m[r][c] * slab.centre[c];
+        middle += planes.normal[r] * apart;
+        way += planes.normal[r] * motion.shift[r];
+        far += std::fabs(apart) + std::fabs(motion.shift[r]);
+        room += 2 * motion.rounding[r] + kRounding * std::fabs(double(planes.centre[r]));
+    }
+    const double radius = motion.scale * slab.radius;
+    const double beside = std::sqrt(std::max(0.0, square - along * along) + 1e-9) * slab.radius +
+                          planes.turn * (far + radius) + kRounding * (far + radius) + room +
+                          2 * kContact;
+    const double low = std::min(along * slab.height[0], along * slab.height[1]) +
+                       std::min(reach.from * way, reach.to * way) + middle + planes.offset[0];
+    const double high = std::max(along * slab.height[0], along * slab.height[1]) +
+                        std::max(reach.from * way, reach.to * way) + middle + planes.offset[1];
+    return low <= beside && high >= -beside;
 }
 
 double Size(const Box& box)

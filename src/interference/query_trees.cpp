@@ -106,24 +106,48 @@ void AddNormal(NormalBounds& bounds, const float* low, const float* high)
     }
 }
 
+/// The middle of some normals as a unit vector, or zero where they cancel out. Any vector will do:
+/// what depends on it is bounded with it.
+void MeanNormal(const NormalBounds& bounds, float* mean)
+{
+    for (int axis = 0; axis < 3; ++axis)
+        mean[axis] = float(0.5 * (double(bounds.low[axis]) + bounds.high[axis]));
+    const double length = std::sqrt(dot(mean, mean));
+    for (int axis = 0; axis < 3; ++axis)
+        mean[axis] = length > 1e-3 ? float(mean[axis] / length) : 0.0f;
+}
+
+void SetCentre(const float* box, float* centre)
+{
+    for (int axis = 0; axis < 3; ++axis)
+        centre[axis] = float(0.5 * (double(box[axis]) + box[axis + 3]));
+}
+
 /// A whole leaf has no plane, and is found by its box alone.
 void FillPlanes(QueryTrees& trees, const BoxRange& range)
 {
     PlaneBounds& bounds = trees.planes[static_cast<std::size_t>(range.node)];
-    const float* box = trees.targetTree.node[static_cast<std::size_t>(range.node)].box;
-    ClearNormals(bounds.normal);
-    for (int axis = 0; axis < 3; ++axis)
-        bounds.centre[axis] = float(0.5 * (double(box[axis]) + box[axis + 3]));
-    double least = HUGE_VAL, greatest = -HUGE_VAL;
+    SetCentre(trees.targetTree.node[static_cast<std::size_t>(range.node)].box, bounds.centre);
     const ItemRange items = ItemsOf(trees.targetTree, range);
-    for (int i = items.first; i < items.last; ++i) {
-        const Target& target = trees.target[static_cast<std::size_t>(i)];
-        if (!target.triangle) continue;
-        AddNormal(bounds.normal, target.plane, target.plane);
-        const double offset = dot(target.plane, bounds.centre) + target.plane[3];
+    const auto forEachPlane = [&](auto visit) {
+        for (int i = items.first; i < items.last; ++i)
+            if (const Target& target = trees.target[static_cast<std::size_t>(i)]; target.triangle)
+                visit(target.plane);
+    };
+    NormalBounds normals;
+    ClearNormals(normals);
+    forEachPlane([&](const float* plane) { AddNormal(normals, plane, plane); });
+    bounds.turn = -1;
+    if (normals.low[0] > normals.high[0]) return;
+    MeanNormal(normals, bounds.normal);
+    double turn = 0, least = HUGE_VAL, greatest = -HUGE_VAL;
+    forEachPlane([&](const float* plane) {
+        turn = std::max(turn, distance(plane, bounds.normal));
+        const double offset = dot(plane, bounds.centre) + plane[3];
         least = std::min(least, offset);
         greatest = std::max(greatest, offset);
-    }
+    });
+    bounds.turn = RoundUp(turn * 1.00001 + 1e-6);
     bounds.offset[0] = RoundDown(least);
     bounds.offset[1] = RoundUp(greatest);
 }
@@ -214,6 +238,28 @@ void AddLeafNormals(const SOLIDC& solid, const QueryTrees& trees, const BoxRange
     }
 }
 
+void FillSlab(QueryTrees& trees, const BoxRange& range)
+{
+    const auto at = static_cast<std::size_t>(range.node);
+    Slab& slab = trees.slabs[at];
+    MeanNormal(trees.normals[at], slab.normal);
+    SetCentre(trees.moverTight[at].box, slab.centre);
+    double least = HUGE_VAL, greatest = -HUGE_VAL, radius = 0;
+    const ItemRange items = ItemsOf(trees.moverTree, range);
+    for (int i = items.first; i < items.last; ++i)
+        for (const auto& corner : trees.mover[static_cast<std::size_t>(i)].corner) {
+            float offset[3];
+            Subtract(corner, slab.centre, offset);
+            const double height = dot(offset, slab.normal);
+            least = std::min(least, height);
+            greatest = std::max(greatest, height);
+            radius = std::max(radius, std::sqrt(dot(offset, offset)));
+        }
+    slab.height[0] = RoundDown(least);
+    slab.height[1] = RoundUp(greatest);
+    slab.radius = RoundUp(radius * 1.000001);
+}
+
 /// Normals and tight boxes of a node, from its movers or from the two nodes below.
 void FillMoverNode(const SOLIDC& solid, QueryTrees& trees, const BoxRange& range)
 {
@@ -257,6 +303,8 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
         trees.normals = MakeScratch<NormalBounds>(nodes);
         trees.moverTight = MakeScratch<BoxNode>(nodes);
         FillMoverNode(solid, trees, RootOf(trees.moverTree));
+        trees.slabs = MakeScratch<Slab>(nodes);
+        VisitNodes(RootOf(trees.moverTree), [&](const BoxRange& range) { FillSlab(trees, range); });
     }
     trees.moversUsable = true;
 }

@@ -30,12 +30,20 @@ struct NormalBounds {
     float low[3], high[3];
 };
 
-/// Where the planes of some targets run: normal * (x - centre) + offset, each within its bounds, is
-/// how far a point x lies from any of them.
+/// Where the planes of some targets run: a point x lies normal * (x - centre) + offset from each of
+/// them, give or take turn * |x - centre|, with an offset within the bounds.
 struct PlaneBounds {
-    NormalBounds normal;
-    float centre[3];
+    float normal[3], centre[3];
+    float turn;      ///< the most by which a normal differs from this one; negative: no planes
     float offset[2]; ///< least and greatest
+};
+
+/// A slab round some movers: their corners lie within `height` of the centre along the normal, up
+/// or down, and within `radius` of it.
+struct Slab {
+    float normal[3], centre[3];
+    float height[2]; ///< least and greatest
+    float radius;
 };
 
 struct QueryTrees {
@@ -49,6 +57,7 @@ struct QueryTrees {
     BoxTree moverTree;             ///< over triangles widened by their extents
     Scratch<BoxNode> moverTight;   ///< by node of moverTree: of the triangles as they are
     Scratch<NormalBounds> normals; ///< by node of moverTree: of movers and their neighbours
+    Scratch<Slab> slabs;           ///< by node of moverTree
 };
 
 /// The trees of a solid, with the role that is asked for filled in.
