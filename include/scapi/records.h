@@ -9,12 +9,13 @@
 
 /// One triangle, 35 words. Side `slot` runs from corner (slot + 2) % 3 to corner `slot`.
 struct T_LIST {
-    float corners[3][3];      ///< in the winding of the mesh, at rest
-    float normal[3];          ///< unit, by the winding; zero on a degenerate triangle
-    std::int32_t vertex[3];   ///< into vertices, for each corner; full solids only
-    std::int32_t edgeLinks;   ///< filled slots of edge when the list was built
-    std::int32_t edge[3];     ///< into edges, for each side, or -1 while open
-    float sweepBbox[6];       ///< box of what this triangle adds to the swept surface
+    float corners[3][3];    ///< in the winding of the mesh, at rest
+    float normal[3];        ///< unit, by the winding, zero on a degenerate triangle; the file's on
+                            ///< a simple solid from a file
+    std::int32_t vertex[3]; ///< into vertices, for each corner; full solids only
+    std::int32_t edgeLinks; ///< filled slots of edge when the list was built
+    std::int32_t edge[3];   ///< into edges, for each side, or -1 while open
+    float sweepBbox[6];     ///< box of what this triangle adds to the swept surface
     std::int32_t sweepOrient; ///< -1 trailing; 1 leading or at rest; 0 along the motion
     std::int32_t mark;        ///< visited, for the inversion walk
     std::int32_t superseded;  ///< 1 once smaller triangles have taken its place in the octree

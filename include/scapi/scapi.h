@@ -32,7 +32,7 @@ enum SCAPI_RESULT {
     SCAPI_END_OF_WALK = -1,     /* in *cursor, never returned: nothing was written by this call */
     SCAPI_NO_FILE = -1,         /* inside the library: there is no cache file to open */
     SCAPI_NULL_PATH = -51,      /* a path that has to be there is null */
-    SCAPI_LOOSE_VERTEX = -100,  /* a vertex carries fewer than three triangle corners */
+    SCAPI_LOOSE_VERTEX = -100,  /* inside the library: a vertex has fewer than three corners */
     SCAPI_OPEN_SIDE = -101,     /* a side of a triangle has no neighbour: the mesh is not closed */
     SCAPI_DAMAGED_FILE = -400,  /* inside the library: a cache file is cut or contradicts itself */
     SCAPI_OTHER_VERSION = -401, /* inside the library: a cache file of another format version */
@@ -53,9 +53,12 @@ enum SCAPI_RESULT {
  *         It may end in "(STL_SWAP_ZXY)" or "(STL_SWAP_YZX)", which is no part of the file's name:
  *         every triple (x, y, z) of the file is then taken as (y, z, x) or (z, x, y).
  *         Null only empties the slot.
- * simple  0 for a full solid, which must be closed to have an octree and can be moved; anything
- *         else for a simple one, a bag of triangles that can be struck but cannot strike.
- *         A current cache of a full solid serves a wish for a simple one, and stays full.
+ * simple  0 for a full solid, which has to be closed; anything else for a simple one, a bag of
+ *         triangles that can be struck but cannot strike. A current cache of a full solid serves a
+ *         wish for a simple one, and stays full. With 1, a current cache that is cut in the counts
+ *         of a simple solid gives 0 and a solid that nothing hits.
+ *         An open mesh whose vertices all have three triangles or more loads with 0 all the same.
+ *         It gets no octree, so nothing hits it, until it comes from its cache, with one.
  * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_UNREADABLE, with a solid without triangles left in the
  * slot; SCAPI_NOT_WRITTEN with a good solid whose cache could not be written; SCAPI_OPEN_SIDE with
  * an empty solid; solidId when path is null. */
@@ -102,9 +105,10 @@ SCAPI_EXPORT int SCAPI_DetectInterference(int solidA, int solidB);
 /* Can two solids meet at all, each on its way from a start to an end pose? By boxes alone.
  *
  * startA ... endB  matrices, 16 floats in row order.
- * Returns 1 when their boxes meet or touch in the frames of both, when A moves by more than 1e-4,
- * or when a start matrix has no inverse; 0 when they do not meet, when a slot is empty, or when a
- * number is out of range. */
+ * Returns 1 when their boxes meet or touch in the frames of both, when the start and end of A
+ * differ so much that a part of its motion could be missed, or when the start matrix that is needed
+ * next has no inverse; 0 when they do not meet, when a slot is empty, or when a number is out of
+ * range. */
 SCAPI_EXPORT int SCAPI_BboxesInterference(int solidA, float* startA, float* endA, int solidB,
                                           float* startB, float* endB);
 

@@ -62,10 +62,11 @@ bool ReadFile(SOLIDC& solid, const char* path)
     std::int32_t count = 0;
     if (!StlOpenRead(stream, &count)) return false;
     solid.triangleCapacity = CapacityForFile(stream.fileLength);
-    solid.triangles = AllocateTriangles(solid.triangleCapacity);
-    ReadFacets(solid, stream);
+    // A file with holes can claim any length.
+    solid.triangles = TryAllocateTriangles(solid.triangleCapacity);
+    if (solid.triangles) ReadFacets(solid, stream);
     StlClose(stream);
-    return true;
+    return solid.triangles;
 }
 
 void CopyDefaultCube(SOLIDC& solid)

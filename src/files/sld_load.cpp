@@ -64,8 +64,7 @@ int JudgeLists(SOLIDC& solid)
 bool AllocateArrays(SOLIDC& solid)
 {
     solid.triangleCapacity = solid.triangleCount;
-    solid.triangles = static_cast<T_LIST*>(
-        TryAllocateRecords(static_cast<std::size_t>(solid.triangleCount) + 1, sizeof(T_LIST)));
+    solid.triangles = TryAllocateTriangles(solid.triangleCount);
     const auto allocate = [](auto*& array, int& capacity, int count) {
         if (count == 0) return true;
         using Record = std::remove_reference_t<decltype(*array)>;
@@ -79,11 +78,17 @@ bool AllocateArrays(SOLIDC& solid)
 }
 
 /// A fault in the counts or before them. A simple solid keeps its arrays, all zero, and its counts;
-/// so does a full one whose counts are good.
-int RefuseCounts(SOLIDC& solid, int status)
+/// so does a full one whose counts are good. But a file of a few bytes must not lay hold of
+/// gigabytes: of counts far beyond its length nothing stays.
+int RefuseCounts(SOLIDC& solid, std::int64_t length, int status)
 {
+    constexpr std::int64_t kAlwaysKept = 16 << 20;
     const bool keeps = solid.isSimple || status != SCAPI_DAMAGED_FILE;
-    if (!keeps || !AllocateArrays(solid)) return SCAPI_DAMAGED_FILE;
+    if (!keeps) return SCAPI_DAMAGED_FILE;
+    if (SldFileBytes(solid.triangleCount, solid.vertexCount, solid.edgeCount) >
+        std::max(length, kAlwaysKept))
+        solid.triangleCount = solid.vertexCount = solid.edgeCount = 0;
+    if (!AllocateArrays(solid)) return SCAPI_DAMAGED_FILE;
     return solid.isSimple ? SCAPI_DAMAGED_SIMPLE_FILE : status;
 }
 
@@ -149,10 +154,11 @@ int ReadSolid(BlockReader& in, SOLIDC& solid)
         in.ReadWord(*field);
     if (!IsCount(solid.triangleCount, kTriangleLimit)) return SCAPI_DAMAGED_FILE;
     const int lists = JudgeLists(solid);
-    if (lists != 0 || in.status != 0) return RefuseCounts(solid, lists != 0 ? lists : in.status);
+    const std::int64_t length = StreamLength(in.file.get());
+    if (lists != 0 || in.status != 0)
+        return RefuseCounts(solid, length, lists != 0 ? lists : in.status);
     // Memory only for what the file can fill.
-    if (StreamLength(in.file.get()) <
-            SldFileBytes(solid.triangleCount, solid.vertexCount, solid.edgeCount) ||
+    if (length < SldFileBytes(solid.triangleCount, solid.vertexCount, solid.edgeCount) ||
         !AllocateArrays(solid))
         return SCAPI_DAMAGED_FILE;
     ReadArraysAndTail(in, solid);

@@ -7,8 +7,9 @@
 /// the file `line` stays as it is.
 void NextLine(StlReadBuffer& buffer, std::string_view& line);
 
-/// Takes the seven lines of a facet. No line may be missing, added or blank, but what else stands
-/// on a line, and the case of letters, does not matter.
+/// Takes the lines of a facet: normal, loop, three vertices, any line, the end of the facet. What
+/// else stands on a line, and the case of letters, does not matter. A line that is no vertex takes
+/// the place of those that were to come, which keep what the facet before left in them.
 /// @return whether it has the lines of a facet; the numbers are stored as far as they can be read
 bool TakeTextFacet(StlReadBuffer& buffer, float* normal, float* corners);
 

@@ -85,9 +85,9 @@ void PatchCount(StlStream& stream)
 /// Sets sourceFileSize to what is about to be replaced, and creates the file.
 bool OpenForSolid(SOLIDC& solid, const char* path)
 {
-    if (!SetStlPath(*solid.stlStream, path)) return false;
-    solid.sourceFileSize = ClampLength(GetFileLength(path));
-    return StlOpenWrite(*solid.stlStream, kWriteBinary);
+    const bool fits = SetStlPath(*solid.stlStream, path);
+    solid.sourceFileSize = fits ? ClampLength(GetFileLength(path)) : 0;
+    return fits && StlOpenWrite(*solid.stlStream, kWriteBinary);
 }
 
 void WriteSweptTriangles(StlStream& stream, SOLIDC& solid)

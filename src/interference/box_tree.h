@@ -1,5 +1,5 @@
-// A binary tree of boxes, halved at the median: the hierarchy of both sides of a query. Nodes lie
-// in preorder, so children are found by counting and nothing points.
+// A binary tree over items in space, halved at the median: the hierarchy of both sides of a query.
+// It is an order of the items and a way to count; what is kept for each node is the owner's.
 #ifndef SCAPI_INTERFERENCE_BOX_TREE_H
 #define SCAPI_INTERFERENCE_BOX_TREE_H
 
@@ -10,27 +10,20 @@
 
 constexpr int kItemsPerLeaf = 4;
 
-struct BoxNode {
-    float box[6];
-    float longest;  ///< greatest length of the items below
-    float shortest; ///< least length
-};
-
 /// What is given for each item.
 struct BoxItem {
-    float box[6];            ///< finite
-    float longest, shortest; ///< lengths that mean something to the caller
-    std::int32_t item;       ///< the caller's number
+    float centre[3];   ///< finite
+    std::int32_t item; ///< the caller's number
 };
 
 struct BoxTree {
     int itemCount = 0;
     int leafCount = 0;
     Scratch<std::int32_t> item; ///< the caller's numbers, those of a leaf side by side
-    Scratch<BoxNode> node;      ///< 2 * leafCount - 1
 };
 
-/// A node with the range of leaves below it.
+/// A node with the range of leaves below it. Nodes lie in preorder, so children are found by
+/// counting and nothing points.
 struct BoxRange {
     int node, first, last;
 
@@ -46,6 +39,11 @@ BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count);
 
 inline BoxRange RootOf(const BoxTree& tree) { return {0, 0, tree.leafCount}; }
 
+inline std::size_t NodeCount(const BoxTree& tree)
+{
+    return tree.leafCount ? 2 * static_cast<std::size_t>(tree.leafCount) - 1 : 0;
+}
+
 /// The items below a node: from first, up to last.
 struct ItemRange {
     int first, last;
@@ -56,14 +54,16 @@ inline ItemRange ItemsOf(const BoxTree& tree, const BoxRange& range)
     return {range.first * kItemsPerLeaf, std::min(range.last * kItemsPerLeaf, tree.itemCount)};
 }
 
-/// Calls `visit` on a node and all below it.
+/// Calls `visit` on a node and all below it, children first. As deep as the logarithm of the number
+/// of leaves.
 template <class Visit>
 void VisitNodes(const BoxRange& range, Visit visit)
 {
+    if (!range.IsLeaf()) {
+        VisitNodes(range.Left(), visit);
+        VisitNodes(range.Right(), visit);
+    }
     visit(range);
-    if (range.IsLeaf()) return;
-    VisitNodes(range.Left(), visit);
-    VisitNodes(range.Right(), visit);
 }
 
 #endif

@@ -71,8 +71,10 @@ int SOLIDC::Triangle_to_SolidBEdges(T_LIST* triangle, SOLIDC* solid)
     std::memcpy(box, triangle->bbox, sizeof box);
     EdgeBuffer buffer;
     CrossingState state;
-    int cursor = IndexBackwards(*this, triangle) * 10;
-    const int limit = cursor + 10;
+    // Unsigned, for a triangle that is another solid's.
+    const unsigned start = 10u * static_cast<unsigned>(IndexBackwards(*this, triangle));
+    int cursor = static_cast<int>(start);
+    const int limit = static_cast<int>(start + 10u);
     for (;;) {
         cursor = solid->SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box);
         if (cursor < 0 || cursor >= limit) return 0;

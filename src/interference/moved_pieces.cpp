@@ -85,12 +85,12 @@ bool TakeEdge(const Stop& stop, int a, bool aAtStart, int b, bool bAtStart, Move
     return BboxesMeet(out.box, stop.box, stop.solid.tolerance);
 }
 
-/// As GetTriangleEdge, for an edge that is this triangle's to give.
-bool TakeOwnEdge(const Stop& stop, int slot, MovedEdge& out)
+/// As GetTriangleEdge, for an edge that is this triangle's to give and runs elsewhere.
+bool TakeForeignEdge(const Stop& stop, int slot, MovedEdge& out)
 {
-    const EdgeRec* edge = stop.EdgeIn(slot);
-    if (!edge || AcrossEdge(*edge, stop.index) <= stop.index) return false;
-    return TakeEdge(stop, edge->vertex[0], stop.trailing, edge->vertex[1], stop.trailing, out);
+    const EdgeRec& edge = *stop.EdgeIn(slot);
+    return stop.passes &&
+           TakeEdge(stop, edge.vertex[0], stop.trailing, edge.vertex[1], stop.trailing, out);
 }
 
 /// As GetSweptEdge.
@@ -161,15 +161,14 @@ void CollectOwnEdges(const SOLIDC& solid, const Mover& mover, bool trailing, con
         MovedEdge& edge = pieces.edge[pieces.count];
         const Mover::Side side = mover.side[step];
         if (side == Mover::kNotOwn) continue;
-        if (side == Mover::kAsk) {
-            const Stop stop{solid, box, mover.index, trails, true};
-            TakeOwnEdge(stop, step, edge);
-        } else {
-            const int before = PreviousSlot(step);
-            std::memcpy(edge.ends[0], placed[side == Mover::kBackward ? step : before], 12);
-            std::memcpy(edge.ends[1], placed[side == Mover::kBackward ? before : step], 12);
-            CalcEdgeBbox(edge.ends, edge.box);
+        if (side == Mover::kForeign) {
+            pieces.count += TakeForeignEdge(MakeStop(solid, mover.index, box), step, edge);
+            continue;
         }
+        const int before = PreviousSlot(step);
+        std::memcpy(edge.ends[0], placed[side == Mover::kBackward ? step : before], 12);
+        std::memcpy(edge.ends[1], placed[side == Mover::kBackward ? before : step], 12);
+        CalcEdgeBbox(edge.ends, edge.box);
         // An edge that meets the box by itself is in the sweepBbox of its triangle, and both tests
         // of the walk, which are wider, let it through; others hit nothing.
         if (BboxesMeet(edge.box, box, 0)) ++pieces.count;

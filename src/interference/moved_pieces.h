@@ -9,7 +9,6 @@
 struct MovedEdge {
     float ends[2][3];
     float box[6];
-    float reach[6]; ///< where its crossing points can lie; the query's to fill in
 };
 
 /// Of one triangle: its own edges, or the diagonals, sweep lines and rims of its walls.

@@ -4,6 +4,7 @@
 #define SCAPI_INTERFERENCE_QUERY_TREES_H
 
 #include "interference/box_tree.h"
+#include "interference/oriented_box.h"
 #include "scapi/solid.h"
 
 /// A triangle that can be hit, or a whole leaf that has to be walked as it stands, because it holds
@@ -14,6 +15,18 @@ struct Target {
     OCTREENODE* leaf;
 };
 
+/// A node of targets: where they can be hit, and how their planes run.
+struct TargetNode {
+    OrientedBox box;
+    float longest; ///< side
+    /// The greatest sine of the angle between the first axis and the normal of a target. So a point
+    /// that goes a way in the plane of a target goes this part of it along the first axis.
+    float turn;
+    /// Whether a target has no plane, or none that says where it can be hit. It counts with its
+    /// leaf's cell, which the box of an edge that hits meets; the edge itself need not.
+    bool holdsCells;
+};
+
 /// A triangle as a mover: what a query needs of it, side by side, where the solid's own records
 /// would cost a cache miss each.
 struct Mover {
@@ -21,55 +34,60 @@ struct Mover {
     float normal[3];
     std::int32_t index; ///< into triangles
     /// For each slot: an edge that is another triangle's to give, one that runs from this corner to
-    /// the one before, one that runs the other way, or one that the records must be asked for.
-    enum Side : std::uint8_t { kNotOwn, kBackward, kForward, kAsk } side[3];
+    /// the one before, one that runs the other way, or one that runs between other vertices, as
+    /// merging leaves some behind that were shorter than its tolerance.
+    enum Side : std::uint8_t { kNotOwn, kBackward, kForward, kForeign } side[3];
+    bool hasForeign; ///< whether any edge is, own or not
 };
 
-/// Bounds of some normals.
-struct NormalBounds {
-    float low[3], high[3];
-};
-
-/// Where the planes of some targets run: a point x lies normal * (x - centre) + offset from each of
-/// them, give or take turn * |x - centre|, with an offset within the bounds.
-struct PlaneBounds {
-    float normal[3], centre[3];
-    float turn;      ///< the most by which a normal differs from this one; negative: no planes
-    float offset[2]; ///< least and greatest
-};
-
-/// A slab round some movers: their corners lie within `height` of the centre along the normal, up
-/// or down, and within `radius` of it.
-struct Slab {
-    float normal[3], centre[3];
-    float height[2]; ///< least and greatest
-    float radius;
+/// A node of movers, at rest: all their corners.
+struct MoverNode {
+    OrientedBox box;
+    float extent[3];         ///< the greatest of a mover along the axes of the box
+    float longest, shortest; ///< sides
+    NormalBounds normals;    ///< of the movers and their neighbours
 };
 
 struct QueryTrees {
     bool triedTargets = false, triedMovers = false;
     bool targetsUsable = false;
-    Scratch<Target> target;      ///< by item of targetTree
-    BoxTree targetTree;          ///< over hit boxes
-    Scratch<PlaneBounds> planes; ///< by node of targetTree
+    BoxTree targetTree;
+    Scratch<Target> target;         ///< by item
+    Scratch<TargetNode> targetNode; ///< by node
     bool moversUsable = false;
-    Scratch<Mover> mover;          ///< by item of moverTree
-    BoxTree moverTree;             ///< over triangles widened by their extents
-    Scratch<BoxNode> moverTight;   ///< by node of moverTree: of the triangles as they are
-    Scratch<NormalBounds> normals; ///< by node of moverTree: of movers and their neighbours
-    Scratch<Slab> slabs;           ///< by node of moverTree
+    BoxTree moverTree;
+    Scratch<Mover> mover;         ///< by item
+    Scratch<MoverNode> moverNode; ///< by node
 };
 
 /// The trees of a solid, with the role that is asked for filled in.
 ///
-/// Targets need an octree. Movers need three vertices in range and finite for each triangle; their
-/// boxes are widened by their own extents, since a crossing point can lie up to an edge's length
-/// beyond the edge's ends. The lengths in both trees are those of sides.
+/// Targets need an octree. Movers need three vertices in range for each triangle. Both need
+/// coordinates, and movers normals, that are IsNearby.
 /// @return null when the solid cannot play the role
 const QueryTrees* TargetTrees(SOLIDC& solid);
 const QueryTrees* MoverTrees(SOLIDC& solid);
 
 /// Gives the trees back; they come again when they are needed.
 void ReleaseQueryTrees(SOLIDC& solid);
+
+/// What both builders need.
+/// @return a place for trees, made if there is none
+QueryTrees& TreesOf(SOLIDC& solid);
+
+/// Whether a point lies so near that the walk's own stand-in for "no edge", at 1e10, is far away.
+bool IsNearby(const float* point);
+
+/// The length of a side, to either side of its rounding.
+struct SideLength {
+    float least, most;
+};
+SideLength LengthOf(const float* a, const float* b);
+
+/// Above this many items a node is too bent for a box of its own to be worth its making.
+constexpr int kMostFitted = 512;
+
+/// The middle of a triangle's box, for the tree.
+BoxItem MakeItem(const float (*corner)[3], int item);
 
 #endif

@@ -45,7 +45,7 @@ int GridPoint(const SOLIDC& solid, const Surroundings& s, int pieces)
     // An edge without length makes this NaN, which fails the comparison and lands on 1; after a
     // conversion to int it would be too late to ask.
     const double k = std::floor(pieces * (m - pA) / (pB - pA) + 0.5);
-    return k > 1.0 ? static_cast<int>(std::min(k, pieces - 1.0)) : 1;
+    return k > 1.0 && pieces > 1 ? static_cast<int>(std::min(k, pieces - 1.0)) : 1;
 }
 
 void PlaceVertex(SOLIDC& solid, const Surroundings& s, int pieces, int grid)

@@ -37,7 +37,7 @@ void OCTREEC::OC_AddTriangle(T_LIST* triangle)
 
 void OCTREEC::OC_AddTriangleToNode(OCTREENODE* node, T_LIST* triangle)
 {
-    if (currentDepth == maxDepth) {
+    if (currentDepth >= maxDepth) {
         OC_AddTriangleToList(&node->listHead, triangle);
         maxLeafCount = std::max(maxLeafCount, ++node->listCount);
         return;

@@ -2,6 +2,8 @@
 #ifndef SCAPI_OCTREE_SIZE_RATIO_H
 #define SCAPI_OCTREE_SIZE_RATIO_H
 
+#include "scapi/solid.h"
+
 /// The limit of refinement, and the axes on which it can be reached.
 struct SizeLimit {
     float size[3];
@@ -15,8 +17,8 @@ struct Cut {
     float ratio; ///< of the element's size to the limit on that axis
 };
 
-/// @param bbox  of the solid, which holds every element that will be judged
-SizeLimit MakeSizeLimit(const float* limit, const float* bbox);
+/// @param limit  three extents
+SizeLimit MakeSizeLimit(const SOLIDC& solid, const float* limit);
 
 /// Judges an element by its box, on the axis on which it is largest relative to the limit.
 Cut DecideCut(const SizeLimit& limit, const float* box);

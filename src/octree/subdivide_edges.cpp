@@ -32,8 +32,11 @@ void MakeRoom(SOLIDC& solid)
         const int before = capacity;
         return (capacity = GrownCapacity(capacity, count, added)) != before;
     };
-    if (grows(solid.triangleCapacity, solid.triangleCount, kNewTriangles))
+    if (grows(solid.triangleCapacity, solid.triangleCount, kNewTriangles)) {
+        // A tree that stands already would point into the old array.
+        solid.Release_Octree();
         Move(solid.triangles, AllocateTriangles(solid.triangleCapacity), solid.triangleCount);
+    }
     if (grows(solid.edgeCapacity, solid.edgeCount, kNewEdges))
         Move(solid.edges, Allocate<EdgeRec>(solid.edgeCapacity), solid.edgeCount);
     if (grows(solid.vertexCapacity, solid.vertexCount, kNewVertices))
@@ -105,7 +108,7 @@ void RefreshCorners(SOLIDC& solid)
 
 int SOLIDC::SubdivideEdges(float* const limit)
 {
-    const SizeLimit sizeLimit = MakeSizeLimit(limit, bbox);
+    const SizeLimit sizeLimit = MakeSizeLimit(*this, limit);
     Progress progress;
     do Simplify2Triangles();
     while (progress.GoesOn(SubdivisionPass(*this, sizeLimit)));
@@ -117,7 +120,7 @@ int SOLIDC::SubdivideEdges(float* const limit)
 int SOLIDC::SubdivideEdge(int edgeIndex, float* const limit)
 {
     if (!InRange(edgeIndex, edgeCount)) return 0;
-    const Cut cut = DecideEdge(*this, edgeIndex, MakeSizeLimit(limit, bbox));
+    const Cut cut = DecideEdge(*this, edgeIndex, MakeSizeLimit(*this, limit));
     return cut.pieces ? BreakEdge(edgeIndex, cut.pieces) : 0;
 }
 

@@ -14,6 +14,8 @@ void MakeRoom(SOLIDC& solid, std::int64_t needed)
 {
     const int capacity = GrownCapacity(solid.triangleCapacity, solid.triangleCount, needed);
     if (capacity == solid.triangleCapacity) return;
+    // A tree that stands already would point into the old array.
+    solid.Release_Octree();
     // In use are the records up to the capacity and the spare one behind it.
     solid.triangles = static_cast<T_LIST*>(
         ResizeRecords(solid.triangles, static_cast<std::size_t>(solid.triangleCapacity) + 1,
@@ -25,7 +27,7 @@ void MakeRoom(SOLIDC& solid, std::int64_t needed)
 
 int SOLIDC::SubdivideTriangles(float* const limit)
 {
-    const SizeLimit sizeLimit = MakeSizeLimit(limit, bbox);
+    const SizeLimit sizeLimit = MakeSizeLimit(*this, limit);
     int mostAdded = 0;
     for (int t = 0; t < triangleCount; ++t) {
         MakeRoom(*this, 0);
@@ -46,6 +48,6 @@ int SOLIDC::SubdivideTriangles(float* const limit)
 int SOLIDC::SubdivideTriangle(int triangleIndex, float* const limit)
 {
     if (!InRange(triangleIndex, triangleCount)) return 0;
-    const Cut cut = DecideCut(MakeSizeLimit(limit, bbox), triangles[triangleIndex].bbox);
+    const Cut cut = DecideCut(MakeSizeLimit(*this, limit), triangles[triangleIndex].bbox);
     return cut.pieces ? BreakTriangle(triangleIndex, cut.axis, cut.pieces) : 0;
 }

@@ -23,6 +23,9 @@ std::FILE* OpenForReading(const char* path)
 
 std::FILE* OpenForWriting(const char* path)
 {
+    // A pipe would make the host wait for whoever reads from it.
+    struct stat status {};
+    if (::stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) return nullptr;
     const int descriptor =
         ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666);
     if (descriptor < 0) return nullptr;

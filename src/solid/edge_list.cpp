@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "interference/query_trees.h"
 #include "scapi/scapi.h"
 #include "solid/memory.h"
 #include "solid/side_index.h"
@@ -80,6 +81,7 @@ int SOLIDC::SC_BuildEdgesList(void)
 {
     if (isSimple) return SCAPI_SIMPLE_SOLID;
     if (edges) return 0;
+    ReleaseQueryTrees(*this);
     edgeCapacity = ListCapacity(3 * std::int64_t{triangleCount});
     edges = Allocate<EdgeRec>(edgeCapacity);
     OpenAllSides(*this);

@@ -5,32 +5,25 @@
 
 #include "platform/memory.h"
 
-namespace
-{
-
-void AskNewHandler()
-{
-    const std::new_handler handler = std::get_new_handler();
-    if (!handler) std::abort();
-    handler();
-}
-
-} // namespace
-
 void* TryAllocateRecords(std::size_t count, std::size_t size)
 {
     constexpr std::size_t kLarge = std::size_t{1} << 23;
-    void* records = std::calloc(std::max<std::size_t>(count, 1), size);
-    if (records && count * size >= kLarge) PreferLargePages(records, count * size);
-    return records;
+    for (;;) {
+        if (void* records = std::calloc(std::max<std::size_t>(count, 1), size)) {
+            if (count * size >= kLarge) PreferLargePages(records, count * size);
+            return records;
+        }
+        const std::new_handler handler = std::get_new_handler();
+        if (!handler) return nullptr;
+        handler();
+    }
 }
 
 void* AllocateRecords(std::size_t count, std::size_t size)
 {
-    for (;;) {
-        if (void* records = TryAllocateRecords(count, size)) return records;
-        AskNewHandler();
-    }
+    void* records = TryAllocateRecords(count, size);
+    if (!records) std::abort();
+    return records;
 }
 
 void ReleaseRecords(void* records) { std::free(records); }

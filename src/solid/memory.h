@@ -1,6 +1,6 @@
 // Zero-filled arrays of records. A failed allocation goes to the handler of std::get_new_handler,
-// again and again; without one the process is aborted. No caller but of TryAllocateRecords sees
-// null.
+// again and again; without one the process is aborted, unless only a file's word stood for the
+// size.
 #ifndef SCAPI_SOLID_MEMORY_H
 #define SCAPI_SOLID_MEMORY_H
 
@@ -14,7 +14,7 @@
 #include "scapi/records.h"
 
 void* AllocateRecords(std::size_t count, std::size_t size);
-/// For sizes that only a file vouches for: null when there is not that much memory.
+/// For sizes that only a file vouches for: null when there is not that much memory, and no handler.
 void* TryAllocateRecords(std::size_t count, std::size_t size);
 void ReleaseRecords(void* records);
 
@@ -33,11 +33,16 @@ inline T_LIST* AllocateTriangles(int capacity)
     return static_cast<T_LIST*>(
         AllocateRecords(static_cast<std::size_t>(capacity) + 1, sizeof(T_LIST)));
 }
+inline T_LIST* TryAllocateTriangles(int capacity)
+{
+    return static_cast<T_LIST*>(
+        TryAllocateRecords(static_cast<std::size_t>(capacity) + 1, sizeof(T_LIST)));
+}
 
 struct ReleaseScratch {
     void operator()(void* records) const { ReleaseRecords(records); }
 };
-/// A zero-filled array that lives as long as the call.
+/// A zero-filled array that is given back with its owner.
 template <class Record>
 using Scratch = std::unique_ptr<Record[], ReleaseScratch>;
 

@@ -55,7 +55,7 @@ int SOLIDC::InvertTreeTriangle(int)
     if (!triangles) return 0;
     for (int t = 0; t < triangleCount; ++t) triangles[t].mark = 0;
     // The walk starts not from its argument but from the record behind the last triangle: another
-    // fault that is part of it. That record exists and is zero.
+    // fault that is part of it. That record exists, and no edge is written to it.
     for (int slot = 0; slot < 3; ++slot)
         if (const int start = WalkNeighbour(*this, triangleCount, slot); start >= 0)
             InvertSubTreeTriangle(start);

@@ -95,6 +95,8 @@ void SOLIDC::SortTriangles(void)
             return CompareTriangleBbox(a, b, axis) < 0;
         }))
         return;
+    // The chains of a tree that stands already hold distances between records.
+    Release_Octree();
     const auto count = static_cast<std::size_t>(triangleCount);
     auto entries = MakeScratch<SortEntry>(count);
     for (std::size_t i = 0; i < count; ++i)

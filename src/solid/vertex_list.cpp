@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "interference/query_trees.h"
 #include "scapi/scapi.h"
 #include "solid/memory.h"
 #include "solid/triangle.h"
@@ -30,6 +31,7 @@ int SOLIDC::SC_BuildVertexList(void)
 {
     if (isSimple) return SCAPI_SIMPLE_SOLID;
     if (vertices) return 0;
+    ReleaseQueryTrees(*this);
     const std::int64_t corners = 3 * std::int64_t{triangleCount};
     vertexCapacity = ListCapacity(corners);
     vertices = Allocate<VertexRec>(vertexCapacity);
@@ -37,7 +39,7 @@ int SOLIDC::SC_BuildVertexList(void)
 
     VertexIndex index = MakeVertexIndex(tolerance, corners);
     for (int t = 0; t < triangleCount; ++t) {
-        // Behind the last triangle lies a record of zeros.
+        // Behind the last triangle lies a spare record.
         const T_LIST& ahead = triangles[std::min(t + kTrianglesAhead, triangleCount)];
         for (const auto& corner : ahead.corners) ExpectCorner(index, corner);
         for (int slot = 0; slot < 3; ++slot) {

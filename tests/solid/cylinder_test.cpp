@@ -59,6 +59,7 @@ TEST(Cylinder, WithoutAnAxisHasNoOctree)
     SOLIDC solid;
     EXPECT_EQ(solid.LoadCyl(at, at, 1), 0);
     EXPECT_EQ(solid.triangleCount, 128);
+    EXPECT_EQ(solid.octree, nullptr);
 }
 
 } // namespace

@@ -1,12 +1,10 @@
-#include "interference/hit_box.h"
+#include "interference/hit_region.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 
 #include "interference/tests.h"
-#include "solid/bbox.h"
 #include "solid/vector.h"
 
 // Crossing points. PointInsideTriangle takes a point P when c_i * (P - T_i) < t for all three
@@ -87,32 +85,9 @@ bool LargerTriangle(const float (*corners)[3], const float* plane, double slack,
     return size < kMostGrowth * longest;
 }
 
-struct Bounds {
-    Vector low, high;
-
-    void Add(int axis, double value, double margin)
-    {
-        const auto a = static_cast<std::size_t>(axis);
-        low[a] = std::min(low[a], value - margin);
-        high[a] = std::max(high[a], value + margin);
-    }
-};
-
 } // namespace
 
-float RoundDown(double value)
-{
-    const auto rounded = static_cast<float>(value);
-    return rounded > value ? std::nextafter(rounded, -HUGE_VALF) : rounded;
-}
-
-float RoundUp(double value)
-{
-    const auto rounded = static_cast<float>(value);
-    return rounded < value ? std::nextafter(rounded, HUGE_VALF) : rounded;
-}
-
-bool CalcHitBox(const float (*corners)[3], const float* plane, double reach, float* box)
+bool CalcHitRegion(const float (*corners)[3], const float* plane, double reach, HitRegion& region)
 {
     std::array<Vector, 3> larger{};
     double size = 0, size2 = 0;
@@ -120,19 +95,36 @@ bool CalcHitBox(const float (*corners)[3], const float* plane, double reach, flo
     if (!LargerTriangle(corners, plane, 0, larger, size)) return false;
     const double slack = kRounding * (reach + 2 * size);
     if (!LargerTriangle(corners, plane, slack, larger, size2)) return false;
-    const double thickness = kThickness + slack;
-    const double infinity = std::numeric_limits<double>::infinity();
-    Bounds bounds{{infinity, infinity, infinity}, {-infinity, -infinity, -infinity}};
-    for (int axis = 0; axis < 3; ++axis)
-        for (const Vector& corner : larger)
-            bounds.Add(axis, corners[0][axis] + corner[static_cast<std::size_t>(axis)],
-                       thickness * std::fabs(double(plane[axis])) + slack);
     // The plane of the floats may pass corner 0 by: points on it lie by so much beside.
     const double besides = std::fabs(dot(plane, corners[0]) + plane[3]) + kTwoContacts;
     for (int axis = 0; axis < 3; ++axis) {
-        const auto a = static_cast<std::size_t>(axis);
-        box[axis] = RoundDown(bounds.low[a] - besides - slack);
-        box[axis + 3] = RoundUp(bounds.high[a] + besides + slack);
+        for (std::size_t i = 0; i < 3; ++i)
+            region.corner[i][axis] =
+                float(corners[0][axis] + larger[i][static_cast<std::size_t>(axis)]);
+        const double margin =
+            (kThickness + slack) * std::fabs(double(plane[axis])) + besides + 3 * slack;
+        const auto [low, high] =
+            std::minmax({region.corner[0][axis], region.corner[1][axis], region.corner[2][axis]});
+        region.box[axis] = RoundDown(low - margin);
+        region.box[axis + 3] = RoundUp(high + margin);
     }
+    region.corners = 3;
+    region.pad = RoundUp(kThickness + besides + 4 * slack);
     return true;
+}
+
+void SetToBox(HitRegion& region, const float* box)
+{
+    std::copy_n(box, 6, region.box);
+    region.corners = 8;
+    region.pad = 0;
+}
+
+Point3 CornerOf(const HitRegion& region, int i)
+{
+    if (region.corners == 3) {
+        const float* corner = region.corner[i];
+        return {corner[0], corner[1], corner[2]};
+    }
+    return {region.box[i & 1 ? 3 : 0], region.box[i & 2 ? 4 : 1], region.box[i & 4 ? 5 : 2]};
 }

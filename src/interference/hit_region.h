@@ -1,0 +1,26 @@
+#ifndef SCAPI_INTERFERENCE_HIT_REGION_H
+#define SCAPI_INTERFERENCE_HIT_REGION_H
+
+#include "interference/oriented_box.h"
+
+/// Where every point lies by which an edge can hit a triangle: the crossing point, or, for an edge
+/// in the triangle's plane, a point near one of its sides; but for the room that parallel segments
+/// have, see motion.cpp. All of it lies in a box, and within `pad` of the hull of the corners.
+struct HitRegion {
+    float box[6]; ///< rounded outwards
+    float corner[3][3];
+    float pad;
+    int corners; ///< 3, or 8 for those of the box
+};
+
+/// @param plane  of the triangle, from CalcPlane
+/// @param reach  greatest magnitude of a coordinate of the solid
+/// @return false when the triangle is too thin for its floats to say where its hits may lie
+bool CalcHitRegion(const float (*corners)[3], const float* plane, double reach, HitRegion& region);
+
+/// Makes a region of a box alone.
+void SetToBox(HitRegion& region, const float* box);
+
+Point3 CornerOf(const HitRegion& region, int i);
+
+#endif

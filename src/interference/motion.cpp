@@ -1,0 +1,171 @@
+#include "interference/motion.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "solid/bbox.h"
+
+namespace
+{
+
+constexpr double kSideReach = 0.0127;
+constexpr double kRounding = 1e-6; ///< of floats, some times over, relative
+
+template <class A, class B>
+double Dot(const A* a, const B* b)
+{
+    return double(a[0]) * b[0] + double(a[1]) * b[1] + double(a[2]) * b[2];
+}
+
+double Length(const double* v) { return std::sqrt(Dot(v, v)); }
+
+/// The most and the least by which a length grows, by Gershgorin's circles round the diagonal of
+/// the transposed times itself.
+void ReadScale(Motion& motion)
+{
+    double most = 0, least = HUGE_VAL;
+    for (int i = 0; i < 3; ++i) {
+        double sum = 0, diagonal = 0;
+        for (int j = 0; j < 3; ++j) {
+            const double product = motion.m[0][i] * motion.m[0][j] +
+                                   motion.m[1][i] * motion.m[1][j] +
+                                   motion.m[2][i] * motion.m[2][j];
+            sum += std::fabs(product);
+            if (i == j) diagonal = product;
+        }
+        most = std::max(most, sum);
+        least = std::min(least, 2 * diagonal - sum);
+    }
+    motion.scale = std::sqrt(most) * (1 + kRounding);
+    motion.leastScale = std::sqrt(std::max(least, 0.0)) * (1 - kRounding);
+}
+
+/// How far beside a side an end of an edge can lie that is parallel to it, as that test has it: by
+/// 0.0127 over the length of the edge, and by half that of the side.
+double SphereReach(double edge, double side)
+{
+    return 0.5 * side * edge > kSideReach ? kSideReach / edge : 0.5 * side;
+}
+
+/// How far the half way reaches along a direction.
+template <class A>
+double Sway(const Motion& motion, const A* direction)
+{
+    if (motion.extraLength == 0) return 0;
+    return std::fabs(direction[0] * motion.half[0]) + std::fabs(direction[1] * motion.half[1]) +
+           std::fabs(direction[2] * motion.half[2]);
+}
+
+/// Of products.
+double Sum(const double* weight, const double* value)
+{
+    return weight[0] * value[0] + weight[1] * value[1] + weight[2] * value[2];
+}
+
+/// The greatest magnitude of a coordinate in a box.
+double FarthestAlong(const OrientedBox& box, int c)
+{
+    double far = std::fabs(box.centre[c]);
+    for (int i = 0; i < 3; ++i) far += double(box.half[i]) * std::fabs(box.axis[i][c]);
+    return far;
+}
+
+} // namespace
+
+Motion ReadMotion(const SOLIDC& b, const OrientedBox& rest)
+{
+    Motion motion{};
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 4; ++c) motion.m[r][c] = b.sweepStart[r][c];
+        motion.shift[r] = b.isSwept ? double(b.sweepEnd[r][3]) - b.sweepStart[r][3] : 0;
+        double size = std::fabs(motion.m[r][3]) + 2 * std::fabs(motion.shift[r]);
+        for (int c = 0; c < 3; ++c) size += std::fabs(motion.m[r][c]) * FarthestAlong(rest, c);
+        motion.room += kRounding * size;
+    }
+    ReadScale(motion);
+    return motion;
+}
+
+void SetPass(Motion& motion, Pass pass)
+{
+    const bool walls = pass == Pass::kWalls;
+    const double middle = walls ? 0.5 : pass == Pass::kEnd ? 1 : 0;
+    for (int r = 0; r < 3; ++r) {
+        motion.middle[r] = middle * motion.shift[r];
+        motion.half[r] = walls ? 0.5 * std::fabs(motion.shift[r]) : 0;
+    }
+    motion.extraLength = walls ? Length(motion.shift) * (1 + kRounding) : 0;
+}
+
+void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed)
+{
+    const OrientedBox& box = node.box;
+    for (int r = 0; r < 3; ++r) {
+        placed.centre[r] = motion.m[r][3] + motion.middle[r] + Dot(motion.m[r], box.centre);
+        for (int i = 0; i < 3; ++i) placed.axis[i][r] = Dot(motion.m[r], box.axis[i]);
+        placed.half[r] = box.half[r];
+        placed.edge[r] = node.extent[r];
+    }
+    placed.size = std::max({placed.half[0], placed.half[1], placed.half[2]});
+    for (int i = 0; i < 3; ++i) {
+        double along[3], all[3];
+        for (int k = 0; k < 3; ++k) {
+            along[k] = std::fabs(Dot(placed.axis[i], placed.axis[k]));
+            all[k] = placed.half[k] + placed.edge[k];
+        }
+        placed.extent[i] =
+            Sum(along, all) + 3 * Sway(motion, placed.axis[i]) + motion.scale * motion.room;
+    }
+    placed.longest = motion.scale * node.longest + motion.extraLength + motion.room;
+    // A diagonal of a wall can be as short as it likes, and an edge that is short against the
+    // floats around it can come out without length.
+    placed.shortest = motion.extraLength > 0
+                          ? 0
+                          : std::max(0.0, motion.leastScale * node.shortest - 2 * motion.room);
+}
+
+bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box)
+{
+    for (int r = 0; r < 3; ++r) {
+        const double reach = placed.half[0] * std::fabs(placed.axis[0][r]) +
+                             placed.half[1] * std::fabs(placed.axis[1][r]) +
+                             placed.half[2] * std::fabs(placed.axis[2][r]) + motion.half[r] +
+                             motion.room;
+        if (placed.centre[r] - reach > box[r + 3] || placed.centre[r] + reach < box[r])
+            return false;
+    }
+    return true;
+}
+
+bool MayHit(const Motion& motion, const PlacedNode& mover, const TargetNode& target)
+{
+    const OrientedBox& box = target.box;
+    const double apart[3] = {mover.centre[0] - box.centre[0], mover.centre[1] - box.centre[1],
+                             mover.centre[2] - box.centre[2]};
+    const double rounding =
+        motion.room + kRounding * (std::fabs(apart[0]) + std::fabs(apart[1]) + std::fabs(apart[2]));
+    const double overSide = std::max(SphereReach(mover.shortest, target.longest),
+                                     target.holdsCells ? mover.longest : 0);
+    double along[3][3]; // cosines between the axes of the mover and the target
+    for (int k = 0; k < 3; ++k) {
+        const float* axis = box.axis[k];
+        double seen[3];
+        for (int i = 0; i < 3; ++i) seen[i] = along[i][k] = std::fabs(Dot(mover.axis[i], axis));
+        const double sway = Sway(motion, axis);
+        const double edge = Sum(mover.edge, seen) + 2 * sway;
+        // Where the hit is off the edge, an end of it lies in the target's plane, as the hit does.
+        const double beside =
+            k ? edge + overSide
+              : std::max(std::min(edge, mover.longest * target.turn), overSide * target.turn);
+        const double reach = box.half[k] + Sum(mover.half, seen) + sway + beside + rounding;
+        if (std::fabs(Dot(apart, axis)) > reach) return false;
+    }
+    const double half[3] = {box.half[0], box.half[1], box.half[2]};
+    for (int i = 0; i < 3; ++i) {
+        const double beside = overSide * (along[i][1] + along[i][2] + motion.scale * target.turn);
+        const double reach =
+            Sum(half, along[i]) + mover.extent[i] + beside + motion.scale * rounding;
+        if (std::fabs(Dot(apart, mover.axis[i])) > reach) return false;
+    }
+    return true;
+}

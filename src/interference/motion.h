@@ -1,0 +1,51 @@
+// Where the movers of a query go: the motion of the second solid, and bounds carried along with it.
+#ifndef SCAPI_INTERFERENCE_MOTION_H
+#define SCAPI_INTERFERENCE_MOTION_H
+
+#include "interference/query_trees.h"
+#include "scapi/solid.h"
+
+/// A query goes through the movers up to three times, each time for other edges of theirs.
+enum class Pass {
+    kStart, ///< own edges of trailing triangles, at the start
+    kEnd,   ///< own edges of all others, at the end
+    kWalls  ///< edges of the walls between the two
+};
+
+/// The motion in doubles, as bounds need it, and what of it matters to a pass.
+struct Motion {
+    double m[3][4];
+    double shift[3];   ///< from start to end
+    double room;       ///< for rounding of placed vertices, and of what is computed from them
+    double scale;      ///< the most by which a length can grow
+    double leastScale; ///< the least, or 0
+    // Ends of edges lie at `middle`, give or take `half`, of the way.
+    double middle[3], half[3];
+    double extraLength; ///< of walls over their edges; 0 in the other passes
+};
+
+/// A node of movers where a pass has it: the box of all ends of edges, which any affine motion
+/// makes a parallelepiped, and which lies by up to half the way beside.
+struct PlacedNode {
+    BoxRange range;
+    double centre[3];
+    double axis[3][3];        ///< where the motion takes those of the box
+    double half[3], edge[3];  ///< half extents, and the greatest extent of an edge, in axes
+    double extent[3];         ///< of all that can hit, along `axis`, each in units of its length
+    double size;              ///< greatest half extent
+    double longest, shortest; ///< edges
+};
+
+/// @param rest  box of all movers at rest
+Motion ReadMotion(const SOLIDC& b, const OrientedBox& rest);
+void SetPass(Motion& motion, Pass pass);
+
+void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed);
+
+/// Whether a placed node can meet a box along the coordinate axes.
+bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box);
+
+/// Whether an edge of a node can hit one of its targets.
+bool MayHit(const Motion& motion, const PlacedNode& mover, const TargetNode& target);
+
+#endif

@@ -1,0 +1,194 @@
+// The tree over a solid's triangles as movers.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <span>
+
+#include "interference/query_trees.h"
+#include "solid/bbox.h"
+#include "solid/triangle.h"
+#include "solid/vector.h"
+
+namespace
+{
+
+Mover::Side SideOf(const SOLIDC& solid, int index, int slot)
+{
+    const T_LIST& triangle = solid.triangles[index];
+    if (!InRange(triangle.edge[slot], solid.edgeCount)) return Mover::kNotOwn;
+    const EdgeRec& edge = solid.edges[triangle.edge[slot]];
+    const int here = triangle.vertex[slot], before = triangle.vertex[PreviousSlot(slot)];
+    if (edge.vertex[0] == here && edge.vertex[1] == before) return Mover::kBackward;
+    return edge.vertex[0] == before && edge.vertex[1] == here ? Mover::kForward : Mover::kForeign;
+}
+
+bool OwnsEdge(const SOLIDC& solid, int index, int slot)
+{
+    return AcrossEdge(solid.edges[solid.triangles[index].edge[slot]], index) > index;
+}
+
+/// Calls `visit` with two or three points for each thing whose lines hit: a mover's corners, and
+/// the ends of edges that run elsewhere.
+template <class Visit>
+void VisitShapes(const SOLIDC& solid, const Mover& mover, Visit visit)
+{
+    visit(std::span<const float[3]>(mover.corner));
+    if (!mover.hasForeign) return;
+    for (const int e : solid.triangles[mover.index].edge) {
+        if (!InRange(e, solid.edgeCount)) continue;
+        float ends[2][3];
+        for (int end = 0; end < 2; ++end)
+            std::copy_n(VertexAt(solid, solid.edges[e].vertex[end]).position, 3, ends[end]);
+        visit(std::span<const float[3]>(ends));
+    }
+}
+
+/// @return false when a vertex is out of range or something is too far away or not finite
+bool MakeMover(const SOLIDC& solid, int index, Mover& mover)
+{
+    const T_LIST& triangle = solid.triangles[index];
+    if (!IsNearby(triangle.normal)) return false;
+    mover.hasForeign = false;
+    for (int slot = 0; slot < 3; ++slot) {
+        const int v = triangle.vertex[slot];
+        if (!InRange(v, solid.vertexCount)) return false;
+        std::copy_n(solid.vertices[v].position, 3, mover.corner[slot]);
+        Mover::Side& side = mover.side[slot] = SideOf(solid, index, slot);
+        if (side == Mover::kForeign) mover.hasForeign = true;
+        if (side != Mover::kNotOwn && !OwnsEdge(solid, index, slot)) side = Mover::kNotOwn;
+    }
+    std::copy_n(triangle.normal, 3, mover.normal);
+    mover.index = index;
+    bool nearby = true;
+    VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
+        for (const auto& point : points) nearby = nearby && IsNearby(point);
+    });
+    return nearby;
+}
+
+/// The normals of a mover and of the triangles across its edges.
+void AddNormalsAround(const SOLIDC& solid, const Mover& mover, NormalBounds& bounds)
+{
+    AddNormals(bounds, mover.normal, mover.normal);
+    for (const int e : solid.triangles[mover.index].edge) {
+        if (!InRange(e, solid.edgeCount)) continue;
+        const float* normal = solid.triangles[AcrossEdge(solid.edges[e], mover.index)].normal;
+        AddNormals(bounds, normal, normal);
+    }
+}
+
+void ReadLeaf(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& items, MoverNode& node,
+              float* box)
+{
+    for (int i = items.first; i < items.last; ++i) {
+        const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
+        VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
+            for (std::size_t p = 0; p < points.size(); ++p) {
+                ExtendBbox(box, points[p]);
+                const SideLength length = LengthOf(points[p], points[(p + 1) % points.size()]);
+                node.longest = std::max(node.longest, length.most);
+                node.shortest = std::min(node.shortest, length.least);
+            }
+        });
+        AddNormalsAround(solid, mover, node.normals);
+    }
+}
+
+/// The greatest extents of a mover along the axes of the box.
+void Measure(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& items, MoverNode& node)
+{
+    for (int axis = 0; axis < 3; ++axis) {
+        double extent = 0;
+        for (int i = items.first; i < items.last; ++i)
+            VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
+                        [&](std::span<const float[3]> points) {
+                            double low = HUGE_VAL, high = -HUGE_VAL;
+                            for (const auto& point : points) {
+                                const double height = dot(node.box.axis[axis], point);
+                                low = std::min(low, height);
+                                high = std::max(high, height);
+                            }
+                            extent = std::max(extent, high - low);
+                        });
+        // The axes are not at right angles to the last bit.
+        node.extent[axis] = RoundUp(extent + 1e-6 * node.longest);
+    }
+}
+
+/// The smaller of the boxes along the coordinate axes and along the movers.
+void ChooseBox(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& items,
+               const float* box, MoverNode& node)
+{
+    node.box = AlignedBox(node.normals, box);
+    std::fill_n(node.extent, 3, node.longest);
+    if (items.last - items.first > kMostFitted) return;
+    std::array<Point3, 9 * kMostFitted> points;
+    std::size_t count = 0;
+    for (int i = items.first; i < items.last; ++i)
+        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
+                    [&](std::span<const float[3]> shape) {
+                        for (const auto& p : shape) points[count++] = {p[0], p[1], p[2]};
+                    });
+    const OrientedBox fitted = FitBox(node.normals, {points.data(), count}, 0);
+    if (HalfArea(fitted) < HalfArea(node.box)) node.box = fitted;
+    Measure(solid, trees, items, node);
+}
+
+struct Box {
+    float bounds[6];
+};
+
+void FillNode(const SOLIDC& solid, QueryTrees& trees, Scratch<Box>& boxes, const BoxRange& range)
+{
+    const auto at = static_cast<std::size_t>(range.node);
+    MoverNode& node = trees.moverNode[at];
+    ClearBbox(boxes[at].bounds);
+    ClearNormals(node.normals);
+    node.shortest = kEmptyExtreme;
+    const ItemRange items = ItemsOf(trees.moverTree, range);
+    if (range.IsLeaf()) {
+        ReadLeaf(solid, trees, items, node, boxes[at].bounds);
+    } else {
+        for (const BoxRange& child : {range.Left(), range.Right()}) {
+            const auto below = static_cast<std::size_t>(child.node);
+            const MoverNode& half = trees.moverNode[below];
+            node.longest = std::max(node.longest, half.longest);
+            node.shortest = std::min(node.shortest, half.shortest);
+            MergeBbox(boxes[at].bounds, boxes[below].bounds);
+            AddNormals(node.normals, half.normals.low, half.normals.high);
+        }
+    }
+    ChooseBox(solid, trees, items, boxes[at].bounds, node);
+}
+
+void BuildMovers(SOLIDC& solid, QueryTrees& trees)
+{
+    const auto count = static_cast<std::size_t>(solid.triangleCount);
+    auto items = MakeScratch<BoxItem>(count);
+    Mover mover{};
+    for (std::size_t t = 0; t < count; ++t) {
+        if (!MakeMover(solid, static_cast<int>(t), mover)) return;
+        items[t] = MakeItem(mover.corner, static_cast<int>(t));
+    }
+    trees.moverTree = BuildBoxTree(items, solid.triangleCount);
+    trees.mover = MakeScratch<Mover>(count);
+    for (std::size_t i = 0; i < count; ++i)
+        MakeMover(solid, trees.moverTree.item[i], trees.mover[i]);
+    if (count) {
+        trees.moverNode = MakeScratch<MoverNode>(NodeCount(trees.moverTree));
+        auto boxes = MakeScratch<Box>(NodeCount(trees.moverTree));
+        VisitNodes(RootOf(trees.moverTree),
+                   [&](const BoxRange& range) { FillNode(solid, trees, boxes, range); });
+    }
+    trees.moversUsable = true;
+}
+
+} // namespace
+
+const QueryTrees* MoverTrees(SOLIDC& solid)
+{
+    QueryTrees& trees = TreesOf(solid);
+    if (!trees.triedMovers && !solid.isSimple) BuildMovers(solid, trees);
+    trees.triedMovers = true;
+    return trees.moversUsable ? &trees : nullptr;
+}

@@ -1,0 +1,179 @@
+// The tree over a solid's triangles as targets.
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "interference/hit_region.h"
+#include "interference/query_trees.h"
+#include "interference/tests.h"
+#include "solid/bbox.h"
+#include "solid/triangle.h"
+#include "solid/vector.h"
+
+namespace
+{
+
+struct TargetBuilder {
+    Scratch<Target> target;
+    Scratch<HitRegion> region;
+    Scratch<BoxItem> item;
+    int count = 0;
+    double reach = 0; ///< greatest magnitude of a coordinate
+    bool usable = true;
+};
+
+/// Nothing hits a triangle but edges whose box meets the leaf, so its cell bounds what has no
+/// bounds of its own.
+void AddTarget(TargetBuilder& build, const Target& target)
+{
+    const auto at = static_cast<std::size_t>(build.count);
+    build.target[at] = target;
+    HitRegion& region = build.region[at];
+    if (!target.triangle ||
+        !CalcHitRegion(target.triangle->corners, target.plane, build.reach, region))
+        SetToBox(region, target.leaf->bbox);
+    build.item[at] = MakeItem(
+        target.triangle ? target.triangle->corners : target.leaf->listHead->corners, build.count++);
+}
+
+void AddLeaf(TargetBuilder& build, OCTREENODE* leaf)
+{
+    const int first = build.count;
+    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
+        Target target{{}, triangle, leaf};
+        if (!CalcPlane(triangle->corners[0], 3, target.plane)) {
+            build.count = first;
+            return AddTarget(build, Target{{}, nullptr, leaf});
+        }
+        AddTarget(build, target);
+    }
+}
+
+template <class Visit>
+void VisitLeaves(OCTREENODE* node, Visit visit)
+{
+    if (node->listHead) visit(node);
+    for (OCTREENODE* child : node->children)
+        if (child) VisitLeaves(child, visit);
+}
+
+void Measure(TargetBuilder& build, int& triangles, const OCTREENODE* leaf)
+{
+    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
+        ++triangles;
+        for (const auto& corner : triangle->corners) {
+            build.usable = build.usable && IsNearby(corner);
+            for (const float x : corner) build.reach = std::max(build.reach, double(std::fabs(x)));
+        }
+    }
+}
+
+/// What is merged on the way up, for each node.
+struct Merged {
+    float box[6];
+    NormalBounds normals;
+};
+
+void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const ItemRange& items,
+              TargetNode& node, Merged& merged)
+{
+    for (int i = items.first; i < items.last; ++i) {
+        const HitRegion& region = build.region[static_cast<std::size_t>(i)];
+        MergeBbox(merged.box, region.box);
+        if (region.corners != 3) node.holdsCells = true;
+        const Target& target = trees.target[static_cast<std::size_t>(i)];
+        if (!target.triangle) continue;
+        const auto& corner = target.triangle->corners;
+        for (int c = 0; c < 3; ++c)
+            node.longest = std::max(node.longest, LengthOf(corner[c], corner[(c + 1) % 3]).most);
+        AddNormals(merged.normals, target.plane, target.plane);
+    }
+}
+
+/// The smaller of the boxes along the coordinate axes and along the targets.
+OrientedBox ChooseBox(const TargetBuilder& build, const ItemRange& items, const Merged& merged)
+{
+    const OrientedBox aligned = AlignedBox(merged.normals, merged.box);
+    if (items.last - items.first > kMostFitted) return aligned;
+    std::array<Point3, 8 * kMostFitted> points{};
+    std::size_t count = 0;
+    double pad = 0;
+    for (int i = items.first; i < items.last; ++i) {
+        const HitRegion& region = build.region[static_cast<std::size_t>(i)];
+        for (int c = 0; c < region.corners; ++c) points[count++] = CornerOf(region, c);
+        pad = std::max(pad, double(region.pad));
+    }
+    const OrientedBox fitted = FitBox(merged.normals, {points.data(), count}, pad);
+    return HalfArea(fitted) < HalfArea(aligned) ? fitted : aligned;
+}
+
+void FillNode(QueryTrees& trees, const TargetBuilder& build, Scratch<Merged>& merged,
+              const BoxRange& range)
+{
+    const auto at = static_cast<std::size_t>(range.node);
+    TargetNode& node = trees.targetNode[at];
+    ClearBbox(merged[at].box);
+    ClearNormals(merged[at].normals);
+    const ItemRange items = ItemsOf(trees.targetTree, range);
+    if (range.IsLeaf()) {
+        ReadLeaf(trees, build, items, node, merged[at]);
+    } else {
+        for (const BoxRange& child : {range.Left(), range.Right()}) {
+            const auto below = static_cast<std::size_t>(child.node);
+            node.longest = std::max(node.longest, trees.targetNode[below].longest);
+            if (trees.targetNode[below].holdsCells) node.holdsCells = true;
+            MergeBbox(merged[at].box, merged[below].box);
+            AddNormals(merged[at].normals, merged[below].normals.low, merged[below].normals.high);
+        }
+    }
+    node.box = ChooseBox(build, items, merged[at]);
+    const double turn = FarthestNormal(merged[at].normals, node.box.axis[0]);
+    node.turn = node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
+}
+
+/// Moves an array into the order of the tree, so that what belongs to a leaf lies side by side.
+template <class Record>
+Scratch<Record> InOrderOf(const BoxTree& tree, const Scratch<Record>& from)
+{
+    auto to = MakeScratch<Record>(static_cast<std::size_t>(tree.itemCount));
+    for (int i = 0; i < tree.itemCount; ++i)
+        to[static_cast<std::size_t>(i)] =
+            from[static_cast<std::size_t>(tree.item[static_cast<std::size_t>(i)])];
+    return to;
+}
+
+void BuildTargets(SOLIDC& solid, QueryTrees& trees)
+{
+    TargetBuilder build;
+    int triangles = 0;
+    const float* root = solid.octree->root->bbox;
+    build.usable = IsNearby(root) && IsNearby(root + 3) && root[0] <= root[3] &&
+                   root[1] <= root[4] && root[2] <= root[5];
+    VisitLeaves(solid.octree->root, [&](OCTREENODE* leaf) { Measure(build, triangles, leaf); });
+    if (!build.usable) return;
+    const auto most = static_cast<std::size_t>(triangles);
+    build.target = MakeScratch<Target>(most);
+    build.region = MakeScratch<HitRegion>(most);
+    build.item = MakeScratch<BoxItem>(most);
+    VisitLeaves(solid.octree->root, [&](OCTREENODE* leaf) { AddLeaf(build, leaf); });
+    trees.targetTree = BuildBoxTree(build.item, build.count);
+    if (build.count) {
+        trees.target = InOrderOf(trees.targetTree, build.target);
+        build.region = InOrderOf(trees.targetTree, build.region);
+        trees.targetNode = MakeScratch<TargetNode>(NodeCount(trees.targetTree));
+        auto merged = MakeScratch<Merged>(NodeCount(trees.targetTree));
+        VisitNodes(RootOf(trees.targetTree),
+                   [&](const BoxRange& range) { FillNode(trees, build, merged, range); });
+    }
+    trees.targetsUsable = true;
+}
+
+} // namespace
+
+const QueryTrees* TargetTrees(SOLIDC& solid)
+{
+    QueryTrees& trees = TreesOf(solid);
+    if (!trees.triedTargets && solid.octree) BuildTargets(solid, trees);
+    trees.triedTargets = true;
+    return trees.targetsUsable ? &trees : nullptr;
+}
