@@ -20,6 +20,10 @@ if(SCAPI_SANITIZE)
   target_link_options(scapi_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(SCAPI_FUZZ)
+  target_compile_options(scapi_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # What the headers do not mark for export stays inside.
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)

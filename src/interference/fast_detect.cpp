@@ -1,6 +1,7 @@
 #include "interference/fast_detect.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -21,14 +22,34 @@ struct MoverLeaf {
     MovedPieces pieces[kItemsPerLeaf];
 };
 
+struct NodePair {
+    BoxRange target, mover;
+};
+
+/// Pairs whose turn comes when no likelier one has given a hit.
+struct LaterPairs {
+    int count = 0;
+    std::array<NodePair, 1024> pair;
+
+    /// @return false when there is no room
+    bool Add(const NodePair& added)
+    {
+        if (count == static_cast<int>(pair.size())) return false;
+        pair[static_cast<std::size_t>(count++)] = added;
+        return true;
+    }
+};
+
 struct Query {
     SOLIDC& a;
     SOLIDC& b;
     const QueryTrees& targets;
     const QueryTrees& movers;
+    MoverLeaf& moved;
+    LaterPairs& later;
     Motion motion;
-    Pass pass;
-    MoverLeaf moved;
+    Pass pass = Pass::kEnd;
+    bool onEdges = true; ///< leave pairs for later that can hit beside edges only
 
     const TargetNode& TargetAt(const BoxRange& range) const
     {
@@ -120,68 +141,50 @@ bool MayTakePart(const Query& query, const BoxRange& mover)
     }
 }
 
-double Apart(const PlacedNode& mover, const TargetNode& target)
+bool MoversHit(Query& query, const BoxRange& target, const BoxRange& range);
+
+/// Walks both trees together, always down the larger box. Each call goes down one level of one
+/// tree, so the depth is that of both, sixty at the most.
+bool RangesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
 {
-    double square = 0;
-    for (int r = 0; r < 3; ++r)
-        square +=
-            (mover.centre[r] - target.box.centre[r]) * (mover.centre[r] - target.box.centre[r]);
-    return square;
+    const TargetNode& node = query.TargetAt(target);
+    const Chance chance = ChanceOf(query.motion, mover, node);
+    if (chance == Chance::kNone) return false;
+    if (query.onEdges && chance == Chance::kBeside && query.later.Add({target, mover.range}))
+        return false;
+    if (target.IsLeaf() && mover.range.IsLeaf()) return LeavesHit(query, target, mover);
+    if (mover.range.IsLeaf() || (!target.IsLeaf() && Size(node.box) > mover.size))
+        return RangesHit(query, target.Left(), mover) || RangesHit(query, target.Right(), mover);
+    return MoversHit(query, target, mover.range.Left()) ||
+           MoversHit(query, target, mover.range.Right());
 }
 
-/// @return false when no edge of the node is tested by any target
-bool Place(const Query& query, const BoxRange& range, PlacedNode& mover)
+bool MoversHit(Query& query, const BoxRange& target, const BoxRange& range)
 {
     if (!MayTakePart(query, range)) return false;
+    PlacedNode mover;
     mover.range = range;
     PlaceNode(query.motion, query.MoverAt(range), mover);
     // No edge is tested whose box does not meet that of the octree.
-    return MeetsBox(query.motion, mover, query.a.octree->root->bbox);
-}
-
-bool HalvesHit(Query& query, const BoxRange& target, const PlacedNode& mover);
-
-/// Walks both trees together, from two nodes that may hit, always down the larger box, and to the
-/// nearer half first: there a hit is likelier. Each call goes down one level of one tree, so the
-/// depth is that of both, sixty at the most.
-bool RangesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
-{
-    if (target.IsLeaf() && mover.range.IsLeaf()) return LeavesHit(query, target, mover);
-    if (!mover.range.IsLeaf() &&
-        (target.IsLeaf() || Size(query.TargetAt(target).box) <= mover.size))
-        return HalvesHit(query, target, mover);
-    BoxRange half[2] = {target.Left(), target.Right()};
-    if (Apart(mover, query.TargetAt(half[1])) < Apart(mover, query.TargetAt(half[0])))
-        std::swap(half[0], half[1]);
-    for (const BoxRange& h : half)
-        if (MayHit(query.motion, mover, query.TargetAt(h)) && RangesHit(query, h, mover))
-            return true;
-    return false;
-}
-
-bool HalvesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
-{
-    const TargetNode& node = query.TargetAt(target);
-    const BoxRange range[2] = {mover.range.Left(), mover.range.Right()};
-    PlacedNode half[2];
-    bool may[2];
-    for (int i = 0; i < 2; ++i)
-        may[i] = Place(query, range[i], half[i]) && MayHit(query.motion, half[i], node);
-    const int first = may[0] && may[1] && Apart(half[1], node) < Apart(half[0], node);
-    for (const int i : {first, 1 - first})
-        if (may[i] && RangesHit(query, target, half[i])) return true;
-    return false;
+    return MeetsBox(query.motion, mover, query.a.octree->root->bbox) &&
+           RangesHit(query, target, mover);
 }
 
 bool PassHits(Query& query, Pass pass)
 {
     query.pass = pass;
     query.moved.leaf = -1;
+    query.onEdges = true;
+    query.later.count = 0;
     SetPass(query.motion, pass);
-    PlacedNode mover;
-    const BoxRange target = RootOf(query.targets.targetTree);
-    return Place(query, RootOf(query.movers.moverTree), mover) &&
-           MayHit(query.motion, mover, query.TargetAt(target)) && RangesHit(query, target, mover);
+    if (MoversHit(query, RootOf(query.targets.targetTree), RootOf(query.movers.moverTree)))
+        return true;
+    query.onEdges = false;
+    for (int i = 0; i < query.later.count; ++i) {
+        const NodePair& pair = query.later.pair[static_cast<std::size_t>(i)];
+        if (MoversHit(query, pair.target, pair.mover)) return true;
+    }
+    return false;
 }
 
 /// Whether the fast way is open to these two, apart from their trees.
@@ -202,8 +205,10 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
         const QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
         if (targets && movers) {
             if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
-            const Motion motion = ReadMotion(b, movers->moverNode[0].box);
-            Query query{a, b, *targets, *movers, motion, Pass::kEnd, {}};
+            MoverLeaf moved;
+            LaterPairs later; // without a start value, for its size
+            Query query{
+                a, b, *targets, *movers, moved, later, ReadMotion(b, movers->moverNode[0].box)};
             if (PassHits(query, Pass::kEnd)) return 1;
             return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));
         }

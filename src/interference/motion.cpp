@@ -108,13 +108,11 @@ void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed)
     }
     placed.size = std::max({placed.half[0], placed.half[1], placed.half[2]});
     for (int i = 0; i < 3; ++i) {
-        double along[3], all[3];
-        for (int k = 0; k < 3; ++k) {
-            along[k] = std::fabs(Dot(placed.axis[i], placed.axis[k]));
-            all[k] = placed.half[k] + placed.edge[k];
-        }
-        placed.extent[i] =
-            Sum(along, all) + 3 * Sway(motion, placed.axis[i]) + motion.scale * motion.room;
+        double along[3];
+        for (int k = 0; k < 3; ++k) along[k] = std::fabs(Dot(placed.axis[i], placed.axis[k]));
+        const double sway = Sway(motion, placed.axis[i]);
+        placed.extent[i] = Sum(along, placed.half) + sway + motion.scale * motion.room;
+        placed.beyond[i] = Sum(along, placed.edge) + 2 * sway;
     }
     placed.longest = motion.scale * node.longest + motion.extraLength + motion.room;
     // A diagonal of a wall can be as short as it likes, and an edge that is short against the
@@ -137,7 +135,7 @@ bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box)
     return true;
 }
 
-bool MayHit(const Motion& motion, const PlacedNode& mover, const TargetNode& target)
+Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode& target)
 {
     const OrientedBox& box = target.box;
     const double apart[3] = {mover.centre[0] - box.centre[0], mover.centre[1] - box.centre[1],
@@ -146,26 +144,33 @@ bool MayHit(const Motion& motion, const PlacedNode& mover, const TargetNode& tar
         motion.room + kRounding * (std::fabs(apart[0]) + std::fabs(apart[1]) + std::fabs(apart[2]));
     const double overSide = std::max(SphereReach(mover.shortest, target.longest),
                                      target.holdsCells ? mover.longest : 0);
+    Chance chance = Chance::kOnEdge;
     double along[3][3]; // cosines between the axes of the mover and the target
     for (int k = 0; k < 3; ++k) {
         const float* axis = box.axis[k];
         double seen[3];
         for (int i = 0; i < 3; ++i) seen[i] = along[i][k] = std::fabs(Dot(mover.axis[i], axis));
         const double sway = Sway(motion, axis);
+        const double gap =
+            std::fabs(Dot(apart, axis)) - box.half[k] - Sum(mover.half, seen) - sway - rounding;
+        if (gap <= 0) continue;
         const double edge = Sum(mover.edge, seen) + 2 * sway;
         // Where the hit is off the edge, an end of it lies in the target's plane, as the hit does.
         const double beside =
             k ? edge + overSide
               : std::max(std::min(edge, mover.longest * target.turn), overSide * target.turn);
-        const double reach = box.half[k] + Sum(mover.half, seen) + sway + beside + rounding;
-        if (std::fabs(Dot(apart, axis)) > reach) return false;
+        if (gap > beside) return Chance::kNone;
+        chance = Chance::kBeside;
     }
     const double half[3] = {box.half[0], box.half[1], box.half[2]};
     for (int i = 0; i < 3; ++i) {
-        const double beside = overSide * (along[i][1] + along[i][2] + motion.scale * target.turn);
-        const double reach =
-            Sum(half, along[i]) + mover.extent[i] + beside + motion.scale * rounding;
-        if (std::fabs(Dot(apart, mover.axis[i])) > reach) return false;
+        const double gap = std::fabs(Dot(apart, mover.axis[i])) - Sum(half, along[i]) -
+                           mover.extent[i] - motion.scale * rounding;
+        if (gap <= 0) continue;
+        const double besideSide =
+            overSide * (along[i][1] + along[i][2] + motion.scale * target.turn);
+        if (gap > mover.beyond[i] + besideSide) return Chance::kNone;
+        chance = Chance::kBeside;
     }
-    return true;
+    return chance;
 }

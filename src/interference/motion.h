@@ -31,7 +31,8 @@ struct PlacedNode {
     double centre[3];
     double axis[3][3];        ///< where the motion takes those of the box
     double half[3], edge[3];  ///< half extents, and the greatest extent of an edge, in axes
-    double extent[3];         ///< of all that can hit, along `axis`, each in units of its length
+    double extent[3];         ///< of all edges along `axis`, each in units of its length
+    double beyond[3];         ///< what hits beyond their ends add to it
     double size;              ///< greatest half extent
     double longest, shortest; ///< edges
 };
@@ -45,7 +46,12 @@ void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed);
 /// Whether a placed node can meet a box along the coordinate axes.
 bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box);
 
-/// Whether an edge of a node can hit one of its targets.
-bool MayHit(const Motion& motion, const PlacedNode& mover, const TargetNode& target);
+/// How an edge of a node can hit one of some targets.
+enum class Chance {
+    kNone,
+    kBeside, ///< by a point beyond its ends, or beside a side that is parallel
+    kOnEdge  ///< by any point
+};
+Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode& target);
 
 #endif

@@ -1,0 +1,20 @@
+// Fast detection against the plain walk, both ways round.
+#include "host.h"
+#include "interference/fast_detect.h"
+#include "support/scenes.h"
+#include "sweep/define.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Choices choices{data, size};
+    Scene scene = RandomScene([&] { return choices.Take<std::uint32_t>(); });
+    for (int order = 0; order < 2; ++order) {
+        DefineSweepLate(*scene.b, Rows(scene.start), Rows(scene.end));
+        const int fast = DetectFast(*scene.a, *scene.b);
+        SettleSweep(*scene.b);
+        Require(fast == SolidInternals::WalkPlainly(*scene.a, *scene.b), "one answer");
+        scene.b->isSwept = 0;
+        std::swap(scene.a, scene.b);
+    }
+    return 0;
+}

@@ -1,0 +1,100 @@
+#include "support/scenes.h"
+
+#include <cmath>
+
+namespace
+{
+
+struct Dice {
+    const std::function<std::uint32_t()>& random;
+
+    float In(double low, double high)
+    {
+        return static_cast<float>(low + (high - low) * random() * 0x1p-32);
+    }
+    int Of(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
+    /// Mostly a distance that the contact tolerance cares about.
+    float Gap()
+    {
+        const double gaps[] = {0, 0.5e-4, 1e-4, 1.5e-4, 3e-4, 1e-2, 1};
+        return static_cast<float>(gaps[Of(7)] * (Of(2) ? 1 : -1) * (Of(3) ? 1.0 : In(0.9, 1.1)));
+    }
+};
+
+void Scale(Mesh& mesh, float x, float y, float z)
+{
+    for (Triangle& triangle : mesh)
+        for (Point& p : triangle) p = {p[0] * x, p[1] * y, p[2] * z};
+}
+
+/// Shapes that are hard on culling: needles and sheets, slivers, collinear facets, T-junctions.
+Mesh RandomMesh(Dice& dice, bool simple)
+{
+    Mesh mesh;
+    switch (dice.Of(simple ? 5 : 4)) {
+    case 0:
+        mesh = BoxMesh({0, 0, 0}, {float(1 + dice.Of(3)), float(1 + dice.Of(3)), 1});
+        break;
+    case 1:
+        mesh = SphereMesh(4 + dice.Of(16), 1);
+        break;
+    case 2:
+        mesh = SphereMesh(5 + dice.Of(8), 1);
+        Scale(mesh, dice.In(0.01, 3), dice.In(0.5, 2), dice.In(0.001, 1));
+        break;
+    case 3:
+        for (int i = 0; i < 1 + dice.Of(4); ++i) {
+            const Point at{float(dice.Of(3)), float(dice.Of(3)), float(dice.Of(3))};
+            const Mesh box = BoxMesh(at, {at[0] + dice.In(0.001, 2), at[1] + 1, at[2] + 1});
+            mesh.insert(mesh.end(), box.begin(), box.end());
+        }
+        break;
+    default:
+        mesh = SoupMesh(static_cast<unsigned>(dice.random()), 10 + dice.Of(60), 2);
+        // A facet without area in the chain, for the next edges to be judged by.
+        mesh.push_back({Point{0, 0, 0}, Point{1, 1, 1}, Point{2, 2, 2}});
+    }
+    return mesh;
+}
+
+Matrix RandomTurn(Dice& dice)
+{
+    Matrix m = Translation(0, 0, 0);
+    if (dice.Of(3) == 0) return m;
+    // A quarter turn keeps faces parallel, a small angle nearly so, any angle meets all else.
+    const double angle = dice.Of(3) == 0   ? std::acos(0.0)
+                         : dice.Of(2) == 0 ? dice.In(-1e-4, 1e-4)
+                                           : dice.In(0, 6);
+    const auto u = static_cast<std::size_t>(dice.Of(3)), v = (u + 1) % 3;
+    const auto c = static_cast<float>(std::cos(angle)), s = static_cast<float>(std::sin(angle));
+    m[u][u] = c, m[u][v] = -s, m[v][u] = s, m[v][v] = c;
+    return m;
+}
+
+} // namespace
+
+Scene RandomScene(const std::function<std::uint32_t()>& random)
+{
+    Dice dice{random};
+    const bool simple = dice.Of(4) == 0;
+    const float size = static_cast<float>(std::pow(10.0, dice.Of(7) - 3));
+    const float far = dice.Of(4) ? 0 : size * static_cast<float>(std::pow(10.0, dice.Of(4)));
+    Mesh a = RandomMesh(dice, simple), b = RandomMesh(dice, false);
+    for (Mesh* mesh : {&a, &b})
+        for (Triangle& triangle : *mesh)
+            for (Point& p : triangle)
+                for (float& x : p) x = x * size + far;
+    Scene scene{LoadedSolid(a, simple), LoadedSolid(b), RandomTurn(dice), {}};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        scene.start[axis][3] = size * float(dice.Of(3) - 1) + dice.Gap() * (dice.Of(2) ? 1 : size);
+    if (far != 0) // turn about the solid, not about the origin
+        for (std::size_t r = 0; r < 3; ++r)
+            for (std::size_t c = 0; c < 3; ++c)
+                scene.start[r][3] += far * (float(r == c) - scene.start[r][c]);
+    scene.end = scene.start;
+    if (dice.Of(2))
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            scene.end[axis][3] += dice.Of(2) ? size * float(dice.Of(5) - 2) : dice.Gap();
+    if (dice.Of(40) == 0) scene.end[3][3] = 1.5f;
+    return scene;
+}
