@@ -125,10 +125,13 @@ int StlReadFacet(StlStream& stream, float* normal, float* corners)
 
 void StlClose(StlStream& stream)
 {
-    if (stream.file) {
-        StlFinishWrite(stream);
-        std::fclose(stream.file);
-    }
+    if (stream.file) StlFinishWrite(stream);
+    StlAbandon(stream);
+}
+
+void StlAbandon(StlStream& stream)
+{
+    if (stream.file) std::fclose(stream.file);
     ReleaseRecords(stream.buffer);
     stream.file = nullptr;
     stream.buffer = nullptr;

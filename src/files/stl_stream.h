@@ -45,4 +45,7 @@ void StlFinishWrite(StlStream& stream);
 /// Finishes a file that is being written, and closes what is open, if anything is.
 void StlClose(StlStream& stream);
 
+/// Closes what a call left open that was unwound by the handler of failed allocations.
+void StlAbandon(StlStream& stream);
+
 #endif

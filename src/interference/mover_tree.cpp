@@ -115,50 +115,53 @@ void Measure(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& item
     }
 }
 
-/// The smaller of the boxes along the coordinate axes and along the movers.
-void ChooseBox(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& items,
-               const float* box, MoverNode& node)
-{
-    node.box = AlignedBox(node.normals, box);
-    std::fill_n(node.extent, 3, node.longest);
-    if (items.last - items.first > kMostFitted) return;
-    std::array<Point3, 9 * kMostFitted> points;
-    std::size_t count = 0;
-    for (int i = items.first; i < items.last; ++i)
-        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
-                    [&](std::span<const float[3]> shape) {
-                        for (const auto& p : shape) points[count++] = {p[0], p[1], p[2]};
-                    });
-    const OrientedBox fitted = FitBox(node.normals, {points.data(), count}, 0);
-    if (HalfArea(fitted) < HalfArea(node.box)) node.box = fitted;
-    Measure(solid, trees, items, node);
-}
-
 struct Box {
     float bounds[6];
 };
 
-void FillNode(const SOLIDC& solid, QueryTrees& trees, Scratch<Box>& boxes, const BoxRange& range)
+struct MoverBuilder {
+    Scratch<Box> box;           ///< along the coordinate axes, by node
+    std::vector<Point3> points; ///< of one node
+};
+
+void ChooseBox(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, const BoxRange& range,
+               MoverNode& node)
+{
+    const ItemRange items = ItemsOf(trees.moverTree, range);
+    build.points.clear();
+    if (!IsFitted(items)) AddCorners(trees.moverTree, trees.moverNode, range, build.points);
+    for (int i = items.first; IsFitted(items) && i < items.last; ++i)
+        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
+                    [&](std::span<const float[3]> shape) {
+                        for (const auto& p : shape) build.points.push_back({p[0], p[1], p[2]});
+                    });
+    node.box = SmallerBox(build.box[static_cast<std::size_t>(range.node)].bounds, node.normals,
+                          build.points, 0);
+    std::fill_n(node.extent, 3, node.longest);
+    if (IsFitted(items)) Measure(solid, trees, items, node);
+}
+
+void FillNode(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, const BoxRange& range)
 {
     const auto at = static_cast<std::size_t>(range.node);
     MoverNode& node = trees.moverNode[at];
-    ClearBbox(boxes[at].bounds);
+    float* box = build.box[at].bounds;
+    ClearBbox(box);
     ClearNormals(node.normals);
     node.shortest = kEmptyExtreme;
-    const ItemRange items = ItemsOf(trees.moverTree, range);
     if (range.IsLeaf()) {
-        ReadLeaf(solid, trees, items, node, boxes[at].bounds);
+        ReadLeaf(solid, trees, ItemsOf(trees.moverTree, range), node, box);
     } else {
         for (const BoxRange& child : {range.Left(), range.Right()}) {
             const auto below = static_cast<std::size_t>(child.node);
             const MoverNode& half = trees.moverNode[below];
             node.longest = std::max(node.longest, half.longest);
             node.shortest = std::min(node.shortest, half.shortest);
-            MergeBbox(boxes[at].bounds, boxes[below].bounds);
+            MergeBbox(box, build.box[below].bounds);
             AddNormals(node.normals, half.normals.low, half.normals.high);
         }
     }
-    ChooseBox(solid, trees, items, boxes[at].bounds, node);
+    ChooseBox(solid, trees, build, range, node);
 }
 
 void BuildMovers(SOLIDC& solid, QueryTrees& trees)
@@ -176,9 +179,9 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
         MakeMover(solid, trees.moverTree.item[i], trees.mover[i]);
     if (count) {
         trees.moverNode = MakeScratch<MoverNode>(NodeCount(trees.moverTree));
-        auto boxes = MakeScratch<Box>(NodeCount(trees.moverTree));
+        MoverBuilder build{MakeScratch<Box>(NodeCount(trees.moverTree)), {}};
         VisitNodes(RootOf(trees.moverTree),
-                   [&](const BoxRange& range) { FillNode(solid, trees, boxes, range); });
+                   [&](const BoxRange& range) { FillNode(solid, trees, build, range); });
     }
     trees.moversUsable = true;
 }

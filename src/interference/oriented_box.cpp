@@ -165,3 +165,15 @@ double HalfArea(const OrientedBox& box)
     return double(box.half[0]) * box.half[1] + double(box.half[1]) * box.half[2] +
            double(box.half[2]) * box.half[0];
 }
+
+std::array<Point3, 8> CornersOf(const OrientedBox& box)
+{
+    std::array<Point3, 8> corners{};
+    for (std::size_t c = 0; c < 8; ++c)
+        for (std::size_t j = 0; j < 3; ++j) {
+            corners[c][j] = box.centre[j];
+            for (std::size_t i = 0; i < 3; ++i)
+                corners[c][j] += (c >> i & 1 ? 1.0 : -1.0) * box.half[i] * box.axis[i][j];
+        }
+    return corners;
+}

@@ -39,4 +39,6 @@ OrientedBox AlignedBox(const NormalBounds& normals, const float* box);
 
 double HalfArea(const OrientedBox& box);
 
+std::array<Point3, 8> CornersOf(const OrientedBox& box);
+
 #endif

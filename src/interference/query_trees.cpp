@@ -25,6 +25,13 @@ bool IsNearby(const float* point)
            std::fabs(point[2]) < kFarthest;
 }
 
+OrientedBox SmallerBox(const float* box, const NormalBounds& normals,
+                       const std::vector<Point3>& points, double pad)
+{
+    const OrientedBox aligned = AlignedBox(normals, box), fitted = FitBox(normals, points, pad);
+    return HalfArea(fitted) < HalfArea(aligned) ? fitted : aligned;
+}
+
 SideLength LengthOf(const float* a, const float* b)
 {
     const double length = distance(a, b);

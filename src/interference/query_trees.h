@@ -3,6 +3,8 @@
 #ifndef SCAPI_INTERFERENCE_QUERY_TREES_H
 #define SCAPI_INTERFERENCE_QUERY_TREES_H
 
+#include <vector>
+
 #include "interference/box_tree.h"
 #include "interference/oriented_box.h"
 #include "scapi/solid.h"
@@ -84,8 +86,29 @@ struct SideLength {
 };
 SideLength LengthOf(const float* a, const float* b);
 
-/// Above this many items a node is too bent for a box of its own to be worth its making.
+/// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
 constexpr int kMostFitted = 512;
+
+inline bool IsFitted(const ItemRange& items) { return items.last - items.first <= kMostFitted; }
+
+/// Adds the corners of the topmost fitted boxes below a node.
+template <class Node>
+void AddCorners(const BoxTree& tree, const Scratch<Node>& nodes, const BoxRange& range,
+                std::vector<Point3>& points)
+{
+    if (IsFitted(ItemsOf(tree, range))) {
+        const auto corners = CornersOf(nodes[static_cast<std::size_t>(range.node)].box);
+        points.insert(points.end(), corners.begin(), corners.end());
+        return;
+    }
+    AddCorners(tree, nodes, range.Left(), points);
+    AddCorners(tree, nodes, range.Right(), points);
+}
+
+/// The smaller of a box along the coordinate axes and one fitted to points.
+/// @param pad  by which the second has to be wider than the points
+OrientedBox SmallerBox(const float* box, const NormalBounds& normals,
+                       const std::vector<Point3>& points, double pad);
 
 /// The middle of a triangle's box, for the tree.
 BoxItem MakeItem(const float (*corner)[3], int item);

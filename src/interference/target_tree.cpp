@@ -17,6 +17,7 @@ struct TargetBuilder {
     Scratch<Target> target;
     Scratch<HitRegion> region;
     Scratch<BoxItem> item;
+    std::vector<Point3> points; ///< of one node
     int count = 0;
     double reach = 0; ///< greatest magnitude of a coordinate
     bool usable = true;
@@ -90,33 +91,30 @@ void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const ItemRan
     }
 }
 
-/// The smaller of the boxes along the coordinate axes and along the targets.
-OrientedBox ChooseBox(const TargetBuilder& build, const ItemRange& items, const Merged& merged)
+OrientedBox ChooseBox(const QueryTrees& trees, TargetBuilder& build, const BoxRange& range,
+                      const Merged& merged)
 {
-    const OrientedBox aligned = AlignedBox(merged.normals, merged.box);
-    if (items.last - items.first > kMostFitted) return aligned;
-    std::array<Point3, 8 * kMostFitted> points{};
-    std::size_t count = 0;
+    const ItemRange items = ItemsOf(trees.targetTree, range);
     double pad = 0;
-    for (int i = items.first; i < items.last; ++i) {
+    build.points.clear();
+    if (!IsFitted(items)) AddCorners(trees.targetTree, trees.targetNode, range, build.points);
+    for (int i = items.first; IsFitted(items) && i < items.last; ++i) {
         const HitRegion& region = build.region[static_cast<std::size_t>(i)];
-        for (int c = 0; c < region.corners; ++c) points[count++] = CornerOf(region, c);
+        for (int c = 0; c < region.corners; ++c) build.points.push_back(CornerOf(region, c));
         pad = std::max(pad, double(region.pad));
     }
-    const OrientedBox fitted = FitBox(merged.normals, {points.data(), count}, pad);
-    return HalfArea(fitted) < HalfArea(aligned) ? fitted : aligned;
+    return SmallerBox(merged.box, merged.normals, build.points, pad);
 }
 
-void FillNode(QueryTrees& trees, const TargetBuilder& build, Scratch<Merged>& merged,
+void FillNode(QueryTrees& trees, TargetBuilder& build, Scratch<Merged>& merged,
               const BoxRange& range)
 {
     const auto at = static_cast<std::size_t>(range.node);
     TargetNode& node = trees.targetNode[at];
     ClearBbox(merged[at].box);
     ClearNormals(merged[at].normals);
-    const ItemRange items = ItemsOf(trees.targetTree, range);
     if (range.IsLeaf()) {
-        ReadLeaf(trees, build, items, node, merged[at]);
+        ReadLeaf(trees, build, ItemsOf(trees.targetTree, range), node, merged[at]);
     } else {
         for (const BoxRange& child : {range.Left(), range.Right()}) {
             const auto below = static_cast<std::size_t>(child.node);
@@ -126,7 +124,7 @@ void FillNode(QueryTrees& trees, const TargetBuilder& build, Scratch<Merged>& me
             AddNormals(merged[at].normals, merged[below].normals.low, merged[below].normals.high);
         }
     }
-    node.box = ChooseBox(build, items, merged[at]);
+    node.box = ChooseBox(trees, build, range, merged[at]);
     const double turn = FarthestNormal(merged[at].normals, node.box.axis[0]);
     node.turn = node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
 }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "files/stl_stream.h"
 #include "interference/query_trees.h"
 #include "solid/bbox.h"
 #include "solid/memory.h"
@@ -20,6 +21,7 @@ SOLIDC::~SOLIDC()
 {
     Release_Octree();
     Release_Lists();
+    StlAbandon(*stlStream);
     ReleaseRecords(stlStream);
 }
 

@@ -75,12 +75,4 @@ TEST_F(Query, TrianglesNameTheirVerticesAndCloseTheBox)
     EXPECT_NEAR(area, 2 * (5 * 7 + 7 * 9 + 9 * 5), 1e-3);
 }
 
-TEST_F(Query, BboxIsThatOfTheBox)
-{
-    float read[6];
-    EXPECT_EQ(SCAPI_GetBbox(3, read), 0);
-    EXPECT_TRUE(std::equal(read, read + 6, box));
-    EXPECT_EQ(SCAPI_GetBbox(3, nullptr), 0);
-}
-
 } // namespace

@@ -39,17 +39,6 @@ TEST(StlWriter, BinaryFileIsTwoBytesShort)
     }
 }
 
-TEST(StlWriter, SavedFileReadsBack)
-{
-    const auto solid = LoadedSolid(SphereMesh(8, 5));
-    TemporaryFile file("", "out.stl");
-    ASSERT_EQ(solid->SC_SaveSTLfile(file.Path()), 0);
-    SOLIDC read;
-    ASSERT_EQ(read.SC_LoadSTLfile(file.Path(), 1), 0);
-    EXPECT_EQ(read.baseTriangleCount, solid->triangleCount);
-    EXPECT_TRUE(std::equal(read.bbox, read.bbox + 6, solid->bbox));
-}
-
 TEST(StlWriter, MarkerIsCutAndUnwritablePathsAreTold)
 {
     const auto solid = BareSolid(SoupMesh(1, 4, 10), 1);

@@ -128,17 +128,6 @@ TEST(SegmentsIntersecting, ClearOfAllEnds)
     }
 }
 
-TEST(ClosestLinePoints, ParallelAndCrossed)
-{
-    const float a[6] = {0, 0, 0, 1, 0, 0}, crossed[6] = {3, 4, 5, 0, 1, 0},
-                parallel[6] = {3, 4, 5, -1, 0.0004f, 0};
-    float pa[3], pb[3];
-    EXPECT_EQ(ClosestLinePoints(a, crossed, pa, pb), 2);
-    EXPECT_TRUE(pa[0] == 3 && pa[1] == 0 && pb[1] == 0 && pb[2] == 5);
-    ClosestLinePoints(a, parallel, pa, pb);
-    EXPECT_TRUE(pa[0] == 3 && pb[0] == 3 && pb[1] == 4 && pb[2] == 5);
-}
-
 TEST(CalcPlane, DegenerateLoopLeavesThePlaneAndIsRecorded)
 {
     SetStatus(0, 0);
@@ -150,17 +139,6 @@ TEST(CalcPlane, DegenerateLoopLeavesThePlaneAndIsRecorded)
     EXPECT_TRUE(TestStatus(2, 0x200));
     EXPECT_EQ(CalcPlane(square, 4, plane), 1);
     EXPECT_TRUE(plane[0] == 0 && plane[1] == 0 && plane[2] == 1 && plane[3] == -3);
-}
-
-TEST(Boxes, TouchingOnesMeetOnlyBySolidTolerance)
-{
-    const auto solid = BareSolid(BoxMesh({0, 0, 0}, {1, 1, 1}));
-    OCTREEC tree(solid->bbox, 0, solid->octreeCellSize, solid.get());
-    float a[6] = {0, 0, 0, 1, 1, 1}, b[6] = {1, 0, 0, 2, 1, 1};
-    EXPECT_EQ(tree.IntersectingBboxes(a, b), 0);
-    EXPECT_EQ(SolidInternals::BoxesMeet(*solid, a, b), 1);
-    solid->tolerance = 0;
-    EXPECT_EQ(SolidInternals::BoxesMeet(*solid, a, b), 0);
 }
 
 } // namespace

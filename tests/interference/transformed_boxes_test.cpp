@@ -33,21 +33,6 @@ TEST(MatricesDiffer, RotationIsHeldTighterThanTranslation)
     }
 }
 
-TEST(InvertMatrix, ProductIsTheIdentityAndSingularOnesAreTold)
-{
-    const float m[16] = {2, 1, 0, 5, -1, 3, 4, 6, 0.5f, 0, 1, -7, 0, 0.25f, 0, 1};
-    float inverse[16], product[16];
-    ASSERT_EQ(InvertMatrix(inverse, m), 1);
-    MatrixMultiply(product, m, inverse);
-    for (int i = 0; i < 16; ++i) EXPECT_NEAR(product[i], i % 5 == 0, 1e-5) << i;
-    SetStatus(0, 0);
-    const float flat[16] = {1, 2, 3, 4, 2, 4, 6, 8, 0, 0, 1, 0, 0, 0, 0, 1};
-    inverse[0] = 77;
-    EXPECT_EQ(InvertMatrix(inverse, flat), 0);
-    EXPECT_EQ(inverse[0], 77);
-    EXPECT_TRUE(TestStatus(2, kNoPlane));
-}
-
 TEST(TransformBox, TurnsMovesAndDivides)
 {
     const float box[6] = {1, 2, 3, 4, 5, 6};

@@ -301,13 +301,4 @@ TEST(Growth, ByAThirdAndAHundredOnceNearlyFull)
     for (const auto& row : rows) EXPECT_EQ(GrownCapacity(row[0], row[1], row[2]), row[3]) << row[0];
 }
 
-// Bits of whole meshes: the same with every compiler, optimised or not. Known from the first
-// version; a change of one of them changes every cache file.
-TEST(Refinement, KnownMeshesKeepTheirBits)
-{
-    EXPECT_EQ(Digest(*LoadedSolid(BoxMesh({0.1f, -2, 3}, {17, 2.5f, 3.3f}))), 8928580607582023041u);
-    EXPECT_EQ(Digest(*LoadedSolid(SphereMesh(30, 50))), 12082159939970880453u);
-    EXPECT_EQ(Digest(*LoadedSolid(SphereMesh(20, 3), 1)), 2944440389993643383u);
-}
-
 } // namespace

@@ -44,34 +44,6 @@ TEST(Vectors, ShortOnesBecomeZeroAndAreRecorded)
     EXPECT_EQ(distance(p, p), 0.0);
 }
 
-TEST(Status, OnlyTheSixAddressableWordsTakeBits)
-{
-    const std::uint32_t words[8] = {0, 0x200, 0, 0, 0, 0, 4, 8};
-    SetStatus(0, 1);
-    SetStatus(2, 0x400);
-    SetStatus(7, 1);
-    SetStatus(-1, 1);
-    MergeStatus(words);
-    EXPECT_EQ(StatusFlags, (std::array<std::uint32_t, 8>{0, 0x600, 0, 0, 0, 0, 4, 8}));
-    EXPECT_EQ(TestStatus(7, 4), 0);
-    EXPECT_EQ(TestStatus(2, 0x201), 1);
-    SetStatus(0, 0xffffffff);
-    EXPECT_EQ(StatusFlags, (std::array<std::uint32_t, 8>{}));
-}
-
-TEST(Normals, FollowTheWindingAndRecordDegenerateTriangles)
-{
-    SetStatus(0, 0);
-    const float corners[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0}, point[9] = {};
-    float normal[3];
-    EXPECT_EQ(CalcTriangleNormal(corners, normal), 0);
-    EXPECT_EQ(normal[2], 1.0f);
-    EXPECT_FALSE(TestStatus(2, 0x400));
-    EXPECT_EQ(CalcTriangleNormal(point, normal), 1);
-    EXPECT_EQ(normal[2], 0.0f);
-    EXPECT_TRUE(TestStatus(2, 0x400));
-}
-
 TEST(Boxes, TiesBetweenZeroAndMinusZeroAreSettled)
 {
     const float triangle[3][3] = {{0.0f, 1, 1}, {-0.0f, 1, 1}, {-0.0f, 1, 1}};
@@ -111,18 +83,6 @@ TEST(Matrices, PointsAreDividedOnlyWhereWIsNotOne)
     MatrixMultiply(product, m[0], m[0]);
     const float expected[16] = {-1, 0, 0, -1, 0, -1, 0, 11, 0, 0, 1, 14, 0, 0, 0, 1};
     EXPECT_TRUE(std::equal(product, product + 16, expected));
-}
-
-TEST(CopyBytes, RefusesWhatItCannotCopy)
-{
-    char from[4] = "abc", to[4] = "xyz";
-    EXPECT_EQ(CopyBytes(to, from, 0), nullptr);
-    EXPECT_EQ(CopyBytes(to, from, -1), nullptr);
-    EXPECT_EQ(CopyBytes(nullptr, from, 1), nullptr);
-    EXPECT_EQ(CopyBytes(to, nullptr, 1), nullptr);
-    EXPECT_STREQ(to, "xyz");
-    EXPECT_EQ(CopyBytes(to, from, 2), to);
-    EXPECT_STREQ(to, "abz");
 }
 
 } // namespace

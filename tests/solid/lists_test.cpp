@@ -184,19 +184,6 @@ TEST(Lists, BoxHasEightVerticesAndEighteenEdges)
     ExpectClosedMesh(*box);
 }
 
-// The tolerance of a box this flat exceeds its thickness: its two large faces become one.
-TEST(Lists, FlatBoxMergesItsFacesAndStaysClosed)
-{
-    const auto box = BareSolid(BoxMesh({0, 0, 0}, {2000, 2000, 2e-4f}));
-    EXPECT_EQ(box->SC_BuildVertexList(), 0);
-    EXPECT_EQ(box->SC_BuildEdgesList(), 0);
-    EXPECT_EQ(box->vertexCount, 4);
-    EXPECT_EQ(box->edgeCount, 18);
-    int flat = 0;
-    for (int t = 0; t < 12; ++t) flat += box->triangles[t].normal[2] == 0;
-    EXPECT_EQ(flat, 8);
-}
-
 TEST(Lists, FaultsAreToldOnceAndTheListsStay)
 {
     const Mesh lone{{Point{0, 0, 0}, Point{1, 0, 0}, Point{0, 1, 0}}};

@@ -1,0 +1,166 @@
+// What goes wrong outside: memory that runs out, a disk that is full, other processes.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <new>
+
+#include "api/table.h"
+#include "support/meshes.h"
+
+namespace
+{
+
+/// The allocation that fails, counted down; 0 for none.
+int untilFailure = 0;
+
+bool FailsNow() { return untilFailure > 0 && --untilFailure == 0; }
+
+void GiveUp() { throw std::bad_alloc(); }
+
+} // namespace
+
+// The linker leads the library's allocations here: see CMakeLists.txt.
+extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void* __real__Znwm(std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    return FailsNow() ? nullptr : __real_calloc(count, size);
+}
+void* __wrap_realloc(void* block, std::size_t size)
+{
+    return FailsNow() ? nullptr : __real_realloc(block, size);
+}
+void* __wrap__Znwm(std::size_t size)
+{
+    if (FailsNow()) std::get_new_handler()();
+    return __real__Znwm(size);
+}
+}
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+fs::path CacheOf(const TemporaryFile& file) { return fs::path(file.path).replace_extension("SLD"); }
+
+std::uint64_t LoadedDigest(TemporaryFile& file, int expected = 0)
+{
+    return SCAPI_LoadSTL(0, file.Path(), 0) == expected ? Digest(*SolidIn(0)) : 0;
+}
+
+/// Loads, moves, asks, rotates and saves, and takes a cylinder.
+void WholeRun(TemporaryFile& text, TemporaryFile& binary)
+{
+    fs::remove(CacheOf(text));
+    SCAPI_LoadSTL(0, text.Path(), 0);
+    SCAPI_LoadSTL(1, binary.Path(), 1);
+    SCAPI_LoadSTL(2, text.Path(), 0);
+    Matrix start = Translation(0.5f, 0, 0), end = Translation(4, 0, 0);
+    SCAPI_DefSweep(2, Rows(start), Rows(end));
+    SCAPI_DetectInterference(0, 2);
+    SCAPI_DetectInterference(1, 2);
+    SCAPI_DetectInterference(2, 0);
+    std::string saved = binary.path + ".saved";
+    SCAPI_SaveSTL(2, reinterpret_cast<unsigned char*>(saved.data()));
+    float low[3] = {0, 0, 0}, high[3] = {0, 0, 9};
+    SCAPI_LoadCylinder(0, low, high, 1);
+}
+
+TEST(Faults, AllocationThatFailsUnwindsAndLosesNothing)
+{
+    TemporaryFile text(TextStl(BoxMesh({0, 0, 0}, {9, 1, 1}))),
+        binary(BinaryStl(SoupMesh(1, 9, 5)));
+    SCAPI_ReleaseSolids();
+    const std::new_handler before = std::set_new_handler(GiveUp);
+    int failures = 0;
+    for (bool failed = true; failed; failures += failed) {
+        failed = false;
+        untilFailure = failures + 1;
+        try {
+            WholeRun(text, binary);
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        untilFailure = 0;
+        // Whatever stood half built, the slots serve the next calls.
+        float box[6] = {0, 0, 0, 1, 1, 1};
+        Matrix pose = Translation(0.5f, 0.5f, 0.5f);
+        for (const int slot : {0, 1, 2}) {
+            SCAPI_DefSweep(slot, Rows(pose), Rows(pose));
+            SCAPI_DetectInterference(slot, (slot + 1) % 3);
+        }
+        ASSERT_EQ(SCAPI_LoadBox(0, box) | SCAPI_LoadBox(1, box), 0);
+        ASSERT_EQ(SCAPI_DefSweep(1, Rows(pose), Rows(pose)), 0);
+        ASSERT_EQ(SCAPI_DetectInterference(0, 1), SCAPI_INTERFERENCE) << "failure " << failures;
+        SCAPI_ReleaseSolids();
+        ASSERT_EQ(SCAPI_GetUsedRAM(), 0);
+    }
+    std::set_new_handler(before);
+    EXPECT_GT(failures, 60); // or few allocations pass by here
+}
+
+/// Runs in a process of its own. @return its exit status, or -1 if it did not end by itself
+template <class Work>
+int InChild(Work work)
+{
+    const pid_t child = ::fork();
+    if (child == 0) std::_Exit(work());
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(Faults, DiskThatFillsUpAtAnyByteLeavesACacheThatIsMended)
+{
+    TemporaryFile file(BinaryStl(BoxMesh({0, 0, 0}, {9, 1, 1})));
+    const std::uint64_t good = LoadedDigest(file);
+    ASSERT_NE(good, 0u);
+    const auto length = static_cast<rlim_t>(fs::file_size(CacheOf(file)));
+    for (rlim_t most = 0; most < length; most += 211) {
+        fs::remove(CacheOf(file));
+        EXPECT_EQ(InChild([&] {
+                      std::signal(SIGXFSZ, SIG_IGN);
+                      const rlimit limit{most, most};
+                      ::setrlimit(RLIMIT_FSIZE, &limit);
+                      return LoadedDigest(file, SCAPI_NOT_WRITTEN) == good ? 0 : 1;
+                  }),
+                  0)
+            << most;
+        ASSERT_EQ(LoadedDigest(file), good) << most;
+        ASSERT_EQ(fs::file_size(CacheOf(file)), length);
+    }
+}
+
+TEST(Faults, LoadsThatMeetOrDieLeaveGoodSolids)
+{
+    TemporaryFile file(BinaryStl(SphereMesh(40, 9)));
+    const std::uint64_t good = LoadedDigest(file);
+    SCAPI_ReleaseSolids();
+    for (int round = 0; round < 30; ++round) {
+        fs::remove(CacheOf(file));
+        // One is killed at some point of its load; two others load at the same time.
+        pid_t child[3];
+        for (pid_t& id : child)
+            if ((id = ::fork()) == 0) std::_Exit(LoadedDigest(file) == good ? 0 : 1);
+        ::usleep(static_cast<useconds_t>(300 * round));
+        ::kill(child[0], SIGKILL);
+        for (const pid_t id : child) {
+            int status = 0;
+            ::waitpid(id, &status, 0);
+            EXPECT_TRUE(id == child[0] || (WIFEXITED(status) && WEXITSTATUS(status) == 0));
+        }
+        ASSERT_EQ(LoadedDigest(file), good) << round;
+    }
+    SCAPI_ReleaseSolids();
+}
+
+} // namespace

@@ -1,0 +1,136 @@
+// Meshes that no solid should have, from file to answer.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "api/table.h"
+#include "support/meshes.h"
+
+namespace
+{
+
+struct Hostile {
+    const char* name;
+    std::function<Mesh()> mesh;
+    int result;
+    bool isClosed; ///< and so has an octree, and is hit by a needle through its middle
+};
+
+void PrintTo(const Hostile& hostile, std::ostream* out) { *out << hostile.name; }
+
+Mesh Cube() { return BoxMesh({-5, -5, -5}, {5, 5, 5}); }
+
+Mesh Joined(std::initializer_list<Mesh> meshes)
+{
+    Mesh all;
+    for (const Mesh& mesh : meshes) all.insert(all.end(), mesh.begin(), mesh.end());
+    return all;
+}
+
+Mesh Flipped(Mesh mesh, std::size_t first, std::size_t last)
+{
+    for (std::size_t i = first; i < last; ++i) std::swap(mesh[i][1], mesh[i][2]);
+    return mesh;
+}
+
+/// A strip of triangles over seven points of a circle, with half a turn in it.
+Mesh Moebius()
+{
+    const Point rim[] = {{5, 0, 0},    {3, 4, 1},   {-1, 5, 2}, {-4, 2, 0},
+                         {-4, -2, -2}, {-1, -5, 0}, {3, -4, 1}};
+    Mesh mesh;
+    for (std::size_t i = 0; i < 7; ++i)
+        mesh.push_back({rim[i], rim[(i + 1) % 7], rim[(i + 2) % 7]});
+    return Flipped(mesh, 0, 3);
+}
+
+const Hostile kHostile[] = {
+    {"Cube", Cube, 0, true},
+    {"WholeTurnedInsideOut", [] { return Flipped(Cube(), 0, 12); }, 0, true},
+    {"OneFacetTurned", [] { return Flipped(Cube(), 3, 4); }, 0, false},
+    {"OneFacetMissing",
+     [] {
+         const Mesh cube = Cube();
+         return Mesh(cube.begin() + 1, cube.end());
+     },
+     0, false},
+    {"FinOnAnEdge",
+     [] {
+         return Joined({Cube(), {{Point{-5, -5, -5}, Point{5, -5, -5}, Point{0, -9, -9}}}});
+     },
+     -101, false},
+    {"Pillow",
+     [] {
+         return Mesh{Cube()[0], Flipped(Cube(), 0, 1)[0]};
+     },
+     0, false},
+    {"ShellTwice",
+     [] {
+         return Joined({Cube(), Cube()});
+     },
+     0, true},
+    {"ShellAndItsInside",
+     [] {
+         return Joined({Cube(), Flipped(Cube(), 0, 12)});
+     },
+     0, true},
+    {"ShellInAShell",
+     [] {
+         return Joined({Cube(), BoxMesh({-2, -2, -2}, {2, 2, 2})});
+     },
+     0, true},
+    {"BoxesThatShareACorner",
+     [] {
+         return Joined({Cube(), BoxMesh({5, 5, 5}, {9, 9, 9})});
+     },
+     0, true},
+    {"BoxesThatShareAnEdge",
+     [] {
+         return Joined({Cube(), BoxMesh({5, 5, -5}, {9, 9, 5})});
+     },
+     0, true},
+    {"MoebiusStrip", Moebius, 0, false},
+    {"SixtyFourShells",
+     [] {
+         Mesh all = Cube();
+         for (int i = 0; i < 6; ++i) all = Joined({all, all});
+         return all;
+     },
+     0, true},
+    {"ThousandsInOneLeaf",
+     [] {
+         return Joined({Cube(), SphereMesh(40, 1e-3f)});
+     },
+     0, true},
+};
+
+struct HostileMesh : testing::TestWithParam<Hostile> {
+    void TearDown() override { SCAPI_ReleaseSolids(); }
+};
+
+TEST_P(HostileMesh, GetsItsCodeAndHarmsNothing)
+{
+    TemporaryFile file(BinaryStl(GetParam().mesh()));
+    ASSERT_EQ(SCAPI_LoadSTL(0, file.Path(), 0), GetParam().result);
+    EXPECT_EQ(SolidIn(0)->octree != nullptr, GetParam().isClosed);
+    if (GetParam().isClosed) ExpectClosedMesh(*SolidIn(0));
+    float needle[6] = {0.3f, 0.4f, -9, 0.5f, 0.6f, 9};
+    SCAPI_LoadBox(1, needle);
+    Matrix rest = Translation(0, 0, 0), end = Translation(1, 0, 0);
+    for (const int slot : {0, 1}) ASSERT_EQ(SCAPI_DefSweep(slot, Rows(rest), Rows(rest)), 0);
+    EXPECT_EQ(SCAPI_DetectInterference(0, 1), GetParam().isClosed ? 1 : 2);
+    SCAPI_DetectInterference(1, 0);
+    SCAPI_DefSweep(0, Rows(rest), Rows(end));
+    SCAPI_DetectInterference(1, 0);
+    int cursor = 0;
+    float corners[3][3];
+    for (int most = SolidIn(0)->triangleCount; cursor >= 0; --most) {
+        ASSERT_GE(most, 0) << "the walk ends";
+        SCAPI_GetTriangles(0, &cursor, corners, nullptr);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Meshes, HostileMesh, testing::ValuesIn(kHostile),
+                         [](const auto& mesh) { return std::string(mesh.param.name); });
+
+} // namespace
