@@ -47,7 +47,7 @@ void AddSolid(SOLIDC& solid)
 int main(int count, char** arguments)
 {
     std::mt19937 random(1);
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 60; ++i) {
         Scene scene = RandomScene([&] { return random(); });
         DefineSweepLate(*scene.b, Rows(scene.start), Rows(scene.end));
         const int answer = DetectFast(*scene.a, *scene.b);

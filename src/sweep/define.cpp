@@ -85,9 +85,6 @@ bool HasAffineRow(const float (*m)[4])
 
 void DefineSweepLate(SOLIDC& solid, float (*start)[4], float (*end)[4])
 {
-    // Lists that are built now take the trees with them.
-    solid.SC_BuildVertexList();
-    solid.SC_BuildEdgesList();
     // A vertex that a matrix cannot map keeps the place that the motion before gave it, which must
     // then be paid for first. Movers have finite vertices only.
     if (solid.isSimple || !HasAffineRow(start) || !HasAffineRow(end) || !MoverTrees(solid)) {

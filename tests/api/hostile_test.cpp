@@ -133,4 +133,53 @@ TEST_P(HostileMesh, GetsItsCodeAndHarmsNothing)
 INSTANTIATE_TEST_SUITE_P(Meshes, HostileMesh, testing::ValuesIn(kHostile),
                          [](const auto& mesh) { return std::string(mesh.param.name); });
 
+/// Calls that a C++ host can make on a finished solid, though nothing needs them then.
+const std::pair<const char*, std::function<void(SOLIDC&)>> kLateCalls[] = {
+    {"refine the edges",
+     [](SOLIDC& solid) {
+         float limit[3] = {0.4f, 0.4f, 0.4f};
+         solid.SubdivideEdges(limit);
+     }},
+    {"refine the triangles",
+     [](SOLIDC& solid) {
+         float limit[3] = {0.4f, 0.4f, 0.4f};
+         solid.SubdivideTriangles(limit);
+     }},
+    {"sort", [](SOLIDC& solid) { solid.sortAxis = 0, solid.bbox[5] += 99, solid.SortTriangles(); }},
+    {"name nothing",
+     [](SOLIDC& solid) {
+         float limit[3] = {1, 1, 1};
+         for (const int none : {-1, 2147483647}) {
+             EXPECT_EQ(solid.SubdivideEdge(none, limit), 0);
+             EXPECT_EQ(solid.SubdivideTriangle(none, limit), 0);
+         }
+     }},
+    {"stretch and build again",
+     [](SOLIDC& solid) {
+         Matrix flat = Translation(1e9f, 1e9f, 1e9f);
+         flat[2][2] = 0, flat[2][1] = 100;
+         solid.SC_Rotate(Rows(flat));
+         solid.Build_Octree(solid.isSimple);
+     }},
+};
+
+TEST(LateCalls, LeaveNothingThatPointsAstray)
+{
+    const auto other = LoadedSolid(BoxMesh({-1, -1, -1}, {1, 1, 1}));
+    Matrix rest = Translation(0, 0, 0), end = Translation(1, 2, 3);
+    for (const auto& [name, call] : kLateCalls)
+        for (const int simple : {0, 1}) {
+            SCOPED_TRACE(name);
+            const auto solid = LoadedSolid(SphereMesh(20, 5), simple);
+            if (!simple || std::string(name) != "refine the edges") call(*solid);
+            for (SOLIDC* mover : {solid.get(), other.get()})
+                for (Matrix* to : {&end, &rest}) {
+                    mover->SC_GTsweep(Rows(rest), Rows(*to));
+                    solid->SC_DetectIntersection(other.get());
+                    other->SC_DetectIntersection(solid.get());
+                    other->Triangle_to_SolidBEdges(solid->triangles, solid.get());
+                }
+        }
+}
+
 } // namespace

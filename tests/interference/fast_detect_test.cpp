@@ -41,6 +41,40 @@ TEST(FastDetect, AnswersAsThePlainWalk)
     EXPECT_LT(hits, int(count));
 }
 
+TEST(FastDetect, ListsThatAreBuiltLateAreWalked)
+{
+    // A pillow beside the box: its vertices stop the load before there are edges.
+    Mesh mesh = BoxMesh({0, 0, 0}, {1, 1, 1});
+    mesh.push_back({Point{5, 0, 0}, Point{6, 0, 0}, Point{5, 1, 0}});
+    mesh.push_back({Point{5, 0, 0}, Point{5, 1, 0}, Point{6, 0, 0}});
+    const auto a = LoadedSolid(BoxMesh({0.5f, 0.5f, -1}, {2, 2, 2})), b = LoadedSolid(mesh);
+    ASSERT_EQ(b->edges, nullptr);
+    Matrix pose = Translation(0, 0, 0);
+    DefineSweepLate(*b, Rows(pose), Rows(pose));
+    EXPECT_EQ(DetectFast(*a, *b), 1);
+}
+
+TEST(FastDetect, EdgesThatRoundingSwallowsHitFarBesideASide)
+{
+    // A long triangle, and two that give its box some height. Floats around it are 0.008 apart.
+    const Mesh target{{Point{90000, 94000, 0}, Point{98000, 94000, 0}, Point{98000, 94010, 0}},
+                      {Point{90000, 90000, -5}, Point{90001, 90000, -5}, Point{90000, 90001, -5}},
+                      {Point{98000, 98000, 5}, Point{97999, 98000, 5}, Point{98000, 97999, 5}}};
+    const auto a = LoadedSolid(target, 1),
+               b = LoadedSolid(BoxMesh({0, 0, 0}, {0.003f, 0.003f, 0.003f}));
+    int hits = 0;
+    for (float x = 90000; x < 98000; x += 400)
+        for (float y = 90000; y < 98000; y += 400) {
+            Matrix pose = Translation(x, y, 0);
+            DefineSweepLate(*b, Rows(pose), Rows(pose));
+            const int fast = DetectFast(*a, *b);
+            SettleSweep(*b);
+            ASSERT_EQ(fast, SolidInternals::WalkPlainly(*a, *b)) << x << ' ' << y;
+            hits += fast;
+        }
+    EXPECT_GT(hits, 50);
+}
+
 TEST(FastDetect, LateSweepPaysWhatAPromptOneGives)
 {
     Matrix poses[] = {Translation(1, 2, 3), Translation(9, 2, 3), Translation(0, 0, 0)};
