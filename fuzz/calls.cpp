@@ -68,25 +68,14 @@ struct Caller {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Caller caller{{data, size}};
-    for (int calls = 0; caller.choices.left && calls < 200; ++calls) switch (caller.choices.Of(8)) {
-        case 0:
-        case 1:
-            caller.Load();
-            break;
-        case 2:
-        case 3:
-            caller.Move();
-            break;
-        case 4:
-        case 5:
-            caller.Ask();
-            break;
-        case 6:
-            caller.Read();
-            break;
-        default:
-            if (caller.choices.Of(8) == 0) SCAPI_ReleaseSolids();
-        }
+    for (int calls = 0; caller.choices.left && calls < 200; ++calls) {
+        const int what = caller.choices.Of(57) / 8;
+        if (what < 2) caller.Load();
+        if (what == 2 || what == 3) caller.Move();
+        if (what == 4 || what == 5) caller.Ask();
+        if (what == 6) caller.Read();
+        if (what == 7) SCAPI_ReleaseSolids();
+    }
     for (int slot = 0; slot < SCAPI_SLOT_COUNT; ++slot)
         if (SolidIn(slot)) RequireSound(slot);
     SCAPI_Close();

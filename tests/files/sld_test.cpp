@@ -86,22 +86,6 @@ TEST(SldFile, LayoutIsThatOfTheFormat)
     EXPECT_EQ(SldOf(solid), bytes) << "twice the same";
 }
 
-TEST(SldFile, RoundTripGivesTheArraysBack)
-{
-    for (const int simple : {0, 2}) {
-        const auto solid = LoadedSolid(SphereMesh(18, 5), simple);
-        const std::string bytes = SldOf(*solid);
-        SOLIDC read;
-        ASSERT_EQ(LoadSld(read, bytes), 0);
-        EXPECT_EQ(read.isSimple, simple ? 1 : 0);
-        EXPECT_EQ(read.baseTriangleCount, solid->baseTriangleCount);
-        EXPECT_EQ(read.octreeDepth, 1);
-        // On a simple solid the superseded triangles join the chains.
-        EXPECT_TRUE(simple || Digest(read) == Digest(*solid));
-        EXPECT_NE(bytes.find(simple ? "SIMPLE: No Edges  \r\n" : "#Edges:  "), bytes.npos);
-    }
-}
-
 TEST(SldFile, DamageGetsItsCode)
 {
     const std::string full = SldOf(*LoadedSolid(Tetra()));

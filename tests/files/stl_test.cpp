@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <random>
+#include <sstream>
 
 #include "files/read_buffer.h"
 #include "files/stl_stream.h"
@@ -59,58 +60,58 @@ TEST(StlText, FormsThatRealFilesTake)
 {
     const struct {
         const char* fault;
-        std::string text;
         Loaded expected;
+        std::string text;
     } rows[] = {
-        {"Plain", "solid x\n" + kFour + "endsolid x\n", {0, 4}},
-        {"NoSolidLine", "\n" + kFour, {0, 4}},
-        {"CarriageReturns", "solid x\r\n" + Replaced(kFour, "\n", "\r\n"), {0, 4}},
+        {"Plain", {0, 4}, "solid x\n" + kFour + "endsolid x\n"},
+        {"NoSolidLine", {0, 4}, "\n" + kFour},
+        {"CarriageReturns", {0, 4}, "solid x\r\n" + Replaced(kFour, "\n", "\r\n")},
         {"Capitals",
-         "SOLID X\n" + Replaced(Replaced(kFour, "vertex", "VerTEX"), "loop", "LOOP"),
-         {0, 4}},
-        {"Indented", "solid\n" + Replaced(kFour, "vertex", "  \t vertex"), {0, 4}},
-        {"NoFacetWord", "solid\n" + Replaced(kFour, "facet normal", "normal"), {0, 4}},
-        {"NoLastNewline", "solid\n" + kFour.substr(0, kFour.size() - 1), {0, 4}},
-        {"TwoFacetsOnly", "solid\n" + Facet() + Facet(), kRefused},
+         {0, 4},
+         "SOLID X\n" + Replaced(Replaced(kFour, "vertex", "VerTEX"), "loop", "LOOP")},
+        {"Indented", {0, 4}, "solid\n" + Replaced(kFour, "vertex", "  \t vertex")},
+        {"NoFacetWord", {0, 4}, "solid\n" + Replaced(kFour, "facet normal", "normal")},
+        {"NoLastNewline", {0, 4}, "solid\n" + kFour.substr(0, kFour.size() - 1)},
+        {"TwoFacetsOnly", kRefused, "solid\n" + Facet() + Facet()},
         {"BlankLineBeforeTheFourth",
-         "solid\n" + Facet() + Facet() + Facet() + "\n" + Facet(),
-         {0, 3}},
+         {0, 3},
+         "solid\n" + Facet() + Facet() + Facet() + "\n" + Facet()},
         {"LineMissing",
-         "solid\n" + Facet() + Facet() + Facet() + Replaced(Facet(), "endloop\n", "") + Facet(),
-         {0, 3}},
-        {"AnythingForEndloop", "solid\n" + Replaced(kFour, "endloop", "whatever"), {0, 4}},
-        {"SecondSolid", "solid\n" + kFour + "endsolid\nsolid\n" + kFour, {0, 4}},
-        {"LongLines", "solid\n" + Replaced(kFour, "outer", std::string(900, 'x')), {0, 4}},
-        {"LineBeyondTheBuffer", "solid\n" + Replaced(kFour, "outer", std::string(1100, 'x')),
-         kRefused},
-        {"FirstLineBeyondTheBuffer", std::string(1024, 'x') + "\n" + kFour, kRefused},
-        {"Empty", "", kRefused},
-        {"ByteOrderMark", "\xef\xbb\xbfsolid\n" + kFour, {0, 4}},
-        {"Utf16", Replaced("solid\n" + kFour, "e", std::string("e\0", 2)), kRefused},
-        {"CarriageReturnsOnly", "solid\r" + Replaced(kFour, "\n", "\r"), kRefused},
-        {"OneLineOfMegabytes", std::string(3 << 20, 'v') + "\n" + kFour, kRefused},
-        {"BytesAbove127", "solid \xff\x80\n" + Replaced(kFour, "outer", "\xe9"), {0, 4}},
-        {"LoopInTwoWords", "solid\n" + Replaced(kFour, "endloop", "end loop"), {0, 4}},
-        {"NoEnd", "solid\n" + kFour + "facet normal 0 0 1\nouter loop\nvertex 1", {0, 4}},
-        {"ZeroBytes", "solid\n" + Replaced(kFour, "0 0 1", std::string("0 0 1\0junk", 10)), {0, 4}},
+         {0, 3},
+         "solid\n" + Facet() + Facet() + Facet() + Replaced(Facet(), "endloop\n", "") + Facet()},
+        {"AnythingForEndloop", {0, 4}, "solid\n" + Replaced(kFour, "endloop", "whatever")},
+        {"SecondSolid", {0, 4}, "solid\n" + kFour + "endsolid\nsolid\n" + kFour},
+        {"LongLines", {0, 4}, "solid\n" + Replaced(kFour, "outer", std::string(900, 'x'))},
+        {"LineBeyondTheBuffer", kRefused,
+         "solid\n" + Replaced(kFour, "outer", std::string(1100, 'x'))},
+        {"FirstLineBeyondTheBuffer", kRefused, std::string(1024, 'x') + "\n" + kFour},
+        {"Empty", kRefused, ""},
+        {"ByteOrderMark", {0, 4}, "\xef\xbb\xbfsolid\n" + kFour},
+        {"Utf16", kRefused, Replaced("solid\n" + kFour, "e", std::string("e\0", 2))},
+        {"CarriageReturnsOnly", kRefused, "solid\r" + Replaced(kFour, "\n", "\r")},
+        {"OneLineOfMegabytes", kRefused, std::string(3 << 20, 'v') + "\n" + kFour},
+        {"BytesAbove127", {0, 4}, "solid \xff\x80\n" + Replaced(kFour, "outer", "\xe9")},
+        {"LoopInTwoWords", {0, 4}, "solid\n" + Replaced(kFour, "endloop", "end loop")},
+        {"NoEnd", {0, 4}, "solid\n" + kFour + "facet normal 0 0 1\nouter loop\nvertex 1"},
+        {"ZeroBytes", {0, 4}, "solid\n" + Replaced(kFour, "0 0 1", std::string("0 0 1\0junk", 10))},
         {"DegenerateFacets",
-         "solid\n" + Facet() + Facet("5 0 9e-6") + Facet() + Facet("5 0 2e-5"),
-         {0, 3}},
+         {0, 3},
+         "solid\n" + Facet() + Facet("5 0 9e-6") + Facet() + Facet("5 0 2e-5")},
         {"CoordinateOf100000",
-         "solid\n" + Facet() + Facet() + Facet() + Facet("100000 0 0") + Facet(),
-         {0, 3}},
-        {"CoordinateBelow100000", "solid\n" + kFour + Facet("99999.99 0 0"), {0, 5}},
-        {"LargeNegative", "solid\n" + kFour + Facet("-1e30 0 0"), {0, 5}},
-        {"InfiniteCoordinate", "solid\n" + kFour + Facet("-inf 0 0"), {0, 4}},
-        {"NaNCoordinate", "solid\n" + kFour + Facet("nan 0 0"), {0, 4}},
+         {0, 3},
+         "solid\n" + Facet() + Facet() + Facet() + Facet("100000 0 0") + Facet()},
+        {"CoordinateBelow100000", {0, 5}, "solid\n" + kFour + Facet("99999.99 0 0")},
+        {"LargeNegative", {0, 5}, "solid\n" + kFour + Facet("-1e30 0 0")},
+        {"InfiniteCoordinate", {0, 4}, "solid\n" + kFour + Facet("-inf 0 0")},
+        {"NaNCoordinate", {0, 4}, "solid\n" + kFour + Facet("nan 0 0")},
         {"FacetEndsOnTheSixthLineAtTheEnd",
+         {0, 4},
          "solid\n" + Facet() + Facet() + Facet() +
-             Replaced(Facet(), "endloop\nendfacet\n", "endfacet"),
-         {0, 4}},
+             Replaced(Facet(), "endloop\nendfacet\n", "endfacet")},
         {"SecondVertexLineMissing",
+         {0, 4},
          "solid\n" + kFour +
-             Replaced(Facet("1 2 3"), "vertex 5 0 0\nvertex 0 5 0\nendloop\n", "x\ny\n"),
-         {0, 4}},
+             Replaced(Facet("1 2 3"), "vertex 5 0 0\nvertex 0 5 0\nendloop\n", "x\ny\n")},
     };
     for (const auto& row : rows) EXPECT_EQ(Load(row.text), row.expected) << row.fault;
 }
@@ -270,43 +271,15 @@ void ExpectAsScanf(const std::string& words)
 
 TEST(StlNumbers, AreReadAsScanfReadsThem)
 {
-    for (const char* odd : {"1 2",
-                            "1 2 3 4",
-                            "1e 2 3",
-                            "1e+ 2 3",
-                            "1e5x 2 3",
-                            "+1 -2 +.5",
-                            "++1 2 3",
-                            "+-1 2 3",
-                            ". 1 2",
-                            "1. .5 -.5",
-                            "-. 1 2",
-                            "0x1p3 0x.8 0X",
-                            "inf -inf nan",
-                            "infinity nanx 1",
-                            "nan(12) 1 2",
-                            "1e39 -1e39 1e400",
-                            "1e-60 -1e-46 1e-400",
-                            "1,5 2 3",
-                            "1.5.5 2 3",
-                            "1;2 2 3",
-                            "abc 1 2",
-                            "1 abc 2",
-                            "1 2 abc",
-                            "1#QNAN 1 2",
-                            "-nan(ind) 1 2",
-                            "1d5 2 3",
-                            "\t1\v2\f3",
-                            "",
-                            "1e0005 2 3",
-                            "00000000000000000000000000000001 2 3",
-                            "3.4028235e38 3.4028236e38 1e-45",
-                            "1.17549435e-38 7.0e-46 7.1e-46",
-                            "16777217 16777219 0.1000000014901161193847656250001",
-                            "99999999999999999999999999999999999999999999 1 2",
-                            "1e99999999999999999999 1 2",
-                            "1 2 3e"})
-        ExpectAsScanf(odd);
+    std::istringstream odd(
+        "1 2|1 2 3 4|1e 2 3|1e+ 2 3|1e5x 2 3|+1 -2 +.5|++1 2 3|+-1 2 3|. 1 2|1. .5 -.5|-. 1 "
+        "2|0x1p3 0x.8 0X|inf -inf nan|infinity nanx 1|nan(12) 1 2|1e39 -1e39 1e400|1e-60 -1e-46 "
+        "1e-400|1,5 2 3|1.5.5 2 3|1;2 2 3|abc 1 2|1 abc 2|1 2 abc|1#QNAN 1 2|-nan(ind) 1 2|1d5 2 "
+        "3|\t1\v2\f3||1e0005 2 3|00000000000000000000000000000001 2 3|3.4028235e38 3.4028236e38 "
+        "1e-45|1.17549435e-38 7.0e-46 7.1e-46|16777217 16777219 "
+        "0.1000000014901161193847656250001|99999999999999999999999999999999999999999999 1 "
+        "2|1e99999999999999999999 1 2|1 2 3e");
+    for (std::string words; std::getline(odd, words, '|');) ExpectAsScanf(words);
     std::mt19937 random(7);
     for (int i = 0; i < 3000; ++i) {
         const char* formats[] = {"%.6e", "%.9g", "%f", "%.17g", "%a"};

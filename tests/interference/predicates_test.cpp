@@ -128,17 +128,4 @@ TEST(SegmentsIntersecting, ClearOfAllEnds)
     }
 }
 
-TEST(CalcPlane, DegenerateLoopLeavesThePlaneAndIsRecorded)
-{
-    SetStatus(0, 0);
-    const float line[9] = {0, 0, 0, 1, 1, 1, 2, 2, 2};
-    const float square[12] = {0, 0, 3, 2, 0, 3, 2, 2, 3, 0, 2, 3};
-    float plane[4] = {9, 9, 9, 9};
-    EXPECT_EQ(CalcPlane(line, 3, plane), 0);
-    EXPECT_EQ(plane[3], 9);
-    EXPECT_TRUE(TestStatus(2, 0x200));
-    EXPECT_EQ(CalcPlane(square, 4, plane), 1);
-    EXPECT_TRUE(plane[0] == 0 && plane[1] == 0 && plane[2] == 1 && plane[3] == -3);
-}
-
 } // namespace

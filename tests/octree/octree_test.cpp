@@ -54,18 +54,6 @@ TEST_F(Tree, TrianglesLieInTheLeafOfTheirMinimumCornerLastInFirst)
     EXPECT_EQ(tree.root->children[5]->bbox[1], 0);
 }
 
-TEST_F(Tree, DepthZeroKeepsAllInTheRoot)
-{
-    OCTREEC tree(box, 0, margin, nullptr);
-    tree.OC_AddTriangle(At(0, 1, 1, 1));
-    tree.OC_AddTriangle(At(1, 7, 7, 7));
-    EXPECT_EQ(tree.nodeCount, 0);
-    EXPECT_EQ(tree.maxLeafCount, 2);
-    float inside[6] = {3, 3, 3, 4, 4, 4}, touching[6] = {8, 0, 0, 9, 1, 1};
-    EXPECT_EQ(tree.OC_testBox(inside), 1) << "cells count, not triangles";
-    EXPECT_EQ(tree.OC_testBox(touching), 0);
-}
-
 TEST_F(Tree, EdgesMeetOnlyTrianglesInTheCellsUnderTheirBox)
 {
     OCTREEC tree(box, 1, margin, nullptr);
@@ -98,15 +86,6 @@ TEST_F(Tree, MarginWidensTheRootTestAlone)
     solid->octree->visitedTriangles = 77;
     EXPECT_EQ(solid->octree->OC_GetTriangles(above, solid.get(), 1), 0);
     EXPECT_EQ(solid->octree->visitedTriangles, 77);
-}
-
-TEST_F(Tree, HostileDepthsAreBroughtIntoRange)
-{
-    OCTREEC deep(box, 1 << 30, margin, nullptr), negative(box, -1, margin, nullptr);
-    deep.OC_AddTriangle(At(0, 1, 1, 1));
-    negative.OC_AddTriangle(At(1, 1, 1, 1));
-    EXPECT_EQ(deep.nodeCount, 8);
-    EXPECT_EQ(negative.nodeCount, 0);
 }
 
 } // namespace

@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "octree/break_triangle.h"
-#include "octree/growth.h"
 #include "solid/bbox.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
@@ -59,14 +57,6 @@ TEST(BreakEdge, VertexLandsOnTheGridPointNearestToTheFeet)
     }
 }
 
-TEST(BreakEdge, EdgeWithoutLengthIsSplitAtItsFirstGridPoint)
-{
-    auto solid = WithLists(Tetrahedron({0, 0, 0}, {10, 0, 0}, {5, 1, 1}, {5, -1, 1}));
-    std::fill_n(solid->vertices[2].position, 3, 0.0f);
-    EXPECT_EQ(solid->BreakEdge(EdgeBetween(*solid, 0, 2), 8), 8);
-    ExpectClosedMesh(*solid);
-}
-
 TEST(BreakEdge, WithoutRoomOrEdgeNothingChanges)
 {
     auto solid = WithLists(Tetrahedron({0, 0, 0}, {10, 0, 0}, {5, 1, 1}, {5, -1, 1}));
@@ -106,19 +96,6 @@ TEST(BreakTriangle, StripsCoverTheTriangleAndKeepItsSense)
         }
 }
 
-TEST(BreakTriangle, PiecesStandInTheOrderThatFilesShow)
-{
-    auto solid = BareSolid({{Point{0, 0, 0}, Point{4, 2, 0}, Point{0, 10, 0}}}, 1);
-    ASSERT_EQ(solid->BreakTriangle(0, 1, 2), 3);
-    // Cut at 5, middle corner (4, 2) below it. Q is on its side to the top, P on the long side.
-    const float P[3] = {0, 5, 0}, Q[3] = {2.5f, 5, 0};
-    const float pieces[3][9] = {{0, 0, 0, Q[0], Q[1], Q[2], P[0], P[1], P[2]},
-                                {4, 2, 0, Q[0], Q[1], Q[2], 0, 0, 0},
-                                {0, 10, 0, P[0], P[1], P[2], Q[0], Q[1], Q[2]}};
-    for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(std::equal(pieces[i], pieces[i] + 9, solid->triangles[i + 1].corners[0])) << i;
-}
-
 TEST(BreakTriangle, BadArgumentsChangeNothing)
 {
     auto solid = BareSolid(SoupMesh(1, 2, 1), 1);
@@ -131,21 +108,6 @@ TEST(BreakTriangle, BadArgumentsChangeNothing)
                                           {0, 0, 100}})
         EXPECT_EQ(solid->BreakTriangle(t, axis, pieces), 0);
     EXPECT_EQ(solid->triangleCount, 2);
-}
-
-TEST(OrderCorners, TiesFollowTheComparisons)
-{
-    const struct {
-        float height[3];
-        int order[3];
-    } rows[] = {{{3, 2, 1}, {0, 1, 2}}, {{1, 2, 3}, {2, 1, 0}}, {{2, 3, 1}, {1, 0, 2}},
-                {{1, 1, 1}, {0, 2, 1}}, {{2, 2, 1}, {0, 1, 2}}, {{1, 2, 2}, {1, 2, 0}},
-                {{2, 1, 2}, {0, 2, 1}}};
-    for (const auto& row : rows) {
-        int order[3];
-        EXPECT_EQ(OrderCorners(row.height, order), row.order[0]);
-        EXPECT_TRUE(std::equal(order, order + 3, row.order)) << row.height[0] << row.height[1];
-    }
 }
 
 /// A prism on a flat kite whose stored diagonal runs from (-3, 0) to (3, 0), with roofs so that its
@@ -287,18 +249,6 @@ TEST(Refinement, LargeTrianglesLeaveTheOctreeToTheirPieces)
     for (int t = 0; t < solid->triangleCount; ++t) superseded += solid->triangles[t].superseded;
     EXPECT_EQ(solid->triangles[0].superseded, 1);
     EXPECT_EQ(inTree, solid->triangleCount - superseded);
-}
-
-TEST(Growth, ByAThirdAndAHundredOnceNearlyFull)
-{
-    const int rows[][4] = {{0, 0, 0, 0},
-                           {100, 94, 0, 100},
-                           {100, 95, 0, 229},
-                           {12, 12, 2, 115},
-                           {1000, 10, 2000, 2010},
-                           {1000, 1000, 3, 1399},
-                           {2000000000, 1999999999, 2, 2147483646}};
-    for (const auto& row : rows) EXPECT_EQ(GrownCapacity(row[0], row[1], row[2]), row[3]) << row[0];
 }
 
 } // namespace

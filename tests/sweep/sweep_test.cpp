@@ -77,16 +77,6 @@ TEST(Sweep, TranslationSortsFacesIntoLeadingAndTrailing)
     EXPECT_NEAR(Volume(SweptTriangles(*box)), 12 * 3 * 4, 1e-3);
 }
 
-TEST(Sweep, SurfaceOfAnyMotionIsClosed)
-{
-    for (const Point& way : {Point{5, 0, 0}, Point{0, -7, 0}, Point{3, 4, -12}}) {
-        const auto box = MovedBox(Translation(0, 0, 0), Translation(way[0], way[1], way[2]));
-        const double shadow =
-            3 * 4 * std::fabs(way[0]) + 2 * 4 * std::fabs(way[1]) + 2 * 3 * std::fabs(way[2]);
-        EXPECT_NEAR(Volume(SweptTriangles(*box)), 24 + shadow, 1e-3);
-    }
-}
-
 TEST(Sweep, EqualPosesPlaceTheSolid)
 {
     const auto box = MovedBox(Translation(5, 6, 7), Translation(5, 6, 7));
