@@ -2,19 +2,13 @@
 // triangles of the first, at rest, are the targets.
 #include <cstring>
 
+#include "interference/edge_buffer.h"
 #include "interference/tests.h"
 #include "scapi/solid.h"
 #include "solid/bbox.h"
 
 namespace
 {
-
-/// An edge that meets no box: what a piece without a position of its own finds in the buffer when
-/// no edge came before it.
-struct EdgeBuffer {
-    float edge[2][3] = {{kEmptyExtreme, kEmptyExtreme, kEmptyExtreme},
-                        {kEmptyExtreme, kEmptyExtreme, kEmptyExtreme}};
-};
 
 /// Walks the edges of a solid that meet `box` until `hit` does not answer 0.
 template <class Hit>

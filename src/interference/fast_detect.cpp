@@ -8,6 +8,7 @@
 #include "interference/motion.h"
 #include "interference/moved_pieces.h"
 #include "interference/query_trees.h"
+#include "interference/swept_first.h"
 #include "interference/tests.h"
 #include "solid/bbox.h"
 #include "sweep/define.h"
@@ -187,14 +188,28 @@ bool PassHits(Query& query, Pass pass)
     return false;
 }
 
-/// Whether the fast way is open to these two, apart from their trees.
+bool HasTolerance(const SOLIDC& solid)
+{
+    return solid.tolerance >= 0 && std::isfinite(solid.tolerance);
+}
+
+/// Whether the trees speak for both solids as they are asked.
 bool IsPlainPair(const SOLIDC& a, const SOLIDC& b)
 {
     // Cursors of the walk end early on solids with few edges; that is not followed here.
     constexpr int kLeastEdges = 12;
     return a.octree && !a.isSwept && !a.isRotated && !b.isRotated && !b.isSimple &&
-           b.edgeCount >= kLeastEdges && b.tolerance >= 0 && std::isfinite(b.tolerance) &&
-           MotionIsPlain(b);
+           b.edgeCount >= kLeastEdges && HasTolerance(b) && MotionIsPlain(b);
+}
+
+int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTrees& movers)
+{
+    if (targets.targetTree.itemCount == 0 || movers.moverTree.itemCount == 0) return 0;
+    MoverLeaf moved;
+    LaterPairs later; // without a start value, for its size
+    Query query{a, b, targets, movers, moved, later, ReadMotion(b, movers.moverNode[0].box)};
+    if (PassHits(query, Pass::kEnd)) return 1;
+    return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));
 }
 
 } // namespace
@@ -203,17 +218,11 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
 {
     if (IsPlainPair(a, b)) {
         const QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
-        if (targets && movers) {
-            if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
-            MoverLeaf moved;
-            LaterPairs later; // without a start value, for its size
-            Query query{
-                a, b, *targets, *movers, moved, later, ReadMotion(b, movers->moverNode[0].box)};
-            if (PassHits(query, Pass::kEnd)) return 1;
-            return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));
-        }
+        if (targets && movers) return DetectByTrees(a, b, *targets, *movers);
     }
     SettleSweep(a);
     SettleSweep(b);
+    if (a.isSwept && b.isSwept && HasTolerance(b))
+        if (const QueryTrees* movers = MoverTrees(b)) return DetectSweptFirst(a, b, *movers);
     return a.SC_DetectIntersection(&b);
 }

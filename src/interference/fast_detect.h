@@ -19,9 +19,9 @@
 // - Hits late in a triangle's steps make the walk skip others: moved_pieces.cpp follows it.
 //
 // Boxes are rounded outwards, and have room for the rounding of placed vertices. What survives is
-// decided by the tests of the walk. A solid that is simple and moves, swept and first, rotated
-// since its load, beyond 1e9, or moved by matrices that are not affine, takes the plain walk, as do
-// numbers that are not finite.
+// decided by the tests of the walk. A solid that is simple and moves, rotated since its load,
+// beyond 1e9, or moved by matrices that are not affine, takes the plain walk, as do numbers that
+// are not finite. Where the first solid is swept too, see swept_first.h.
 #ifndef SCAPI_INTERFERENCE_FAST_DETECT_H
 #define SCAPI_INTERFERENCE_FAST_DETECT_H
 

@@ -32,8 +32,9 @@ TEST(FastDetect, AnswersAsThePlainWalk)
             const int plain = SolidInternals::WalkPlainly(*scene.a, *scene.b);
             ASSERT_EQ(fast, plain) << "seed " << seed << ", order " << order;
             hits += plain;
-            scene.b->isSwept = 0;
             std::swap(scene.a, scene.b);
+            // A first solid in motion is another walk; mostly it stands still.
+            if (seed % 8) scene.a->isSwept = 0;
         }
     }
     // Neither answer may be rare, or the test would prove little.
