@@ -13,18 +13,23 @@
 namespace
 {
 
+/// A folder that lives as long as the process.
+struct TemporaryFolder {
+    std::filesystem::path path;
+    TemporaryFolder()
+    {
+        const std::filesystem::path shared = "/dev/shm";
+        path = std::filesystem::exists(shared) ? shared : std::filesystem::temp_directory_path();
+        path /= "scapi_fuzz_" + std::to_string(::getpid());
+        std::filesystem::create_directories(path);
+    }
+    ~TemporaryFolder() { std::filesystem::remove_all(path); }
+};
+
 const std::filesystem::path& Folder()
 {
-    static const auto folder = [] {
-        const std::filesystem::path shared = "/dev/shm";
-        const auto base =
-            std::filesystem::exists(shared) ? shared : std::filesystem::temp_directory_path();
-        auto path = base / ("scapi_fuzz_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(path);
-        std::atexit([] { std::filesystem::remove_all(Folder()); });
-        return path;
-    }();
-    return folder;
+    static const TemporaryFolder folder;
+    return folder.path;
 }
 
 /// Counts what a walk gives; it must end by itself.
