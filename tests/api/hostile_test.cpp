@@ -153,4 +153,27 @@ TEST(LateCalls, LeaveNothingThatPointsAstray)
         }
 }
 
+TEST(LateCalls, NumbersOutsideTheArraysReadNothing)
+{
+    const int most = 2147483647, numbers[] = {-most - 1, -1, 0, 2, 8, 9, most};
+    for (const int simple : {0, 1})
+        for (const int damage : {0, 1}) {
+            const auto solid = LoadedSolid(Cube(), simple);
+            Matrix rest = Translation(0, 0, 0), end = Translation(1, 0, 0);
+            solid->SC_GTsweep(Rows(rest), Rows(end));
+            // As an inversion leaves the numbers of vertices, or a file those of edges.
+            for (int t = 0; damage && t < solid->triangleCount; ++t) {
+                solid->triangles[t].vertex[t % 3] = most;
+                solid->triangles[t].edge[t % 3] = -most;
+            }
+            for (const int a : numbers)
+                for (const int b : numbers) {
+                    float out[3][3] = {};
+                    int third = 0;
+                    EXPECT_LT(SolidInternals::AllPieces(*solid, a, b, out), 8);
+                    EXPECT_LT(solid->SelfEdge(a, b) + solid->AlterVertex(a, b, 0, &third), 5);
+                }
+        }
+}
+
 } // namespace

@@ -71,4 +71,22 @@ TEST(Matrices, PointsAreDividedOnlyWhereWIsNotOne)
     EXPECT_TRUE(std::equal(product, product + 16, expected));
 }
 
+TEST(CopyBytes, RefusesWhatItCannotCopy)
+{
+    char from[4] = "abc", to[4] = "xyz";
+    for (void* target : {CopyBytes(to, from, 0), CopyBytes(to, from, -1),
+                         CopyBytes(nullptr, from, 1), CopyBytes(to, nullptr, 1)})
+        EXPECT_EQ(target, nullptr);
+    EXPECT_EQ(CopyBytes(to, from, 2), to);
+    EXPECT_STREQ(to, "abz");
+}
+
+TEST(Status, OnlyTheSixAddressableWordsTakeBits)
+{
+    SetStatus(0, 1);
+    for (const int word : {2, 7, -1}) SetStatus(word, 0x400);
+    EXPECT_EQ(StatusFlags, (std::array<std::uint32_t, 8>{0, 0x400, 0, 0, 0, 0, 0, 0}));
+    EXPECT_TRUE(TestStatus(2, 0x401) && !TestStatus(7, 4) && !TestStatus(2, 1));
+}
+
 } // namespace

@@ -21,7 +21,14 @@ struct SolidInternals {
     {
         return s.GetSweptEdge(triangle, piece, out);
     }
-    static int BoxesMeet(SOLIDC& s, float* a, float* b) { return s.IntersectingBboxes(a, b); }
+    /// Every piece that a triangle and an edge of these numbers can give.
+    static int AllPieces(SOLIDC& s, int triangle, int part, float (*out)[3])
+    {
+        return s.GetTriangleEdge(triangle, part, out) + s.GetSweptEdge(triangle, part, out) +
+               s.GetSweptTriangle(triangle, part, out) + s.GetSweptEdgeTriangle(part, 1, out) +
+               s.EdgeNeedsSweep(triangle, part) + s.EdgeIntersectingBbox(out, s.bbox) +
+               s.TriangleIntersectingBbox(out, s.bbox);
+    }
     static int Invert(SOLIDC& s) { return s.InvertTreeTriangle(0); }
     static int AddTriangle(SOLIDC& s, Triangle t)
     {
