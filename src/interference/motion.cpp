@@ -10,6 +10,7 @@ namespace
 
 constexpr double kSideReach = 0.0127;
 constexpr double kRounding = 1e-6; ///< of floats, some times over, relative
+constexpr double kRigid = 1e-4;    ///< the bend of a motion that only turns and shifts
 
 template <class A, class B>
 double Dot(const A* a, const B* b)
@@ -23,7 +24,7 @@ double Length(const double* v) { return std::sqrt(Dot(v, v)); }
 /// the transposed times itself.
 void ReadScale(Motion& motion)
 {
-    double most = 0, least = HUGE_VAL;
+    double most = 0, least = HUGE_VAL, bend = 0;
     for (int i = 0; i < 3; ++i) {
         double sum = 0, diagonal = 0;
         for (int j = 0; j < 3; ++j) {
@@ -35,16 +36,11 @@ void ReadScale(Motion& motion)
         }
         most = std::max(most, sum);
         least = std::min(least, 2 * diagonal - sum);
+        bend = std::max(bend, sum - std::fabs(diagonal) + std::fabs(diagonal - 1));
     }
     motion.scale = std::sqrt(most) * (1 + kRounding);
     motion.leastScale = std::sqrt(std::max(least, 0.0)) * (1 - kRounding);
-}
-
-/// How far beside a side an end of an edge can lie that is parallel to it, as that test has it: by
-/// 0.0127 over the length of the edge, and by half that of the side.
-double SphereReach(double edge, double side)
-{
-    return 0.5 * side * edge > kSideReach ? kSideReach / edge : 0.5 * side;
+    motion.bend = bend + kRounding;
 }
 
 /// How far the half way reaches along a direction.
@@ -108,18 +104,29 @@ void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed)
     }
     placed.size = std::max({placed.half[0], placed.half[1], placed.half[2]});
     for (int i = 0; i < 3; ++i) {
-        double along[3];
-        for (int k = 0; k < 3; ++k) along[k] = std::fabs(Dot(placed.axis[i], placed.axis[k]));
         const double sway = Sway(motion, placed.axis[i]);
-        placed.extent[i] = Sum(along, placed.half) + sway + motion.scale * motion.room;
-        placed.beyond[i] = Sum(along, placed.edge) + 2 * sway;
+        double all = 0, edge = 0;
+        if (motion.bend < kRigid) {
+            all = placed.half[i] + motion.bend * (placed.half[0] + placed.half[1] + placed.half[2]);
+            edge =
+                placed.edge[i] + motion.bend * (placed.edge[0] + placed.edge[1] + placed.edge[2]);
+        } else {
+            for (int k = 0; k < 3; ++k) {
+                const double along = std::fabs(Dot(placed.axis[i], placed.axis[k]));
+                all += along * placed.half[k];
+                edge += along * placed.edge[k];
+            }
+        }
+        placed.extent[i] = all + sway + motion.scale * motion.room;
+        placed.beyond[i] = edge + 2 * sway;
     }
     placed.longest = motion.scale * node.longest + motion.extraLength + motion.room;
-    // A diagonal of a wall can be as short as it likes, and an edge that is short against the
-    // floats around it can come out without length.
-    placed.shortest = motion.extraLength > 0
-                          ? 0
-                          : std::max(0.0, motion.leastScale * node.shortest - 2 * motion.room);
+    // The test of parallel segments lets an end lie beside a side by 0.0127 over the length of the
+    // edge, and half the side. A diagonal of a wall can be as short as it likes, and an edge that
+    // is short against the floats around it can come out without length.
+    const double shortest = motion.leastScale * node.shortest - 2 * motion.room;
+    placed.besideSides =
+        motion.extraLength > 0 || !(shortest > 0) ? HUGE_VAL : kSideReach / shortest;
 }
 
 bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box)
@@ -142,7 +149,7 @@ Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode&
                              mover.centre[2] - box.centre[2]};
     const double rounding =
         motion.room + kRounding * (std::fabs(apart[0]) + std::fabs(apart[1]) + std::fabs(apart[2]));
-    const double overSide = std::max(SphereReach(mover.shortest, target.longest),
+    const double overSide = std::max(std::min(mover.besideSides, 0.5 * double(target.longest)),
                                      target.holdsCells ? mover.longest : 0);
     Chance chance = Chance::kOnEdge;
     double along[3][3]; // cosines between the axes of the mover and the target

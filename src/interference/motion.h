@@ -19,6 +19,7 @@ struct Motion {
     double room;       ///< for rounding of placed vertices, and of what is computed from them
     double scale;      ///< the most by which a length can grow
     double leastScale; ///< the least, or 0
+    double bend;       ///< the most by which products of axes differ from those at rest
     // Ends of edges lie at `middle`, give or take `half`, of the way.
     double middle[3], half[3];
     double extraLength; ///< of walls over their edges; 0 in the other passes
@@ -29,12 +30,13 @@ struct Motion {
 struct PlacedNode {
     BoxRange range;
     double centre[3];
-    double axis[3][3];        ///< where the motion takes those of the box
-    double half[3], edge[3];  ///< half extents, and the greatest extent of an edge, in axes
-    double extent[3];         ///< of all edges along `axis`, each in units of its length
-    double beyond[3];         ///< what hits beyond their ends add to it
-    double size;              ///< greatest half extent
-    double longest, shortest; ///< edges
+    double axis[3][3];       ///< where the motion takes those of the box
+    double half[3], edge[3]; ///< half extents, and the greatest extent of an edge, in axes
+    double extent[3];        ///< of all edges along `axis`, each in units of its length
+    double beyond[3];        ///< what hits beyond their ends add to it
+    double size;             ///< greatest half extent
+    double longest;          ///< edge
+    double besideSides; ///< how far beside a side an end of an edge can lie that is parallel to it
 };
 
 /// @param rest  box of all movers at rest
