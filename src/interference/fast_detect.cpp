@@ -101,6 +101,23 @@ void PlaceMovers(Query& query, const BoxRange& range)
     }
 }
 
+/// Whether an edge of a leaf ends where it must, to hit beside itself.
+bool EndsInPlane(Query& query, const TargetNode& target, const PlacedNode& mover)
+{
+    PlaceMovers(query, mover.range);
+    const float *centre = target.box.centre, *normal = target.box.axis[0];
+    const double most = HeightOfEnds(query.motion, mover, target);
+    for (int i = 0; i < query.moved.count; ++i)
+        for (int e = 0; e < query.moved.pieces[i].count; ++e)
+            for (const auto& end : query.moved.pieces[i].edge[e].ends) {
+                const double height = (double(end[0]) - centre[0]) * normal[0] +
+                                      (double(end[1]) - centre[1]) * normal[1] +
+                                      (double(end[2]) - centre[2]) * normal[2];
+                if (std::fabs(height) <= most) return true;
+            }
+    return false;
+}
+
 bool LeavesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
 {
     PlaceMovers(query, mover.range);
@@ -152,6 +169,8 @@ bool RangesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
     const Chance chance = ChanceOf(query.motion, mover, node);
     if (chance == Chance::kNone) return false;
     if (query.onEdges && chance == Chance::kBeside && query.later.Add({target, mover.range}))
+        return false;
+    if (chance == Chance::kBeside && mover.range.IsLeaf() && !EndsInPlane(query, node, mover))
         return false;
     if (target.IsLeaf() && mover.range.IsLeaf()) return LeavesHit(query, target, mover);
     if (mover.range.IsLeaf() || (!target.IsLeaf() && Size(node.box) > mover.size))

@@ -66,6 +66,20 @@ double FarthestAlong(const OrientedBox& box, int c)
     return far;
 }
 
+/// How far off a target, along its plane, parallel segments can lie that count as crossing.
+double OverSide(const PlacedNode& mover, const TargetNode& target)
+{
+    return std::max(std::min(mover.besideSides, 0.5 * double(target.longest)),
+                    target.holdsCells ? mover.longest : 0);
+}
+
+double RoundingBetween(const Motion& motion, const PlacedNode& mover, const OrientedBox& box)
+{
+    return motion.room + kRounding * (std::fabs(mover.centre[0] - box.centre[0]) +
+                                      std::fabs(mover.centre[1] - box.centre[1]) +
+                                      std::fabs(mover.centre[2] - box.centre[2]));
+}
+
 } // namespace
 
 Motion ReadMotion(const SOLIDC& b, const OrientedBox& rest)
@@ -147,10 +161,8 @@ Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode&
     const OrientedBox& box = target.box;
     const double apart[3] = {mover.centre[0] - box.centre[0], mover.centre[1] - box.centre[1],
                              mover.centre[2] - box.centre[2]};
-    const double rounding =
-        motion.room + kRounding * (std::fabs(apart[0]) + std::fabs(apart[1]) + std::fabs(apart[2]));
-    const double overSide = std::max(std::min(mover.besideSides, 0.5 * double(target.longest)),
-                                     target.holdsCells ? mover.longest : 0);
+    const double rounding = RoundingBetween(motion, mover, box);
+    const double overSide = OverSide(mover, target);
     Chance chance = Chance::kOnEdge;
     double along[3][3]; // cosines between the axes of the mover and the target
     for (int k = 0; k < 3; ++k) {
@@ -180,4 +192,10 @@ Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode&
         chance = Chance::kBeside;
     }
     return chance;
+}
+
+double HeightOfEnds(const Motion& motion, const PlacedNode& mover, const TargetNode& target)
+{
+    return target.box.half[0] + std::max(mover.longest, OverSide(mover, target)) * target.turn +
+           RoundingBetween(motion, mover, target.box);
 }

@@ -56,4 +56,8 @@ enum class Chance {
 };
 Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode& target);
 
+/// Where an end of an edge must lie that is to hit beside itself: so high over the centre of a
+/// target's box, along its first axis, at the most, up or down.
+double HeightOfEnds(const Motion& motion, const PlacedNode& mover, const TargetNode& target);
+
 #endif
