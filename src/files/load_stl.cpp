@@ -61,12 +61,13 @@ bool ReadFile(SOLIDC& solid, const char* path)
     solid.sourceTime = fits ? GetFileModTime(path) : 0;
     std::int32_t count = 0;
     if (!StlOpenRead(stream, &count)) return false;
-    solid.triangleCapacity = CapacityForFile(stream.fileLength);
+    const int capacity = CapacityForFile(stream.fileLength);
     // A file with holes can claim any length.
-    solid.triangles = TryAllocateTriangles(solid.triangleCapacity);
-    if (solid.triangles) ReadFacets(solid, stream);
+    solid.triangles = TryAllocateTriangles(capacity);
+    solid.triangleCapacity = solid.triangles ? capacity : 0;
+    ReadFacets(solid, stream);
     StlClose(stream);
-    return solid.triangles;
+    return solid.triangles != nullptr;
 }
 
 void CopyDefaultCube(SOLIDC& solid)

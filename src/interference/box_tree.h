@@ -54,6 +54,17 @@ inline ItemRange ItemsOf(const BoxTree& tree, const BoxRange& range)
     return {range.first * kItemsPerLeaf, std::min(range.last * kItemsPerLeaf, tree.itemCount)};
 }
 
+/// Moves an array into the order of the tree, so that what belongs to a leaf lies side by side.
+template <class Record>
+Scratch<Record> InOrderOf(const BoxTree& tree, const Scratch<Record>& from)
+{
+    auto to = MakeScratch<Record>(static_cast<std::size_t>(tree.itemCount));
+    for (int i = 0; i < tree.itemCount; ++i)
+        to[static_cast<std::size_t>(i)] =
+            from[static_cast<std::size_t>(tree.item[static_cast<std::size_t>(i)])];
+    return to;
+}
+
 /// Calls `visit` on a node and all below it, children first. As deep as the logarithm of the number
 /// of leaves.
 template <class Visit>

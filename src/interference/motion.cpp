@@ -8,6 +8,7 @@
 namespace
 {
 
+constexpr double kSphereReach = 0.0566; ///< most of min(u / 2, 0.0064 / u)
 constexpr double kSideReach = 0.0127;
 constexpr double kRounding = 1e-6; ///< of floats, some times over, relative
 constexpr double kRigid = 1e-4;    ///< the bend of a motion that only turns and shifts
@@ -52,12 +53,6 @@ double Sway(const Motion& motion, const A* direction)
            std::fabs(direction[2] * motion.half[2]);
 }
 
-/// Of products.
-double Sum(const double* weight, const double* value)
-{
-    return weight[0] * value[0] + weight[1] * value[1] + weight[2] * value[2];
-}
-
 /// The greatest magnitude of a coordinate in a box.
 double FarthestAlong(const OrientedBox& box, int c)
 {
@@ -66,11 +61,13 @@ double FarthestAlong(const OrientedBox& box, int c)
     return far;
 }
 
-/// How far off a target, along its plane, parallel segments can lie that count as crossing.
+/// How far off a target, along its plane, parallel segments can lie that count as crossing: the end
+/// of an edge beside a side, or the end of a side inside the sphere over an edge.
 double OverSide(const PlacedNode& mover, const TargetNode& target)
 {
-    return std::max(std::min(mover.besideSides, 0.5 * double(target.longest)),
-                    target.holdsCells ? mover.longest : 0);
+    return std::max({std::min(mover.besideSides, 0.5 * double(target.longest)),
+                     std::min(kSphereReach, 0.5 * mover.longest),
+                     target.holdsCells ? mover.longest : 0});
 }
 
 double RoundingBetween(const Motion& motion, const PlacedNode& mover, const OrientedBox& box)
@@ -135,8 +132,9 @@ void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed)
         placed.beyond[i] = edge + 2 * sway;
     }
     placed.longest = motion.scale * node.longest + motion.extraLength + motion.room;
-    // The test of parallel segments lets an end lie beside a side by 0.0127 over the length of the
-    // edge, and half the side. A diagonal of a wall can be as short as it likes, and an edge that
+    // For edges of length u and sides of length v, the test of parallel segments lets an end of the
+    // edge lie beside the side by 0.0127 / u and v / 2, and an end of the side beside the edge by
+    // 0.0064 / u and u / 2. A diagonal of a wall can be as short as it likes, and an edge that
     // is short against the floats around it can come out without length.
     const double shortest = motion.leastScale * node.shortest - 2 * motion.room;
     placed.besideSides =
@@ -171,9 +169,9 @@ Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode&
         for (int i = 0; i < 3; ++i) seen[i] = along[i][k] = std::fabs(Dot(mover.axis[i], axis));
         const double sway = Sway(motion, axis);
         const double gap =
-            std::fabs(Dot(apart, axis)) - box.half[k] - Sum(mover.half, seen) - sway - rounding;
+            std::fabs(Dot(apart, axis)) - box.half[k] - Dot(mover.half, seen) - sway - rounding;
         if (gap <= 0) continue;
-        const double edge = Sum(mover.edge, seen) + 2 * sway;
+        const double edge = Dot(mover.edge, seen) + 2 * sway;
         // Where the hit is off the edge, an end of it lies in the target's plane, as the hit does.
         const double beside =
             k ? edge + overSide
@@ -181,9 +179,8 @@ Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode&
         if (gap > beside) return Chance::kNone;
         chance = Chance::kBeside;
     }
-    const double half[3] = {box.half[0], box.half[1], box.half[2]};
     for (int i = 0; i < 3; ++i) {
-        const double gap = std::fabs(Dot(apart, mover.axis[i])) - Sum(half, along[i]) -
+        const double gap = std::fabs(Dot(apart, mover.axis[i])) - Dot(box.half, along[i]) -
                            mover.extent[i] - motion.scale * rounding;
         if (gap <= 0) continue;
         const double besideSide =

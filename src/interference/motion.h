@@ -43,6 +43,7 @@ struct PlacedNode {
 Motion ReadMotion(const SOLIDC& b, const OrientedBox& rest);
 void SetPass(Motion& motion, Pass pass);
 
+/// Fills in all but the range.
 void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed);
 
 /// Whether a placed node can meet a box along the coordinate axes.

@@ -1,6 +1,5 @@
 // The tree over a solid's triangles as movers.
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <span>
 
@@ -168,15 +167,13 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
 {
     const auto count = static_cast<std::size_t>(solid.triangleCount);
     auto items = MakeScratch<BoxItem>(count);
-    Mover mover{};
+    auto movers = MakeScratch<Mover>(count);
     for (std::size_t t = 0; t < count; ++t) {
-        if (!MakeMover(solid, static_cast<int>(t), mover)) return;
-        items[t] = MakeItem(mover.corner, static_cast<int>(t));
+        if (!MakeMover(solid, static_cast<int>(t), movers[t])) return;
+        items[t] = MakeItem(movers[t].corner, static_cast<int>(t));
     }
     trees.moverTree = BuildBoxTree(items, solid.triangleCount);
-    trees.mover = MakeScratch<Mover>(count);
-    for (std::size_t i = 0; i < count; ++i)
-        MakeMover(solid, trees.moverTree.item[i], trees.mover[i]);
+    trees.mover = InOrderOf(trees.moverTree, movers);
     if (count) {
         trees.moverNode = MakeScratch<MoverNode>(NodeCount(trees.moverTree));
         MoverBuilder build{MakeScratch<Box>(NodeCount(trees.moverTree)), {}};

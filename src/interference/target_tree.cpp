@@ -1,6 +1,5 @@
 // The tree over a solid's triangles as targets.
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 #include "interference/hit_region.h"
@@ -127,17 +126,6 @@ void FillNode(QueryTrees& trees, TargetBuilder& build, Scratch<Merged>& merged,
     node.box = ChooseBox(trees, build, range, merged[at]);
     const double turn = FarthestNormal(merged[at].normals, node.box.axis[0]);
     node.turn = node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
-}
-
-/// Moves an array into the order of the tree, so that what belongs to a leaf lies side by side.
-template <class Record>
-Scratch<Record> InOrderOf(const BoxTree& tree, const Scratch<Record>& from)
-{
-    auto to = MakeScratch<Record>(static_cast<std::size_t>(tree.itemCount));
-    for (int i = 0; i < tree.itemCount; ++i)
-        to[static_cast<std::size_t>(i)] =
-            from[static_cast<std::size_t>(tree.item[static_cast<std::size_t>(i)])];
-    return to;
 }
 
 void BuildTargets(SOLIDC& solid, QueryTrees& trees)
