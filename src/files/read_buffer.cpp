@@ -28,7 +28,7 @@ void StartBuffer(StlReadBuffer& buffer, std::FILE* file)
     // The blocks are large: a second buffer inside the stream would only copy.
     std::setvbuf(file, nullptr, _IONBF, 0);
     buffer.file = file;
-    buffer.start = 0;
+    buffer.start = buffer.beyond = 0;
     buffer.at = buffer.end = 0;
 }
 
@@ -44,7 +44,9 @@ bool TakeBytes(StlReadBuffer& buffer, void* out, std::size_t count)
 void SkipBytes(StlReadBuffer& buffer, std::size_t count)
 {
     Require(buffer, count);
-    buffer.at += std::min(count, buffer.end - buffer.at);
+    const std::size_t held = std::min(count, buffer.end - buffer.at);
+    buffer.at += held;
+    buffer.beyond += static_cast<std::int64_t>(count - held);
 }
 
 std::string_view TakeLine(StlReadBuffer& buffer, std::size_t most)
@@ -62,10 +64,11 @@ std::string_view TakeLine(StlReadBuffer& buffer, std::size_t most)
 
 std::int64_t Position(const StlReadBuffer& buffer)
 {
-    return buffer.start + static_cast<std::int64_t>(buffer.at);
+    return buffer.start + static_cast<std::int64_t>(buffer.at) + buffer.beyond;
 }
 
 void GoBack(StlReadBuffer& buffer, std::int64_t position)
 {
     buffer.at = static_cast<std::size_t>(position - buffer.start);
+    buffer.beyond = 0;
 }

@@ -174,6 +174,7 @@ TEST(StlBinary, NormalsAreMendedAndTheBufferEdgeIsCrossed)
     const float wild[3] = {2, -3, std::nanf("")}, low[3] = {0.5f, -INFINITY, -0.25f};
     std::memcpy(&bytes[84], wild, sizeof wild);
     std::memcpy(&bytes[84 + 50 * (many - 1)], low, sizeof low);
+    bytes.resize(bytes.size() - 2); // as the library itself ends a file; the position counts on
     TemporaryFile file(bytes);
     StlStream stream{};
     std::int32_t count = 0;
