@@ -1,36 +1,170 @@
 #include "interference/box_tree.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <span>
 
 #include "solid/bbox.h"
 #include "solid/vector.h"
 
+// Where a node is cut decides what a query costs: two surfaces side by side are told apart as soon
+// as the boxes of their nodes are thinner than the gap. So each node is cut where the room that
+// both halves fill is least, for each item of theirs: across the middle, or between parts that face
+// different ways. The room is told by the second moments of the corners, which see a flat part as
+// flat however it lies. The cuts that are tried are the borders of a few bins, as in binned
+// surface-area splits (Wald 2007).
+
 namespace
 {
 
-/// The axis along which the centres of some items spread most.
-int WidestAxis(const BoxItem* first, const BoxItem* last)
+constexpr int kDimensions = 6; ///< three of the place, three of the normal
+constexpr int kBins = 8;
+constexpr double kFlat = 1e-6;     ///< the least part of all spreads that one counts as
+constexpr int kSample = 512;       ///< larger nodes are judged by about so many of their items
+constexpr int kDeepestChoice = 48; ///< below it nodes are halved, so that the depth is bounded
+
+using Items = std::span<BoxItem>;
+
+double Coordinate(const BoxItem& item, int dimension)
+{
+    if (dimension >= 3) return item.normal[dimension - 3];
+    return double(item.corner[0][dimension]) + item.corner[1][dimension] +
+           item.corner[2][dimension];
+}
+
+/// Sums over the corners of some items, seen from a point among them.
+struct Moments {
+    double count = 0;
+    std::array<double, 3> sum{};
+    std::array<double, 6> product{}; ///< xx, yy, zz, xy, yz, zx
+
+    void Add(const BoxItem& item, const float* origin)
+    {
+        for (const auto& corner : item.corner) {
+            const double x = double(corner[0]) - origin[0], y = double(corner[1]) - origin[1],
+                         z = double(corner[2]) - origin[2];
+            sum[0] += x, sum[1] += y, sum[2] += z;
+            product[0] += x * x, product[1] += y * y, product[2] += z * z;
+            product[3] += x * y, product[4] += y * z, product[5] += z * x;
+        }
+        count += 1;
+    }
+    void Merge(const Moments& other)
+    {
+        count += other.count;
+        for (std::size_t i = 0; i < 3; ++i) sum[i] += other.sum[i];
+        for (std::size_t i = 0; i < 6; ++i) product[i] += other.product[i];
+    }
+};
+
+/// The product of the spreads along the principal axes, where none counts as less than a small part
+/// of all.
+double RoomOf(const Moments& m)
+{
+    const double scale = 1 / (3 * m.count);
+    const double x = m.sum[0] * scale, y = m.sum[1] * scale, z = m.sum[2] * scale;
+    double xx = m.product[0] * scale - x * x, yy = m.product[1] * scale - y * y,
+           zz = m.product[2] * scale - z * z;
+    const double xy = m.product[3] * scale - x * y, yz = m.product[4] * scale - y * z,
+                 zx = m.product[5] * scale - z * x;
+    const double least = kFlat * (xx + yy + zz);
+    xx += least, yy += least, zz += least;
+    const double square =
+        xx * (yy * zz - yz * yz) - xy * (xy * zz - yz * zx) + zx * (xy * yz - yy * zx);
+    return std::sqrt(std::max(square, 0.0) * (xx + yy + zz));
+}
+
+double CostOf(const Moments& m) { return std::sqrt(m.count) * RoomOf(m); }
+
+struct Cut {
+    int dimension = -1;
+    double at = 0; ///< items below it go left
+    double cost = HUGE_VAL;
+};
+
+struct Scale {
+    double low, factor;
+    int BinOf(double value) const { return std::clamp(int((value - low) * factor), 0, kBins - 1); }
+};
+
+void TryCuts(Items items, std::size_t step, int dimension, double low, double high, Cut& best)
+{
+    if (!(high > low)) return;
+    const Scale scale{low, kBins / (high - low)};
+    std::array<Moments, kBins> bin{}, below{};
+    for (std::size_t i = 0; i < items.size(); i += step)
+        bin[static_cast<std::size_t>(scale.BinOf(Coordinate(items[i], dimension)))].Add(
+            items[i], items[0].corner[0]);
+    for (std::size_t b = 1; b < kBins; ++b) {
+        below[b] = below[b - 1];
+        below[b].Merge(bin[b - 1]);
+    }
+    Moments above;
+    for (std::size_t b = kBins - 1; b > 0; --b) {
+        above.Merge(bin[b]);
+        if (bin[b].count == 0 && b + 1 < kBins) continue;
+        if (above.count == 0 || below[b].count == 0) continue;
+        const double cost = CostOf(above) + CostOf(below[b]);
+        if (cost < best.cost) best = {dimension, low + double(b) / scale.factor, cost};
+    }
+}
+
+Cut ChooseCut(Items items)
+{
+    Cut best;
+    const std::size_t step = 1 + items.size() / kSample;
+    for (int dimension = 0; dimension < kDimensions; ++dimension) {
+        double low = HUGE_VAL, high = -HUGE_VAL;
+        for (std::size_t i = 0; i < items.size(); i += step) {
+            const double value = Coordinate(items[i], dimension);
+            low = std::min(low, value);
+            high = std::max(high, value);
+        }
+        TryCuts(items, step, dimension, low, high, best);
+    }
+    return best;
+}
+
+/// Halves items along the coordinate in which they spread most.
+std::size_t Halve(Items items)
 {
     float bounds[6], spread[3];
     ClearBbox(bounds);
-    for (const BoxItem* item = first; item != last; ++item) ExtendBbox(bounds, item->centre);
+    for (const BoxItem& item : items) ExtendBbox(bounds, item.corner[0]);
     for (int axis = 0; axis < 3; ++axis) spread[axis] = float(Extent(bounds, axis));
-    return LargestAxis(spread);
+    const int axis = LargestAxis(spread);
+    const std::size_t middle = items.size() / 2;
+    std::nth_element(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(middle),
+                     items.end(), [axis](const BoxItem& a, const BoxItem& b) {
+                         return Coordinate(a, axis) < Coordinate(b, axis);
+                     });
+    return middle;
 }
 
-/// Halves the items of a range at the median, again and again.
-void Halve(Scratch<BoxItem>& items, int count, const BoxRange& range)
+/// Puts the items of the left child first. @return their number, neither none nor all
+std::size_t Divide(Items items, int depth)
 {
-    if (range.IsLeaf()) return;
-    BoxItem* const first = &items[static_cast<std::size_t>(range.first * kItemsPerLeaf)];
-    BoxItem* const last = &items[0] + std::min(range.last * kItemsPerLeaf, count);
-    BoxItem* const middle = &items[static_cast<std::size_t>(range.Middle() * kItemsPerLeaf)];
-    const int axis = WidestAxis(first, last);
-    std::nth_element(first, middle, last, [axis](const BoxItem& a, const BoxItem& b) {
-        return a.centre[axis] < b.centre[axis];
+    if (depth > kDeepestChoice) return Halve(items);
+    const Cut cut = ChooseCut(items);
+    if (cut.dimension < 0) return Halve(items);
+    const auto right = std::partition(items.begin(), items.end(), [&](const BoxItem& item) {
+        return Coordinate(item, cut.dimension) < cut.at;
     });
-    Halve(items, count, range.Left());
-    Halve(items, count, range.Right());
+    const auto left = static_cast<std::size_t>(right - items.begin());
+    return left == 0 || left == items.size() ? Halve(items) : left;
+}
+
+void Build(BoxTree& tree, Items items, int first, int depth)
+{
+    const auto at = tree.node.size();
+    const auto count = static_cast<int>(items.size());
+    tree.node.push_back({first, first + count, 0});
+    if (count <= kItemsPerLeaf) return;
+    const std::size_t left = Divide(items, depth);
+    Build(tree, items.first(left), first, depth + 1);
+    tree.node[at].right = static_cast<std::int32_t>(tree.node.size());
+    Build(tree, items.subspan(left), first + static_cast<int>(left), depth + 1);
 }
 
 } // namespace
@@ -39,10 +173,10 @@ BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count)
 {
     BoxTree tree;
     if (count == 0) return tree;
+    const auto size = static_cast<std::size_t>(count);
     tree.itemCount = count;
-    tree.leafCount = (count + kItemsPerLeaf - 1) / kItemsPerLeaf;
-    Halve(items, count, RootOf(tree));
-    tree.item = MakeScratch<std::int32_t>(static_cast<std::size_t>(count));
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) tree.item[i] = items[i].item;
+    Build(tree, Items(&items[0], size), 0, 0);
+    tree.item = MakeScratch<std::int32_t>(size);
+    for (std::size_t i = 0; i < size; ++i) tree.item[i] = items[i].item;
     return tree;
 }

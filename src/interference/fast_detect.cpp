@@ -24,7 +24,7 @@ struct MoverLeaf {
 };
 
 struct NodePair {
-    BoxRange target, mover;
+    int target, mover;
 };
 
 /// Pairs whose turn comes when no likelier one has given a hit.
@@ -52,14 +52,11 @@ struct Query {
     Pass pass = Pass::kEnd;
     bool onEdges = true; ///< leave pairs for later that can hit beside edges only
 
-    const TargetNode& TargetAt(const BoxRange& range) const
+    const TargetNode& TargetAt(int n) const
     {
-        return targets.targetNode[static_cast<std::size_t>(range.node)];
+        return targets.targetNode[static_cast<std::size_t>(n)];
     }
-    const MoverNode& MoverAt(const BoxRange& range) const
-    {
-        return movers.moverNode[static_cast<std::size_t>(range.node)];
-    }
+    const MoverNode& MoverAt(int n) const { return movers.moverNode[static_cast<std::size_t>(n)]; }
 };
 
 /// The walk over the chain of one leaf, as it stands.
@@ -84,12 +81,12 @@ bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target)
     return crossing == Crossing::kHit || WalkLeaf(edge, target.leaf);
 }
 
-void PlaceMovers(Query& query, const BoxRange& range)
+void PlaceMovers(Query& query, int n)
 {
     MoverLeaf& moved = query.moved;
-    if (moved.leaf == range.first) return;
-    moved.leaf = range.first;
-    const ItemRange items = ItemsOf(query.movers.moverTree, range);
+    if (moved.leaf == n) return;
+    moved.leaf = n;
+    const BoxNode& items = query.movers.moverTree.At(n);
     moved.count = items.last - items.first;
     const float* box = query.a.octree->root->bbox;
     for (int i = 0; i < moved.count; ++i) {
@@ -104,7 +101,7 @@ void PlaceMovers(Query& query, const BoxRange& range)
 /// Whether an edge of a leaf ends where it must, to hit beside itself.
 bool EndsInPlane(Query& query, const TargetNode& target, const PlacedNode& mover)
 {
-    PlaceMovers(query, mover.range);
+    PlaceMovers(query, mover.node);
     const float *centre = target.box.centre, *normal = target.box.axis[0];
     const double most = HeightOfEnds(query.motion, mover, target);
     for (int i = 0; i < query.moved.count; ++i)
@@ -118,10 +115,10 @@ bool EndsInPlane(Query& query, const TargetNode& target, const PlacedNode& mover
     return false;
 }
 
-bool LeavesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
+bool LeavesHit(Query& query, int target, const PlacedNode& mover)
 {
-    PlaceMovers(query, mover.range);
-    const ItemRange items = ItemsOf(query.targets.targetTree, target);
+    PlaceMovers(query, mover.node);
+    const BoxNode& items = query.targets.targetTree.At(target);
     for (int i = 0; i < query.moved.count; ++i) {
         const MovedPieces& pieces = query.moved.pieces[i];
         for (int e = 0; e < pieces.count; ++e)
@@ -133,11 +130,9 @@ bool LeavesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
     return false;
 }
 
-double Size(const OrientedBox& box) { return std::max({box.half[0], box.half[1], box.half[2]}); }
-
 /// Whether a node can hold what a pass is about, by how its normals and those of its neighbours lie
 /// to the motion.
-bool MayTakePart(const Query& query, const BoxRange& mover)
+bool MayTakePart(const Query& query, int mover)
 {
     if (!query.b.isSwept) return true;
     constexpr double kTrailing = -1e-5, kSlack = 1e-9; // of SweepOrientOf, and of the sums here
@@ -159,32 +154,36 @@ bool MayTakePart(const Query& query, const BoxRange& mover)
     }
 }
 
-bool MoversHit(Query& query, const BoxRange& target, const BoxRange& range);
+bool MoversHit(Query& query, int target, int n);
 
 /// Walks both trees together, always down the larger box. Each call goes down one level of one
 /// tree, so the depth is that of both, sixty at the most.
-bool RangesHit(Query& query, const BoxRange& target, const PlacedNode& mover)
+bool RangesHit(Query& query, int target, const PlacedNode& mover)
 {
     const TargetNode& node = query.TargetAt(target);
+    const BoxTree &targets = query.targets.targetTree, &movers = query.movers.moverTree;
     const Chance chance = ChanceOf(query.motion, mover, node);
     if (chance == Chance::kNone) return false;
-    if (query.onEdges && chance == Chance::kBeside && query.later.Add({target, mover.range}))
+    if (query.onEdges && chance == Chance::kBeside && query.later.Add({target, mover.node}))
         return false;
-    if (chance == Chance::kBeside && mover.range.IsLeaf() && !EndsInPlane(query, node, mover))
+    if (chance == Chance::kBeside && movers.IsLeaf(mover.node) && !EndsInPlane(query, node, mover))
         return false;
-    if (target.IsLeaf() && mover.range.IsLeaf()) return LeavesHit(query, target, mover);
-    if (mover.range.IsLeaf() || (!target.IsLeaf() && Size(node.box) > mover.size))
-        return RangesHit(query, target.Left(), mover) || RangesHit(query, target.Right(), mover);
-    return MoversHit(query, target, mover.range.Left()) ||
-           MoversHit(query, target, mover.range.Right());
+    if (targets.IsLeaf(target) && movers.IsLeaf(mover.node)) return LeavesHit(query, target, mover);
+    constexpr double kThin = 0.01;
+    const bool thin = chance == Chance::kBeside && node.box.half[0] + mover.longest * node.turnAtAll < kThin;
+    if (movers.IsLeaf(mover.node) ||
+        (!thin && !targets.IsLeaf(target) && node.box.halfArea > mover.halfArea))
+        return RangesHit(query, targets.Left(target), mover) || RangesHit(query, targets.Right(target), mover);
+    return MoversHit(query, target, movers.Left(mover.node)) ||
+           MoversHit(query, target, movers.Right(mover.node));
 }
 
-bool MoversHit(Query& query, const BoxRange& target, const BoxRange& range)
+bool MoversHit(Query& query, int target, int n)
 {
-    if (!MayTakePart(query, range)) return false;
+    if (!MayTakePart(query, n)) return false;
     PlacedNode mover;
-    mover.range = range;
-    PlaceNode(query.motion, query.MoverAt(range), mover);
+    mover.node = n;
+    PlaceNode(query.motion, query.MoverAt(n), mover);
     // No edge is tested whose box does not meet that of the octree.
     return MeetsBox(query.motion, mover, query.a.octree->root->bbox) &&
            RangesHit(query, target, mover);
@@ -197,7 +196,7 @@ bool PassHits(Query& query, Pass pass)
     query.onEdges = true;
     query.later.count = 0;
     SetPass(query.motion, pass);
-    if (MoversHit(query, RootOf(query.targets.targetTree), RootOf(query.movers.moverTree)))
+    if (MoversHit(query, 0, 0))
         return true;
     query.onEdges = false;
     for (int i = 0; i < query.later.count; ++i) {

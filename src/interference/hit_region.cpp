@@ -24,7 +24,7 @@ namespace
 constexpr double kThickness = 4e-4; ///< more than three contact tolerances
 constexpr double kTwoContacts = 2e-4;
 constexpr double kRounding = 1e-6;  ///< of floats, some times over, relative
-constexpr double kLeastSine = 1e-3; ///< of the angle between two sides
+constexpr double kLeastSine = 1e-5; ///< of the angle between two sides
 constexpr double kMostGrowth = 1e3; ///< of the larger triangle over the sides
 
 using Vector = std::array<double, 3>;

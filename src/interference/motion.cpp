@@ -8,8 +8,10 @@
 namespace
 {
 
-constexpr double kSphereReach = 0.0566; ///< most of min(u / 2, 0.0064 / u)
 constexpr double kSideReach = 0.0127;
+constexpr double kSphereProduct = 0.0064;
+constexpr double kMostSphere = 0.114;   ///< where min(u / 2, kSphereProduct / u) is greatest
+constexpr double kSphereReach = 0.0566; ///< which is this
 constexpr double kRounding = 1e-6; ///< of floats, some times over, relative
 constexpr double kRigid = 1e-4;    ///< the bend of a motion that only turns and shifts
 
@@ -65,8 +67,7 @@ double FarthestAlong(const OrientedBox& box, int c)
 /// of an edge beside a side, or the end of a side inside the sphere over an edge.
 double OverSide(const PlacedNode& mover, const TargetNode& target)
 {
-    return std::max({std::min(mover.besideSides, 0.5 * double(target.longest)),
-                     std::min(kSphereReach, 0.5 * mover.longest),
+    return std::max({std::min(mover.besideSides, 0.5 * double(target.longest)), mover.besideEdges,
                      target.holdsCells ? mover.longest : 0});
 }
 
@@ -75,6 +76,50 @@ double RoundingBetween(const Motion& motion, const PlacedNode& mover, const Orie
     return motion.room + kRounding * (std::fabs(mover.centre[0] - box.centre[0]) +
                                       std::fabs(mover.centre[1] - box.centre[1]) +
                                       std::fabs(mover.centre[2] - box.centre[2]));
+}
+
+/// How far an edge of a node goes along each axis of a target's box.
+struct Way {
+    double along[3];
+};
+
+/// How far it can go along the first axis if it lies in the plane of a target.
+double Turned(const PlacedNode& mover, const TargetNode& target, const Way& way)
+{
+    return std::min(mover.longest * target.turnAtAll, way.along[0] * target.turn[0] +
+                                                          way.along[1] * target.turn[1] +
+                                                          way.along[2] * target.turn[2]);
+}
+
+/// As HeightOfEnds.
+double HeightOfEnds(const Motion& motion, const PlacedNode& mover, const TargetNode& target,
+                    const Way& way, double overSide)
+{
+    return target.box.half[0] +
+           std::max(Turned(mover, target, way), overSide * target.turnAtAll) +
+           RoundingBetween(motion, mover, target.box);
+}
+
+
+/// Whether a corner can lie so near the planes of some targets as a hit beside an edge asks for.
+/// @param apart  from the target's centre to the mover's
+/// @param along  the axes of the mover, along the target's first
+/// @param most   of HeightOfEnds
+bool MayEndInPlane(const Motion& motion, const PlacedNode& mover, const TargetNode& target,
+                   const double* apart, const double* along, double most)
+{
+    const float* normal = target.box.axis[0];
+    const double centre = Dot(apart, normal);
+    const int longest = mover.longestAxis;
+    double across = most + Sway(motion, normal);
+    for (int i = 0; i < 3; ++i)
+        if (i != longest) across += mover.half[i] * std::fabs(along[i]);
+    const auto meets = [&](double from, double to) {
+        const double a = centre + from * along[longest], b = centre + to * along[longest];
+        return from <= to && std::min(a, b) <= across && std::max(a, b) >= -across;
+    };
+    const double half = mover.half[longest];
+    return meets(-half, std::min(mover.bare[0], half)) || meets(std::max(mover.bare[1], -half), half);
 }
 
 } // namespace
@@ -113,7 +158,9 @@ void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed)
         placed.half[r] = box.half[r];
         placed.edge[r] = node.extent[r];
     }
-    placed.size = std::max({placed.half[0], placed.half[1], placed.half[2]});
+    placed.halfArea = box.halfArea;
+    placed.longestAxis = node.longestAxis;
+    std::copy_n(node.bare, 2, placed.bare);
     for (int i = 0; i < 3; ++i) {
         const double sway = Sway(motion, placed.axis[i]);
         double all = 0, edge = 0;
@@ -137,8 +184,11 @@ void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed)
     // 0.0064 / u and u / 2. A diagonal of a wall can be as short as it likes, and an edge that
     // is short against the floats around it can come out without length.
     const double shortest = motion.leastScale * node.shortest - 2 * motion.room;
-    placed.besideSides =
-        motion.extraLength > 0 || !(shortest > 0) ? HUGE_VAL : kSideReach / shortest;
+    const bool known = motion.extraLength == 0 && shortest > 0;
+    placed.besideSides = known ? kSideReach / shortest : HUGE_VAL;
+    placed.besideEdges = std::min(0.5 * placed.longest, kSphereReach);
+    if (known && shortest > kMostSphere)
+        placed.besideEdges = std::min(placed.besideEdges, kSphereProduct / shortest);
 }
 
 bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box)
@@ -162,37 +212,49 @@ Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode&
     const double rounding = RoundingBetween(motion, mover, box);
     const double overSide = OverSide(mover, target);
     Chance chance = Chance::kOnEdge;
-    double along[3][3]; // cosines between the axes of the mover and the target
+    double cosine[3][3]; // between the axes of the target and the mover
+    double seen[3][3];   // without signs
+    Way way;
     for (int k = 0; k < 3; ++k) {
-        const float* axis = box.axis[k];
-        double seen[3];
-        for (int i = 0; i < 3; ++i) seen[i] = along[i][k] = std::fabs(Dot(mover.axis[i], axis));
-        const double sway = Sway(motion, axis);
-        const double gap =
-            std::fabs(Dot(apart, axis)) - box.half[k] - Dot(mover.half, seen) - sway - rounding;
+        for (int i = 0; i < 3; ++i) {
+            cosine[k][i] = Dot(mover.axis[i], box.axis[k]);
+            seen[k][i] = std::fabs(cosine[k][i]);
+        }
+        way.along[k] = Dot(mover.edge, seen[k]) + 2 * Sway(motion, box.axis[k]);
+    }
+    for (int k = 0; k < 3; ++k) {
+        const double gap = std::fabs(Dot(apart, box.axis[k])) - box.half[k] -
+                           Dot(mover.half, seen[k]) - Sway(motion, box.axis[k]) - rounding;
         if (gap <= 0) continue;
-        const double edge = Dot(mover.edge, seen) + 2 * sway;
         // Where the hit is off the edge, an end of it lies in the target's plane, as the hit does.
         const double beside =
-            k ? edge + overSide
-              : std::max(std::min(edge, mover.longest * target.turn), overSide * target.turn);
+            k ? way.along[k] + overSide
+              : std::max(std::min(way.along[0], Turned(mover, target, way)), overSide * target.turnAtAll);
         if (gap > beside) return Chance::kNone;
         chance = Chance::kBeside;
     }
     for (int i = 0; i < 3; ++i) {
-        const double gap = std::fabs(Dot(apart, mover.axis[i])) - Dot(box.half, along[i]) -
-                           mover.extent[i] - motion.scale * rounding;
+        const double gap = std::fabs(Dot(apart, mover.axis[i])) - box.half[0] * seen[0][i] -
+                           box.half[1] * seen[1][i] - box.half[2] * seen[2][i] - mover.extent[i] -
+                           motion.scale * rounding;
         if (gap <= 0) continue;
         const double besideSide =
-            overSide * (along[i][1] + along[i][2] + motion.scale * target.turn);
+            overSide * (seen[1][i] + seen[2][i] + motion.scale * target.turnAtAll);
         if (gap > mover.beyond[i] + besideSide) return Chance::kNone;
         chance = Chance::kBeside;
     }
-    return chance;
+    if (chance != Chance::kBeside) return chance;
+    const double most = HeightOfEnds(motion, mover, target, way, overSide);
+    return MayEndInPlane(motion, mover, target, apart, cosine[0], most) ? chance : Chance::kNone;
 }
 
 double HeightOfEnds(const Motion& motion, const PlacedNode& mover, const TargetNode& target)
 {
-    return target.box.half[0] + std::max(mover.longest, OverSide(mover, target)) * target.turn +
-           RoundingBetween(motion, mover, target.box);
+    Way way;
+    for (int k = 0; k < 3; ++k) {
+        way.along[k] = 2 * Sway(motion, target.box.axis[k]);
+        for (int i = 0; i < 3; ++i)
+            way.along[k] += mover.edge[i] * std::fabs(Dot(mover.axis[i], target.box.axis[k]));
+    }
+    return HeightOfEnds(motion, mover, target, way, OverSide(mover, target));
 }

@@ -28,22 +28,26 @@ struct Motion {
 /// A node of movers where a pass has it: the box of all ends of edges, which any affine motion
 /// makes a parallelepiped, and which lies by up to half the way beside.
 struct PlacedNode {
-    BoxRange range;
+    int node;
     double centre[3];
     double axis[3][3];       ///< where the motion takes those of the box
     double half[3], edge[3]; ///< half extents, and the greatest extent of an edge, in axes
     double extent[3];        ///< of all edges along `axis`, each in units of its length
     double beyond[3];        ///< what hits beyond their ends add to it
-    double size;             ///< greatest half extent
+    double halfArea;         ///< of the box at rest
     double longest;          ///< edge
-    double besideSides; ///< how far beside a side an end of an edge can lie that is parallel to it
+    int longestAxis;
+    double bare[2];     ///< of the node, along its longest axis
+    // How far off each other parallel segments can lie: an end of an edge beside a side, and an end
+    // of a side beside an edge.
+    double besideSides, besideEdges;
 };
 
 /// @param rest  box of all movers at rest
 Motion ReadMotion(const SOLIDC& b, const OrientedBox& rest);
 void SetPass(Motion& motion, Pass pass);
 
-/// Fills in all but the range.
+/// Fills in all but the number.
 void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed);
 
 /// Whether a placed node can meet a box along the coordinate axes.

@@ -1,5 +1,6 @@
 // The tree over a solid's triangles as movers.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <span>
 
@@ -76,25 +77,68 @@ void AddNormalsAround(const SOLIDC& solid, const Mover& mover, NormalBounds& bou
     }
 }
 
-void ReadLeaf(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& items, MoverNode& node,
-              float* box)
+/// Finds the widest stretch without a corner by the borders of bins: long triangles in rows leave
+/// most of a node bare.
+void MeasureBare(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
+                 MoverNode& node)
+{
+    constexpr int kBins = 32;
+    struct Bin {
+        double low = HUGE_VAL, high = -HUGE_VAL;
+    };
+    std::array<Bin, kBins> bins;
+    const float *axis = node.box.axis[node.longestAxis], *centre = node.box.centre;
+    const double half = node.box.half[node.longestAxis], scale = kBins / (2 * half);
+    for (int i = items.first; i < items.last; ++i)
+        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
+                    [&](std::span<const float[3]> points) {
+                        for (const auto& point : points) {
+                            const double height = dot(axis, point) - dot(axis, centre);
+                            Bin& bin = bins[static_cast<std::size_t>(
+                                ClampToInt((height + half) * scale, 0, kBins - 1))];
+                            bin.low = std::min(bin.low, height);
+                            bin.high = std::max(bin.high, height);
+                        }
+                    });
+    double last = -half;
+    for (const Bin& bin : bins) {
+        if (!(bin.low <= bin.high)) continue;
+        // The axes are not at right angles to the last bit.
+        const double room = 1e-6 * (node.longest + half);
+        if (bin.low - last > node.bare[1] - node.bare[0] + 2 * room) {
+            node.bare[0] = RoundUp(last + room);
+            node.bare[1] = RoundDown(bin.low - room);
+        }
+        last = bin.high;
+    }
+}
+
+/// What is merged on the way up, for each node.
+struct Merged {
+    float box[6];
+    NormalBounds normals; ///< of the movers alone, which tell how a box should lie
+};
+
+void ReadLeaf(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items, MoverNode& node,
+              Merged& merged)
 {
     for (int i = items.first; i < items.last; ++i) {
         const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
         VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
             for (std::size_t p = 0; p < points.size(); ++p) {
-                ExtendBbox(box, points[p]);
+                ExtendBbox(merged.box, points[p]);
                 const SideLength length = LengthOf(points[p], points[(p + 1) % points.size()]);
                 node.longest = std::max(node.longest, length.most);
                 node.shortest = std::min(node.shortest, length.least);
             }
         });
+        AddNormals(merged.normals, mover.normal, mover.normal);
         AddNormalsAround(solid, mover, node.normals);
     }
 }
 
 /// The greatest extents of a mover along the axes of the box.
-void Measure(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& items, MoverNode& node)
+void Measure(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items, MoverNode& node)
 {
     for (int axis = 0; axis < 3; ++axis) {
         double extent = 0;
@@ -114,53 +158,56 @@ void Measure(const SOLIDC& solid, const QueryTrees& trees, const ItemRange& item
     }
 }
 
-struct Box {
-    float bounds[6];
-};
-
 struct MoverBuilder {
-    Scratch<Box> box;           ///< along the coordinate axes, by node
+    Scratch<Merged> merged;
     std::vector<Point3> points; ///< of one node
 };
 
-void ChooseBox(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, const BoxRange& range,
+void ChooseBox(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, int n,
                MoverNode& node)
 {
-    const ItemRange items = ItemsOf(trees.moverTree, range);
+    const BoxNode& items = trees.moverTree.At(n);
     build.points.clear();
-    if (!IsFitted(items)) AddCorners(trees.moverTree, trees.moverNode, range, build.points);
+    if (!IsFitted(items)) AddCorners(trees.moverTree, trees.moverNode, n, build.points);
     for (int i = items.first; IsFitted(items) && i < items.last; ++i)
         VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
                     [&](std::span<const float[3]> shape) {
                         for (const auto& p : shape) build.points.push_back({p[0], p[1], p[2]});
                     });
-    node.box = SmallerBox(build.box[static_cast<std::size_t>(range.node)].bounds, node.normals,
-                          build.points, 0);
+    const Merged& merged = build.merged[static_cast<std::size_t>(n)];
+    node.box = SmallerBox(merged.box, merged.normals, build.points, 0);
     std::fill_n(node.extent, 3, node.longest);
-    if (IsFitted(items)) Measure(solid, trees, items, node);
+    node.longestAxis = LargestAxis(node.box.half);
+    if (!IsFitted(items)) return;
+    Measure(solid, trees, items, node);
+    MeasureBare(solid, trees, items, node);
 }
 
-void FillNode(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, const BoxRange& range)
+void FillNode(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, int n)
 {
-    const auto at = static_cast<std::size_t>(range.node);
+    const auto at = static_cast<std::size_t>(n);
+    const BoxTree& tree = trees.moverTree;
     MoverNode& node = trees.moverNode[at];
-    float* box = build.box[at].bounds;
-    ClearBbox(box);
+    Merged& merged = build.merged[at];
+    ClearBbox(merged.box);
+    ClearNormals(merged.normals);
     ClearNormals(node.normals);
     node.shortest = kEmptyExtreme;
-    if (range.IsLeaf()) {
-        ReadLeaf(solid, trees, ItemsOf(trees.moverTree, range), node, box);
+    if (tree.IsLeaf(n)) {
+        ReadLeaf(solid, trees, tree.At(n), node, merged);
     } else {
-        for (const BoxRange& child : {range.Left(), range.Right()}) {
-            const auto below = static_cast<std::size_t>(child.node);
+        for (const int child : {tree.Left(n), tree.Right(n)}) {
+            const auto below = static_cast<std::size_t>(child);
             const MoverNode& half = trees.moverNode[below];
             node.longest = std::max(node.longest, half.longest);
             node.shortest = std::min(node.shortest, half.shortest);
-            MergeBbox(box, build.box[below].bounds);
+            MergeBbox(merged.box, build.merged[below].box);
+            AddNormals(merged.normals, build.merged[below].normals.low,
+                       build.merged[below].normals.high);
             AddNormals(node.normals, half.normals.low, half.normals.high);
         }
     }
-    ChooseBox(solid, trees, build, range, node);
+    ChooseBox(solid, trees, build, n, node);
 }
 
 void BuildMovers(SOLIDC& solid, QueryTrees& trees)
@@ -170,15 +217,16 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
     auto movers = MakeScratch<Mover>(count);
     for (std::size_t t = 0; t < count; ++t) {
         if (!MakeMover(solid, static_cast<int>(t), movers[t])) return;
-        items[t] = MakeItem(movers[t].corner, static_cast<int>(t));
+        items[t] = MakeItem(movers[t].corner, movers[t].normal, static_cast<int>(t));
     }
     trees.moverTree = BuildBoxTree(items, solid.triangleCount);
     trees.mover = InOrderOf(trees.moverTree, movers);
     if (count) {
-        trees.moverNode = MakeScratch<MoverNode>(NodeCount(trees.moverTree));
-        MoverBuilder build{MakeScratch<Box>(NodeCount(trees.moverTree)), {}};
-        VisitNodes(RootOf(trees.moverTree),
-                   [&](const BoxRange& range) { FillNode(solid, trees, build, range); });
+        trees.moverNode = MakeScratch<MoverNode>(trees.moverTree.node.size());
+        MoverBuilder build{MakeScratch<Merged>(trees.moverTree.node.size()), {}};
+        // Children lie behind their node.
+        for (int n = static_cast<int>(trees.moverTree.node.size()) - 1; n >= 0; --n)
+            FillNode(solid, trees, build, n);
     }
     trees.moversUsable = true;
 }

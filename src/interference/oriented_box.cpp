@@ -74,6 +74,11 @@ void ChooseOthers(const Point3& normal, std::span<const Point3> points, const Po
     for (std::size_t i = 0; i < 3; ++i) u[i] = c * p[i] + s * q[i], v[i] = c * q[i] - s * p[i];
 }
 
+float HalfAreaOf(const OrientedBox& box)
+{
+    return box.half[0] * box.half[1] + box.half[1] * box.half[2] + box.half[2] * box.half[0];
+}
+
 } // namespace
 
 float RoundDown(double value)
@@ -140,6 +145,7 @@ OrientedBox FitBox(const NormalBounds& normals, std::span<const Point3> points, 
         room += kRounding * (high[i] - low[i]) + 0.1 * kRounding * std::fabs(centre);
     }
     for (std::size_t i = 0; i < 3; ++i) box.half[i] = RoundUp(0.5 * (high[i] - low[i]) + room);
+    box.halfArea = HalfAreaOf(box);
     return box;
 }
 
@@ -157,13 +163,8 @@ OrientedBox AlignedBox(const NormalBounds& normals, const float* box)
         aligned.half[i] =
             RoundUp(std::max(high - aligned.centre[axis], aligned.centre[axis] - low));
     }
+    aligned.halfArea = HalfAreaOf(aligned);
     return aligned;
-}
-
-double HalfArea(const OrientedBox& box)
-{
-    return double(box.half[0]) * box.half[1] + double(box.half[1]) * box.half[2] +
-           double(box.half[2]) * box.half[0];
 }
 
 std::array<Point3, 8> CornersOf(const OrientedBox& box)

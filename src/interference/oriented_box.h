@@ -10,6 +10,7 @@ struct OrientedBox {
     float axis[3][3]; ///< of length 1 and at right angles, but for their rounding; the normal first
     float centre[3];
     float half[3]; ///< extents along the axes, to either side
+    float halfArea;
 };
 
 /// The float next to a number on the side that is asked for, or the number itself.
@@ -36,8 +37,6 @@ OrientedBox FitBox(const NormalBounds& normals, std::span<const Point3> points, 
 
 /// A box of six floats, with the axis first that is nearest to the middle of the normals.
 OrientedBox AlignedBox(const NormalBounds& normals, const float* box);
-
-double HalfArea(const OrientedBox& box);
 
 std::array<Point3, 8> CornersOf(const OrientedBox& box);
 

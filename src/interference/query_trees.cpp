@@ -29,7 +29,7 @@ OrientedBox SmallerBox(const float* box, const NormalBounds& normals,
                        const std::vector<Point3>& points, double pad)
 {
     const OrientedBox aligned = AlignedBox(normals, box), fitted = FitBox(normals, points, pad);
-    return HalfArea(fitted) < HalfArea(aligned) ? fitted : aligned;
+    return fitted.halfArea < aligned.halfArea ? fitted : aligned;
 }
 
 SideLength LengthOf(const float* a, const float* b)
@@ -38,12 +38,11 @@ SideLength LengthOf(const float* a, const float* b)
     return {RoundDown(length * 0.999999), RoundUp(length * 1.000001)};
 }
 
-BoxItem MakeItem(const float (*corner)[3], int item)
+BoxItem MakeItem(const float (*corner)[3], const float* normal, int item)
 {
-    BoxItem made{{}, item};
-    float box[6];
-    TriangleBbox(corner, box);
-    for (int axis = 0; axis < 3; ++axis)
-        made.centre[axis] = float(0.5 * (double(box[axis]) + box[axis + 3]));
+    BoxItem made;
+    std::copy_n(corner[0], 9, made.corner[0]);
+    std::copy_n(normal, 3, made.normal);
+    made.item = item;
     return made;
 }

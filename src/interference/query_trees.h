@@ -21,9 +21,10 @@ struct Target {
 struct TargetNode {
     OrientedBox box;
     float longest; ///< side
-    /// The greatest sine of the angle between the first axis and the normal of a target. So a point
-    /// that goes a way in the plane of a target goes this part of it along the first axis.
-    float turn;
+    /// The most by which the normal of a target differs from the first axis, along each axis and at
+    /// all. So a point that goes a way in the plane of a target goes these parts of it, of what it
+    /// goes along each axis, along the first.
+    float turn[3], turnAtAll;
     /// Whether a target has no plane, or none that says where it can be hit. It counts with its
     /// leaf's cell, which the box of an edge that hits meets; the edge itself need not.
     bool holdsCells;
@@ -46,6 +47,9 @@ struct Mover {
 struct MoverNode {
     OrientedBox box;
     float extent[3];         ///< the greatest of a mover along the axes of the box
+    float bare[2];           ///< along the longest axis of the box, seen from its centre: the widest
+                             ///< stretch without a corner, from and to
+    std::int32_t longestAxis;
     float longest, shortest; ///< sides
     NormalBounds normals;    ///< of the movers and their neighbours
 };
@@ -89,20 +93,19 @@ SideLength LengthOf(const float* a, const float* b);
 /// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
 constexpr int kMostFitted = 512;
 
-inline bool IsFitted(const ItemRange& items) { return items.last - items.first <= kMostFitted; }
+inline bool IsFitted(const BoxNode& node) { return node.last - node.first <= kMostFitted; }
 
 /// Adds the corners of the topmost fitted boxes below a node.
 template <class Node>
-void AddCorners(const BoxTree& tree, const Scratch<Node>& nodes, const BoxRange& range,
-                std::vector<Point3>& points)
+void AddCorners(const BoxTree& tree, const Scratch<Node>& nodes, int n, std::vector<Point3>& points)
 {
-    if (IsFitted(ItemsOf(tree, range))) {
-        const auto corners = CornersOf(nodes[static_cast<std::size_t>(range.node)].box);
+    if (IsFitted(tree.At(n))) {
+        const auto corners = CornersOf(nodes[static_cast<std::size_t>(n)].box);
         points.insert(points.end(), corners.begin(), corners.end());
         return;
     }
-    AddCorners(tree, nodes, range.Left(), points);
-    AddCorners(tree, nodes, range.Right(), points);
+    AddCorners(tree, nodes, tree.Left(n), points);
+    AddCorners(tree, nodes, tree.Right(n), points);
 }
 
 /// The smaller of a box along the coordinate axes and one fitted to points.
@@ -110,7 +113,7 @@ void AddCorners(const BoxTree& tree, const Scratch<Node>& nodes, const BoxRange&
 OrientedBox SmallerBox(const float* box, const NormalBounds& normals,
                        const std::vector<Point3>& points, double pad);
 
-/// The middle of a triangle's box, for the tree.
-BoxItem MakeItem(const float (*corner)[3], int item);
+/// A triangle for the tree.
+BoxItem MakeItem(const float (*corner)[3], const float* normal, int item);
 
 #endif

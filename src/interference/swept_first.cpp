@@ -18,13 +18,13 @@ struct SweptBox {
 /// The boxes of the swept triangles below each node.
 Scratch<SweptBox> MakeBoxes(const SOLIDC& solid, const BoxTree& tree)
 {
-    auto boxes = MakeScratch<SweptBox>(NodeCount(tree));
-    VisitNodes(RootOf(tree), [&](const BoxRange& range) {
-        float* box = boxes[static_cast<std::size_t>(range.node)].bounds;
+    auto boxes = MakeScratch<SweptBox>(tree.node.size());
+    // Children lie behind their node.
+    for (int n = static_cast<int>(tree.node.size()) - 1; n >= 0; --n) {
+        float* box = boxes[static_cast<std::size_t>(n)].bounds;
         ClearBbox(box);
-        if (range.IsLeaf()) {
-            const ItemRange items = ItemsOf(tree, range);
-            for (int i = items.first; i < items.last; ++i) {
+        if (tree.IsLeaf(n)) {
+            for (int i = tree.At(n).first; i < tree.At(n).last; ++i) {
                 const float* swept =
                     solid.triangles[tree.item[static_cast<std::size_t>(i)]].sweepBbox;
                 // One that is not a number meets nothing, and must not hide the others.
@@ -32,10 +32,10 @@ Scratch<SweptBox> MakeBoxes(const SOLIDC& solid, const BoxTree& tree)
                     MergeBbox(box, swept);
             }
         } else {
-            for (const BoxRange& child : {range.Left(), range.Right()})
-                MergeBbox(box, boxes[static_cast<std::size_t>(child.node)].bounds);
+            for (const int child : {tree.Left(n), tree.Right(n)})
+                MergeBbox(box, boxes[static_cast<std::size_t>(child)].bounds);
         }
-    });
+    }
     return boxes;
 }
 
@@ -45,17 +45,16 @@ struct Search {
     Scratch<SweptBox> boxes;
     std::vector<std::int32_t> found;
 
-    void Find(const float* box, const BoxRange& range)
+    void Find(const float* box, int n)
     {
-        if (!BboxesMeet(box, boxes[static_cast<std::size_t>(range.node)].bounds, solid.tolerance))
+        if (!BboxesMeet(box, boxes[static_cast<std::size_t>(n)].bounds, solid.tolerance))
             return;
-        if (!range.IsLeaf()) {
-            Find(box, range.Left());
-            Find(box, range.Right());
+        if (!tree.IsLeaf(n)) {
+            Find(box, tree.Left(n));
+            Find(box, tree.Right(n));
             return;
         }
-        const ItemRange items = ItemsOf(tree, range);
-        for (int i = items.first; i < items.last; ++i)
+        for (int i = tree.At(n).first; i < tree.At(n).last; ++i)
             found.push_back(tree.item[static_cast<std::size_t>(i)]);
     }
 };
@@ -94,7 +93,7 @@ int DetectSweptFirst(SOLIDC& a, SOLIDC& b, const QueryTrees& movers)
         float box[6];
         TriangleBbox(triangle.corners, box);
         search.found.clear();
-        search.Find(box, RootOf(movers.moverTree));
+        search.Find(box, 0);
         std::sort(search.found.begin(), search.found.end());
         if (WalkFound(search.found, b, triangle.corners, box)) return 1;
     }

@@ -32,8 +32,9 @@ void AddTarget(TargetBuilder& build, const Target& target)
     if (!target.triangle ||
         !CalcHitRegion(target.triangle->corners, target.plane, build.reach, region))
         SetToBox(region, target.leaf->bbox);
-    build.item[at] = MakeItem(
-        target.triangle ? target.triangle->corners : target.leaf->listHead->corners, build.count++);
+    build.item[at] =
+        MakeItem(target.triangle ? target.triangle->corners : target.leaf->listHead->corners,
+                 target.plane, build.count++);
 }
 
 void AddLeaf(TargetBuilder& build, OCTREENODE* leaf)
@@ -74,7 +75,7 @@ struct Merged {
     NormalBounds normals;
 };
 
-void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const ItemRange& items,
+void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const BoxNode& items,
               TargetNode& node, Merged& merged)
 {
     for (int i = items.first; i < items.last; ++i) {
@@ -90,13 +91,13 @@ void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const ItemRan
     }
 }
 
-OrientedBox ChooseBox(const QueryTrees& trees, TargetBuilder& build, const BoxRange& range,
+OrientedBox ChooseBox(const QueryTrees& trees, TargetBuilder& build, int n,
                       const Merged& merged)
 {
-    const ItemRange items = ItemsOf(trees.targetTree, range);
+    const BoxNode& items = trees.targetTree.At(n);
     double pad = 0;
     build.points.clear();
-    if (!IsFitted(items)) AddCorners(trees.targetTree, trees.targetNode, range, build.points);
+    if (!IsFitted(items)) AddCorners(trees.targetTree, trees.targetNode, n, build.points);
     for (int i = items.first; IsFitted(items) && i < items.last; ++i) {
         const HitRegion& region = build.region[static_cast<std::size_t>(i)];
         for (int c = 0; c < region.corners; ++c) build.points.push_back(CornerOf(region, c));
@@ -105,27 +106,61 @@ OrientedBox ChooseBox(const QueryTrees& trees, TargetBuilder& build, const BoxRa
     return SmallerBox(merged.box, merged.normals, build.points, pad);
 }
 
-void FillNode(QueryTrees& trees, TargetBuilder& build, Scratch<Merged>& merged,
-              const BoxRange& range)
+/// The most that bounds of normals, less the first axis, reach along another.
+double TurnAlong(const NormalBounds& normals, const float* first, const float* axis)
 {
-    const auto at = static_cast<std::size_t>(range.node);
+    double low = 0, high = 0;
+    for (int i = 0; i < 3; ++i) {
+        const double a = double(axis[i]) * (double(normals.low[i]) - first[i]),
+                     b = double(axis[i]) * (double(normals.high[i]) - first[i]);
+        low += std::min(a, b);
+        high += std::max(a, b);
+    }
+    return std::max(-low, high);
+}
+
+void ReadTurn(const QueryTrees& trees, const BoxNode& items, const NormalBounds& normals,
+              TargetNode& node)
+{
+    const auto widened = [&](double turn) {
+        return node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
+    };
+    const float* first = node.box.axis[0];
+    node.turnAtAll = widened(FarthestNormal(normals, first));
+    for (int k = 0; k < 3; ++k) {
+        double turn = 0;
+        if (!IsFitted(items) || node.holdsCells)
+            turn = TurnAlong(normals, first, node.box.axis[k]);
+        else
+            for (int i = items.first; i < items.last; ++i) {
+                const float* plane = trees.target[static_cast<std::size_t>(i)].plane;
+                turn = std::max(turn, std::fabs(dot(node.box.axis[k], plane) -
+                                                dot(node.box.axis[k], first)));
+            }
+        node.turn[k] = widened(turn);
+    }
+}
+
+void FillNode(QueryTrees& trees, TargetBuilder& build, Scratch<Merged>& merged, int n)
+{
+    const auto at = static_cast<std::size_t>(n);
+    const BoxTree& tree = trees.targetTree;
     TargetNode& node = trees.targetNode[at];
     ClearBbox(merged[at].box);
     ClearNormals(merged[at].normals);
-    if (range.IsLeaf()) {
-        ReadLeaf(trees, build, ItemsOf(trees.targetTree, range), node, merged[at]);
+    if (tree.IsLeaf(n)) {
+        ReadLeaf(trees, build, tree.At(n), node, merged[at]);
     } else {
-        for (const BoxRange& child : {range.Left(), range.Right()}) {
-            const auto below = static_cast<std::size_t>(child.node);
+        for (const int child : {tree.Left(n), tree.Right(n)}) {
+            const auto below = static_cast<std::size_t>(child);
             node.longest = std::max(node.longest, trees.targetNode[below].longest);
             if (trees.targetNode[below].holdsCells) node.holdsCells = true;
             MergeBbox(merged[at].box, merged[below].box);
             AddNormals(merged[at].normals, merged[below].normals.low, merged[below].normals.high);
         }
     }
-    node.box = ChooseBox(trees, build, range, merged[at]);
-    const double turn = FarthestNormal(merged[at].normals, node.box.axis[0]);
-    node.turn = node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
+    node.box = ChooseBox(trees, build, n, merged[at]);
+    ReadTurn(trees, tree.At(n), merged[at].normals, node);
 }
 
 void BuildTargets(SOLIDC& solid, QueryTrees& trees)
@@ -146,10 +181,11 @@ void BuildTargets(SOLIDC& solid, QueryTrees& trees)
     if (build.count) {
         trees.target = InOrderOf(trees.targetTree, build.target);
         build.region = InOrderOf(trees.targetTree, build.region);
-        trees.targetNode = MakeScratch<TargetNode>(NodeCount(trees.targetTree));
-        auto merged = MakeScratch<Merged>(NodeCount(trees.targetTree));
-        VisitNodes(RootOf(trees.targetTree),
-                   [&](const BoxRange& range) { FillNode(trees, build, merged, range); });
+        trees.targetNode = MakeScratch<TargetNode>(trees.targetTree.node.size());
+        auto merged = MakeScratch<Merged>(trees.targetTree.node.size());
+        // Children lie behind their node.
+        for (int n = static_cast<int>(trees.targetTree.node.size()) - 1; n >= 0; --n)
+            FillNode(trees, build, merged, n);
     }
     trees.targetsUsable = true;
 }
