@@ -157,14 +157,39 @@ std::size_t Divide(Items items, int depth)
 
 void Build(BoxTree& tree, Items items, int first, int depth)
 {
-    const auto at = tree.node.size();
+    const auto at = static_cast<std::size_t>(tree.nodeCount++);
     const auto count = static_cast<int>(items.size());
-    tree.node.push_back({first, first + count, 0});
+    tree.node[at] = {first, first + count, 0};
     if (count <= kItemsPerLeaf) return;
     const std::size_t left = Divide(items, depth);
     Build(tree, items.first(left), first, depth + 1);
-    tree.node[at].right = static_cast<std::int32_t>(tree.node.size());
+    tree.node[at].right = tree.nodeCount;
     Build(tree, items.subspan(left), first + static_cast<int>(left), depth + 1);
+}
+
+/// @return the number of the quad of a node's grandchildren
+int BuildQuads(BoxTree& tree, int n);
+
+void AddToQuad(BoxTree& tree, int q, int n)
+{
+    const int below = tree.IsLeaf(n) ? 0 : BuildQuads(tree, n);
+    BoxQuad& quad = tree.quad[static_cast<std::size_t>(q)];
+    quad.node[quad.count] = n;
+    quad.below[quad.count++] = below;
+}
+
+int BuildQuads(BoxTree& tree, int n)
+{
+    const int q = tree.quadCount++;
+    for (const int child : {tree.Left(n), tree.Right(n)}) {
+        if (tree.IsLeaf(child)) {
+            AddToQuad(tree, q, child);
+        } else {
+            AddToQuad(tree, q, tree.Left(child));
+            AddToQuad(tree, q, tree.Right(child));
+        }
+    }
+    return q;
 }
 
 } // namespace
@@ -175,7 +200,11 @@ BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count)
     if (count == 0) return tree;
     const auto size = static_cast<std::size_t>(count);
     tree.itemCount = count;
+    tree.node = MakeScratch<BoxNode>(2 * size); // pages that are not touched cost nothing
     Build(tree, Items(&items[0], size), 0, 0);
+    tree.quad = MakeScratch<BoxQuad>(static_cast<std::size_t>(tree.nodeCount));
+    tree.quadCount = 1;
+    AddToQuad(tree, 0, 0);
     tree.item = MakeScratch<std::int32_t>(size);
     for (std::size_t i = 0; i < size; ++i) tree.item[i] = items[i].item;
     return tree;

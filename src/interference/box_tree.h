@@ -4,7 +4,6 @@
 #define SCAPI_INTERFERENCE_BOX_TREE_H
 
 #include <cstdint>
-#include <vector>
 
 #include "solid/memory.h"
 
@@ -24,12 +23,23 @@ struct BoxNode {
     std::int32_t right; ///< child, or 0 for a leaf
 };
 
+/// Up to four nodes, taken together: below the first one, which holds the root alone, the children
+/// of the children of a node, or a child itself that is a leaf. So a walk goes down two levels at
+/// once.
+struct BoxQuad {
+    std::int32_t count;
+    std::int32_t node[4];
+    std::int32_t below[4]; ///< the quad below each, or 0 for a leaf
+};
+
 struct BoxTree {
-    int itemCount = 0;
-    std::vector<BoxNode> node;
+    int itemCount = 0, nodeCount = 0, quadCount = 0;
+    Scratch<BoxNode> node;
+    Scratch<BoxQuad> quad;
     Scratch<std::int32_t> item; ///< the caller's numbers, those of a node side by side
 
     const BoxNode& At(int n) const { return node[static_cast<std::size_t>(n)]; }
+    const BoxQuad& Quad(int q) const { return quad[static_cast<std::size_t>(q)]; }
     bool IsLeaf(int n) const { return At(n).right == 0; }
     int Left(int n) const { return n + 1; }
     int Right(int n) const { return At(n).right; }
@@ -37,6 +47,15 @@ struct BoxTree {
 
 /// Builds a tree over items, whose order it changes. Its depth is below 100.
 BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count);
+
+/// Calls `set` with each quad, lane and node.
+template <class Set>
+void VisitLanes(const BoxTree& tree, Set set)
+{
+    for (int q = 0; q < tree.quadCount; ++q)
+        for (int lane = 0; lane < tree.Quad(q).count; ++lane)
+            set(static_cast<std::size_t>(q), lane, static_cast<std::size_t>(tree.Quad(q).node[lane]));
+}
 
 /// Moves an array into the order of the tree, so that what belongs to a node lies side by side.
 template <class Record>

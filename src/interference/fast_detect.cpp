@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -23,8 +24,13 @@ struct MoverLeaf {
     MovedPieces pieces[kItemsPerLeaf];
 };
 
+/// Two nodes, each by its quad and lane.
 struct NodePair {
     int target, mover;
+
+    static int Number(int quad, int lane) { return kLanes * quad + lane; }
+    static int QuadOf(int number) { return number / kLanes; }
+    static int LaneOf(int number) { return number % kLanes; }
 };
 
 /// Pairs whose turn comes when no likelier one has given a hit.
@@ -49,14 +55,7 @@ struct Query {
     MoverLeaf& moved;
     LaterPairs& later;
     Motion motion;
-    Pass pass = Pass::kEnd;
     bool onEdges = true; ///< leave pairs for later that can hit beside edges only
-
-    const TargetNode& TargetAt(int n) const
-    {
-        return targets.targetNode[static_cast<std::size_t>(n)];
-    }
-    const MoverNode& MoverAt(int n) const { return movers.moverNode[static_cast<std::size_t>(n)]; }
 };
 
 /// The walk over the chain of one leaf, as it stands.
@@ -91,33 +90,60 @@ void PlaceMovers(Query& query, int n)
     const float* box = query.a.octree->root->bbox;
     for (int i = 0; i < moved.count; ++i) {
         const Mover& mover = query.movers.mover[static_cast<std::size_t>(items.first + i)];
-        if (query.pass == Pass::kWalls)
+        if (query.motion.pass == Pass::kWalls)
             CollectWallEdges(query.b, mover, box, moved.pieces[i]);
         else
-            CollectOwnEdges(query.b, mover, query.pass == Pass::kStart, box, moved.pieces[i]);
+            CollectOwnEdges(query.b, mover, query.motion.pass == Pass::kStart, box, moved.pieces[i]);
     }
 }
 
-/// Whether an edge of a leaf ends where it must, to hit beside itself.
-bool EndsInPlane(Query& query, const TargetNode& target, const PlacedNode& mover)
+/// A node as it is asked about: its number, and where what is below it lies.
+struct Place {
+    int number;
+    int below; ///< quad, or 0 for a leaf
+    int leaf;  ///< node of the tree, where it is one
+};
+
+Place PlaceAt(const BoxTree& tree, int number)
 {
-    PlaceMovers(query, mover.node);
-    const float *centre = target.box.centre, *normal = target.box.axis[0];
-    const double most = HeightOfEnds(query.motion, mover, target);
+    const BoxQuad& quad = tree.Quad(NodePair::QuadOf(number));
+    const int lane = NodePair::LaneOf(number);
+    return {number, quad.below[lane], quad.node[lane]};
+}
+
+/// Copies one lane into all of them, of a record made of lanes alone.
+template <class Record>
+Record SplatLane(const Record& from, int lane)
+{
+    constexpr std::size_t kCount = sizeof(Record) / sizeof(Lanes);
+    Record to;
+    const float* source = reinterpret_cast<const float*>(&from) + lane;
+    Lanes* target = reinterpret_cast<Lanes*>(&to);
+    for (std::size_t i = 0; i < kCount; ++i) target[i] = Splat(source[kLanes * i]);
+    return to;
+}
+
+/// Whether an edge of a leaf ends where it must, to hit beside itself.
+bool EndsInPlane(Query& query, int target, int mover, float height)
+{
+    PlaceMovers(query, mover);
+    const int lane = NodePair::LaneOf(target);
+    const LaneBoxes& box =
+        query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(target))].box;
     for (int i = 0; i < query.moved.count; ++i)
         for (int e = 0; e < query.moved.pieces[i].count; ++e)
             for (const auto& end : query.moved.pieces[i].edge[e].ends) {
-                const double height = (double(end[0]) - centre[0]) * normal[0] +
-                                      (double(end[1]) - centre[1]) * normal[1] +
-                                      (double(end[2]) - centre[2]) * normal[2];
-                if (std::fabs(height) <= most) return true;
+                double above = 0;
+                for (int r = 0; r < 3; ++r)
+                    above += (double(end[r]) - box.centre[r][lane]) * box.axis[0][r][lane];
+                if (std::fabs(above) <= height) return true;
             }
     return false;
 }
 
-bool LeavesHit(Query& query, int target, const PlacedNode& mover)
+bool LeavesHit(Query& query, int target, int mover)
 {
-    PlaceMovers(query, mover.node);
+    PlaceMovers(query, mover);
     const BoxNode& items = query.targets.targetTree.At(target);
     for (int i = 0; i < query.moved.count; ++i) {
         const MovedPieces& pieces = query.moved.pieces[i];
@@ -130,79 +156,103 @@ bool LeavesHit(Query& query, int target, const PlacedNode& mover)
     return false;
 }
 
-/// Whether a node can hold what a pass is about, by how its normals and those of its neighbours lie
-/// to the motion.
-bool MayTakePart(const Query& query, int mover)
+/// A mover where the pass has it: a lane of some boxes, or all of them.
+struct PlacedNode {
+    const PlacedBoxes& boxes;
+    int lane;
+    bool inAll;
+};
+
+bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge,
+              float height);
+
+/// The targets of a quad with one mover.
+bool TargetsHit(Query& query, int quad, int moverNumber, const PlacedNode& placed)
 {
-    if (!query.b.isSwept) return true;
-    constexpr double kTrailing = -1e-5, kSlack = 1e-9; // of SweepOrientOf, and of the sums here
-    const NormalBounds& normals = query.MoverAt(mover).normals;
-    double low = 0, high = 0;
-    for (int axis = 0; axis < 3; ++axis) {
-        const double d = query.b.sweepDirection[axis];
-        low += std::min(d * normals.low[axis], d * normals.high[axis]);
-        high += std::max(d * normals.low[axis], d * normals.high[axis]);
+    if (!placed.inAll) {
+        const PlacedBoxes mover = SplatLane(placed.boxes, placed.lane);
+        return TargetsHit(query, quad, moverNumber, {mover, 0, true});
     }
-    const bool someTrail = low - kSlack < kTrailing, someDoNot = high + kSlack >= kTrailing;
-    switch (query.pass) {
-    case Pass::kStart:
-        return someTrail;
-    case Pass::kEnd:
-        return someDoNot;
-    default:
-        return someTrail && someDoNot;
-    }
+    const PlacedBoxes& mover = placed.boxes;
+    const Chances chances = ChancesOf(query.motion, mover,
+                                      query.targets.targetBoxes[static_cast<std::size_t>(quad)]);
+    const int count = query.targets.targetTree.Quad(quad).count;
+    for (int lane = 0; lane < count; ++lane)
+        if (chances.any[lane] && PairHits(query, {NodePair::Number(quad, lane), moverNumber}, placed,
+                                          chances.onEdge[lane] != 0, chances.height[lane]))
+            return true;
+    return false;
 }
 
-bool MoversHit(Query& query, int target, int n);
-
-/// Walks both trees together, always down the larger box. Each call goes down one level of one
-/// tree, so the depth is that of both, sixty at the most.
-bool RangesHit(Query& query, int target, const PlacedNode& mover)
+/// One target with the movers of a quad.
+bool MoversHit(Query& query, int targetNumber, int quad)
 {
-    const TargetNode& node = query.TargetAt(target);
-    const BoxTree &targets = query.targets.targetTree, &movers = query.movers.moverTree;
-    const Chance chance = ChanceOf(query.motion, mover, node);
-    if (chance == Chance::kNone) return false;
-    if (query.onEdges && chance == Chance::kBeside && query.later.Add({target, mover.node}))
-        return false;
-    if (chance == Chance::kBeside && movers.IsLeaf(mover.node) && !EndsInPlane(query, node, mover))
-        return false;
-    if (targets.IsLeaf(target) && movers.IsLeaf(mover.node)) return LeavesHit(query, target, mover);
-    constexpr double kThin = 0.01;
-    const bool thin = chance == Chance::kBeside && node.box.half[0] + mover.longest * node.turnAtAll < kThin;
-    if (movers.IsLeaf(mover.node) ||
-        (!thin && !targets.IsLeaf(target) && node.box.halfArea > mover.halfArea))
-        return RangesHit(query, targets.Left(target), mover) || RangesHit(query, targets.Right(target), mover);
-    return MoversHit(query, target, movers.Left(mover.node)) ||
-           MoversHit(query, target, movers.Right(mover.node));
+    PlacedBoxes placed;
+    const LaneMask present =
+        PlaceBoxes(query.motion, query.movers.moverBoxes[static_cast<std::size_t>(quad)],
+                   query.a.octree->root->bbox, placed);
+    const TargetBoxes target =
+        SplatLane(query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(targetNumber))],
+                  NodePair::LaneOf(targetNumber));
+    const Chances chances = ChancesOf(query.motion, placed, target);
+    const LaneMask any = chances.any & present;
+    const int count = query.movers.moverTree.Quad(quad).count;
+    for (int lane = 0; lane < count; ++lane)
+        if (any[lane] &&
+            PairHits(query, {targetNumber, NodePair::Number(quad, lane)}, {placed, lane, false},
+                     chances.onEdge[lane] != 0, chances.height[lane]))
+            return true;
+    return false;
 }
 
-bool MoversHit(Query& query, int target, int n)
+/// Goes on with those pairs of nodes that have a chance. Each step goes down two levels of one
+/// tree, so the depth is that of both, a hundred at the most.
+bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge,
+              float height)
 {
-    if (!MayTakePart(query, n)) return false;
-    PlacedNode mover;
-    mover.node = n;
-    PlaceNode(query.motion, query.MoverAt(n), mover);
-    // No edge is tested whose box does not meet that of the octree.
-    return MeetsBox(query.motion, mover, query.a.octree->root->bbox) &&
-           RangesHit(query, target, mover);
+    if (!onEdge && query.onEdges && query.later.Add(pair)) return false;
+    const Place target = PlaceAt(query.targets.targetTree, pair.target),
+                moving = PlaceAt(query.movers.moverTree, pair.mover);
+    if (!moving.below) {
+        if (!onEdge && !EndsInPlane(query, pair.target, moving.leaf, height)) return false;
+        if (!target.below) return LeavesHit(query, target.leaf, moving.leaf);
+    }
+    const TargetBoxes& targets =
+        query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(pair.target))];
+    const int lane = NodePair::LaneOf(pair.target);
+    constexpr float kThin = 0.01f;
+    const bool thin = !onEdge && targets.box.half[0][lane] +
+                                         mover.boxes.longest[mover.lane] * targets.turnAtAll[lane] <
+                                     kThin;
+    if (!moving.below ||
+        (target.below && !thin && targets.box.halfArea[lane] > mover.boxes.halfArea[mover.lane]))
+        return TargetsHit(query, target.below, pair.mover, mover);
+    return MoversHit(query, pair.target, moving.below);
+}
+/// A pair that was left for later.
+bool LaterPairHits(Query& query, const NodePair& pair)
+{
+    PlacedBoxes placed;
+    PlaceBoxes(query.motion,
+               query.movers.moverBoxes[static_cast<std::size_t>(NodePair::QuadOf(pair.mover))],
+               query.a.octree->root->bbox, placed);
+    const PlacedBoxes mover = SplatLane(placed, NodePair::LaneOf(pair.mover));
+    const TargetBoxes target =
+        SplatLane(query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(pair.target))],
+                  NodePair::LaneOf(pair.target));
+    return PairHits(query, pair, {mover, 0, true}, false, ChancesOf(query.motion, mover, target).height[0]);
 }
 
 bool PassHits(Query& query, Pass pass)
 {
-    query.pass = pass;
     query.moved.leaf = -1;
     query.onEdges = true;
     query.later.count = 0;
     SetPass(query.motion, pass);
-    if (MoversHit(query, 0, 0))
-        return true;
+    if (MoversHit(query, 0, 0)) return true;
     query.onEdges = false;
-    for (int i = 0; i < query.later.count; ++i) {
-        const NodePair& pair = query.later.pair[static_cast<std::size_t>(i)];
-        if (MoversHit(query, pair.target, pair.mover)) return true;
-    }
+    for (int i = 0; i < query.later.count; ++i)
+        if (LaterPairHits(query, query.later.pair[static_cast<std::size_t>(i)])) return true;
     return false;
 }
 
@@ -220,12 +270,12 @@ bool IsPlainPair(const SOLIDC& a, const SOLIDC& b)
            b.edgeCount >= kLeastEdges && HasTolerance(b) && MotionIsPlain(b);
 }
 
-int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTrees& movers)
+int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTrees& movers,
+                  const Motion& motion)
 {
-    if (targets.targetTree.itemCount == 0 || movers.moverTree.itemCount == 0) return 0;
     MoverLeaf moved;
     LaterPairs later; // without a start value, for its size
-    Query query{a, b, targets, movers, moved, later, ReadMotion(b, movers.moverNode[0].box)};
+    Query query{a, b, targets, movers, moved, later, motion};
     if (PassHits(query, Pass::kEnd)) return 1;
     return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));
 }
@@ -236,7 +286,11 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
 {
     if (IsPlainPair(a, b)) {
         const QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
-        if (targets && movers) return DetectByTrees(a, b, *targets, *movers);
+        if (targets && movers) {
+            if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
+            const Motion motion = ReadMotion(b, movers->moverBoxes[0].box);
+            if (IsModerate(motion)) return DetectByTrees(a, b, *targets, *movers, motion);
+        }
     }
     SettleSweep(a);
     SettleSweep(b);

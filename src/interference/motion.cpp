@@ -8,32 +8,25 @@
 namespace
 {
 
-constexpr double kSideReach = 0.0127;
-constexpr double kSphereProduct = 0.0064;
-constexpr double kMostSphere = 0.114;   ///< where min(u / 2, kSphereProduct / u) is greatest
-constexpr double kSphereReach = 0.0566; ///< which is this
-constexpr double kRounding = 1e-6; ///< of floats, some times over, relative
-constexpr double kRigid = 1e-4;    ///< the bend of a motion that only turns and shifts
-
-template <class A, class B>
-double Dot(const A* a, const B* b)
-{
-    return double(a[0]) * b[0] + double(a[1]) * b[1] + double(a[2]) * b[2];
-}
-
-double Length(const double* v) { return std::sqrt(Dot(v, v)); }
+constexpr float kSideReach = 0.0127f;
+constexpr float kSphereProduct = 0.0064f;
+constexpr float kMostSphere = 0.114f;   ///< where min(u / 2, kSphereProduct / u) is greatest
+constexpr float kSphereReach = 0.0567f; ///< which is this
+constexpr double kPlaced = 1e-6;        ///< rounding of placed vertices and boxes, relative
+constexpr float kRounding = 4e-6f;      ///< of sums of some products of floats, relative
+constexpr float kRigid = 1e-4f;         ///< the bend of a motion that only turns and shifts
 
 /// The most and the least by which a length grows, by Gershgorin's circles round the diagonal of
 /// the transposed times itself.
-void ReadScale(Motion& motion)
+void ReadScale(const SOLIDC& b, Motion& motion)
 {
     double most = 0, least = HUGE_VAL, bend = 0;
     for (int i = 0; i < 3; ++i) {
         double sum = 0, diagonal = 0;
         for (int j = 0; j < 3; ++j) {
-            const double product = motion.m[0][i] * motion.m[0][j] +
-                                   motion.m[1][i] * motion.m[1][j] +
-                                   motion.m[2][i] * motion.m[2][j];
+            double product = 0;
+            for (int r = 0; r < 3; ++r)
+                product += double(b.sweepStart[r][i]) * double(b.sweepStart[r][j]);
             sum += std::fabs(product);
             if (i == j) diagonal = product;
         }
@@ -41,220 +34,249 @@ void ReadScale(Motion& motion)
         least = std::min(least, 2 * diagonal - sum);
         bend = std::max(bend, sum - std::fabs(diagonal) + std::fabs(diagonal - 1));
     }
-    motion.scale = std::sqrt(most) * (1 + kRounding);
-    motion.leastScale = std::sqrt(std::max(least, 0.0)) * (1 - kRounding);
-    motion.bend = bend + kRounding;
+    motion.scale = Splat(RoundUp(std::sqrt(most) * (1 + kPlaced)));
+    motion.leastScale = Splat(RoundDown(std::sqrt(std::max(least, 0.0)) * (1 - kPlaced)));
+    motion.bend = Splat(RoundUp(bend + kPlaced));
+}
+
+/// The greatest magnitude of a coordinate in the first of some boxes.
+double FarthestIn(const LaneBoxes& boxes, int r)
+{
+    double far = std::fabs(boxes.centre[r][0]);
+    for (int i = 0; i < 3; ++i)
+        far += double(boxes.half[i][0]) * std::fabs(double(boxes.axis[i][r][0]));
+    return far;
 }
 
 /// How far the half way reaches along a direction.
-template <class A>
-double Sway(const Motion& motion, const A* direction)
+Lanes Sway(const Motion& motion, const Lanes* direction)
 {
-    if (motion.extraLength == 0) return 0;
-    return std::fabs(direction[0] * motion.half[0]) + std::fabs(direction[1] * motion.half[1]) +
-           std::fabs(direction[2] * motion.half[2]);
+    if (motion.pass != Pass::kWalls) return Lanes{};
+    return Abs(direction[0]) * motion.half[0] + Abs(direction[1]) * motion.half[1] +
+           Abs(direction[2]) * motion.half[2];
 }
 
-/// The greatest magnitude of a coordinate in a box.
-double FarthestAlong(const OrientedBox& box, int c)
+void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
 {
-    double far = std::fabs(box.centre[c]);
-    for (int i = 0; i < 3; ++i) far += double(box.half[i]) * std::fabs(box.axis[i][c]);
-    return far;
+    const Lanes *half = placed.half, *edge = placed.edge;
+    const bool rigid = motion.bend[0] < kRigid;
+    for (int i = 0; i < 3; ++i) {
+        Lanes all = boxes.box.half[i] + motion.bend * (half[0] + half[1] + half[2]),
+              one = boxes.edge[i] + motion.bend * (edge[0] + edge[1] + edge[2]);
+        if (!rigid) {
+            all = one = Lanes{};
+            for (int k = 0; k < 3; ++k) {
+                const Lanes along = Abs(Dot(placed.axis[i], placed.axis[k]));
+                all += along * half[k];
+                one += along * edge[k];
+            }
+        }
+        const Lanes sway = Sway(motion, placed.axis[i]);
+        placed.extent[i] = all + sway + motion.scale * motion.room;
+        placed.beyond[i] = one + sway + sway;
+    }
+}
+
+/// For edges of length u and sides of length v, the test of parallel segments lets an end of the
+/// edge lie beside the side by 0.0127 / u and v / 2, and an end of the side beside the edge by
+/// 0.0064 / u and u / 2. A diagonal of a wall can be as short as it likes, and an edge that is
+/// short against the floats around it can come out without length.
+void PlaceLengths(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
+{
+    const Lanes none{};
+    placed.longest = motion.scale * boxes.longest + motion.extraLength + motion.room;
+    Lanes shortest = motion.leastScale * boxes.shortest * (1 - kRounding) - 2 * motion.room;
+    if (motion.pass == Pass::kWalls) shortest = none;
+    placed.besideSides = shortest > none ? kSideReach / shortest : Splat(HUGE_VALF);
+    placed.besideEdges = Smaller(0.5f * placed.longest,
+                                 shortest > kMostSphere ? kSphereProduct / shortest
+                                                        : Splat(kSphereReach));
+}
+
+/// Which nodes can hold what a pass is about, by how their normals and those of their neighbours
+/// lie to the motion.
+LaneMask TakesPart(const Motion& motion, const MoverBoxes& boxes)
+{
+    const float trailing = -1e-5f; // of SweepOrientOf
+    Lanes low{}, high{}, slack = Splat(1e-9f);
+    for (int r = 0; r < 3; ++r) {
+        const Lanes a = motion.direction[r] * boxes.low[r], b = motion.direction[r] * boxes.high[r];
+        low += Smaller(a, b);
+        high += Larger(a, b);
+        slack += kRounding * Larger(Abs(a), Abs(b));
+    }
+    const LaneMask someTrail = low - slack < trailing, someDoNot = high + slack >= trailing;
+    if (motion.pass == Pass::kStart) return someTrail;
+    return motion.pass == Pass::kEnd ? someDoNot : someTrail & someDoNot;
+}
+
+LaneMask MeetBox(const Motion& motion, const PlacedBoxes& placed, const float* box)
+{
+    LaneMask apart{};
+    for (int r = 0; r < 3; ++r) {
+        Lanes reach = motion.half[r];
+        for (int i = 0; i < 3; ++i) reach += placed.half[i] * Abs(placed.axis[i][r]);
+        reach += motion.room + kRounding * reach;
+        apart |= (placed.centre[r] - reach > box[r + 3]) | (placed.centre[r] + reach < box[r]);
+    }
+    return ~apart;
 }
 
 /// How far off a target, along its plane, parallel segments can lie that count as crossing: the end
 /// of an edge beside a side, or the end of a side inside the sphere over an edge.
-double OverSide(const PlacedNode& mover, const TargetNode& target)
+Lanes OverSide(const PlacedBoxes& movers, const TargetBoxes& targets)
 {
-    return std::max({std::min(mover.besideSides, 0.5 * double(target.longest)), mover.besideEdges,
-                     target.holdsCells ? mover.longest : 0});
+    return Larger(Larger(Smaller(movers.besideSides, 0.5f * targets.longest), movers.besideEdges),
+                  targets.holdsCells * movers.longest);
 }
 
-double RoundingBetween(const Motion& motion, const PlacedNode& mover, const OrientedBox& box)
-{
-    return motion.room + kRounding * (std::fabs(mover.centre[0] - box.centre[0]) +
-                                      std::fabs(mover.centre[1] - box.centre[1]) +
-                                      std::fabs(mover.centre[2] - box.centre[2]));
-}
-
-/// How far an edge of a node goes along each axis of a target's box.
-struct Way {
-    double along[3];
+/// How nodes lie to each other, pair by pair.
+struct Sight {
+    Lanes apart[3];     ///< from the targets' centres to the movers'
+    Lanes rounding;     ///< of what is computed from that
+    Lanes cosine[3][3]; ///< of each axis of the targets' boxes with each of the movers'
+    Lanes sway[3];      ///< along the axes of the targets' boxes
+    Lanes edge[3];      ///< how far an edge goes along them
+    Lanes overSide;
+    Lanes turned;       ///< how far one goes along the first if it lies in the plane of a target
 };
 
-/// How far it can go along the first axis if it lies in the plane of a target.
-double Turned(const PlacedNode& mover, const TargetNode& target, const Way& way)
+Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets)
 {
-    return std::min(mover.longest * target.turnAtAll, way.along[0] * target.turn[0] +
-                                                          way.along[1] * target.turn[1] +
-                                                          way.along[2] * target.turn[2]);
+    Sight sight;
+    sight.rounding = Lanes{};
+    for (int r = 0; r < 3; ++r) {
+        sight.apart[r] = movers.centre[r] - targets.box.centre[r];
+        sight.rounding += kRounding * Abs(sight.apart[r]);
+    }
+    sight.rounding += motion.room;
+    for (int k = 0; k < 3; ++k) {
+        sight.sway[k] = Sway(motion, targets.box.axis[k]);
+        sight.edge[k] = sight.sway[k] + sight.sway[k];
+        for (int i = 0; i < 3; ++i) {
+            sight.cosine[k][i] = Dot(targets.box.axis[k], movers.axis[i]);
+            sight.edge[k] += Abs(sight.cosine[k][i]) * movers.edge[i];
+        }
+    }
+    sight.overSide = OverSide(movers, targets);
+    sight.turned =
+        Smaller(movers.longest * targets.turnAtAll, Dot(sight.edge, targets.turn));
+    return sight;
 }
 
-/// As HeightOfEnds.
-double HeightOfEnds(const Motion& motion, const PlacedNode& mover, const TargetNode& target,
-                    const Way& way, double overSide)
+/// Whether a corner can lie so near the planes of targets as a hit beside an edge asks for.
+LaneMask MayEndInPlane(const PlacedBoxes& movers, const TargetBoxes& targets, const Sight& sight,
+                       Lanes height)
 {
-    return target.box.half[0] +
-           std::max(Turned(mover, target, way), overSide * target.turnAtAll) +
-           RoundingBetween(motion, mover, target.box);
-}
-
-
-/// Whether a corner can lie so near the planes of some targets as a hit beside an edge asks for.
-/// @param apart  from the target's centre to the mover's
-/// @param along  the axes of the mover, along the target's first
-/// @param most   of HeightOfEnds
-bool MayEndInPlane(const Motion& motion, const PlacedNode& mover, const TargetNode& target,
-                   const double* apart, const double* along, double most)
-{
-    const float* normal = target.box.axis[0];
-    const double centre = Dot(apart, normal);
-    const int longest = mover.longestAxis;
-    double across = most + Sway(motion, normal);
-    for (int i = 0; i < 3; ++i)
-        if (i != longest) across += mover.half[i] * std::fabs(along[i]);
-    const auto meets = [&](double from, double to) {
-        const double a = centre + from * along[longest], b = centre + to * along[longest];
-        return from <= to && std::min(a, b) <= across && std::max(a, b) >= -across;
+    const Lanes centre = Dot(sight.apart, targets.box.axis[0]), along = sight.cosine[0][0],
+                half = movers.half[0];
+    const Lanes across = height + sight.sway[0] + kRounding * half +
+                         (1 + kRounding) * (movers.half[1] * Abs(sight.cosine[0][1]) +
+                                            movers.half[2] * Abs(sight.cosine[0][2]));
+    const auto meets = [&](Lanes from, Lanes to) {
+        const Lanes a = centre + from * along, b = centre + to * along;
+        return (from <= to) & ~(Smaller(a, b) > across) & ~(Larger(a, b) < -across);
     };
-    const double half = mover.half[longest];
-    return meets(-half, std::min(mover.bare[0], half)) || meets(std::max(mover.bare[1], -half), half);
+    return meets(-half, Smaller(movers.bare[0], half)) | meets(Larger(movers.bare[1], -half), half);
 }
 
 } // namespace
 
-Motion ReadMotion(const SOLIDC& b, const OrientedBox& rest)
+Motion ReadMotion(const SOLIDC& b, const LaneBoxes& rest)
 {
     Motion motion{};
+    motion.isSwept = b.isSwept;
+    double room = 0;
     for (int r = 0; r < 3; ++r) {
-        for (int c = 0; c < 4; ++c) motion.m[r][c] = b.sweepStart[r][c];
-        motion.shift[r] = b.isSwept ? double(b.sweepEnd[r][3]) - b.sweepStart[r][3] : 0;
-        double size = std::fabs(motion.m[r][3]) + 2 * std::fabs(motion.shift[r]);
-        for (int c = 0; c < 3; ++c) size += std::fabs(motion.m[r][c]) * FarthestAlong(rest, c);
-        motion.room += kRounding * size;
+        const float* row = b.sweepStart[r];
+        for (int c = 0; c < 3; ++c) motion.m[r][c] = Splat(row[c]);
+        const double way = b.isSwept ? double(b.sweepEnd[r][3]) - row[3] : 0;
+        motion.start[r] = Splat(row[3]);
+        motion.way[r] = Splat(float(way));
+        motion.direction[r] = Splat(b.sweepDirection[r]);
+        double size = std::fabs(double(row[3])) + 2 * std::fabs(way);
+        for (int c = 0; c < 3; ++c) size += std::fabs(double(row[c])) * FarthestIn(rest, c);
+        room += kPlaced * size;
     }
-    ReadScale(motion);
+    motion.room = Splat(RoundUp(room));
+    ReadScale(b, motion);
     return motion;
+}
+
+bool IsModerate(const Motion& motion)
+{
+    constexpr float kMost = 1e6;
+    return motion.room[0] < kMost && motion.scale[0] < kMost;
 }
 
 void SetPass(Motion& motion, Pass pass)
 {
+    motion.pass = pass;
     const bool walls = pass == Pass::kWalls;
-    const double middle = walls ? 0.5 : pass == Pass::kEnd ? 1 : 0;
+    double square = 0;
     for (int r = 0; r < 3; ++r) {
-        motion.middle[r] = middle * motion.shift[r];
-        motion.half[r] = walls ? 0.5 * std::fabs(motion.shift[r]) : 0;
+        motion.middle[r] =
+            motion.start[r] + (walls ? 0.5f : pass == Pass::kEnd ? 1.0f : 0.0f) * motion.way[r];
+        motion.half[r] = (walls ? 0.5f : 0.0f) * Abs(motion.way[r]);
+        square += double(motion.way[r][0]) * motion.way[r][0];
     }
-    motion.extraLength = walls ? Length(motion.shift) * (1 + kRounding) : 0;
+    motion.extraLength = Splat(walls ? RoundUp(std::sqrt(square) * (1 + kPlaced)) : 0);
 }
 
-void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed)
-{
-    const OrientedBox& box = node.box;
-    for (int r = 0; r < 3; ++r) {
-        placed.centre[r] = motion.m[r][3] + motion.middle[r] + Dot(motion.m[r], box.centre);
-        for (int i = 0; i < 3; ++i) placed.axis[i][r] = Dot(motion.m[r], box.axis[i]);
-        placed.half[r] = box.half[r];
-        placed.edge[r] = node.extent[r];
-    }
-    placed.halfArea = box.halfArea;
-    placed.longestAxis = node.longestAxis;
-    std::copy_n(node.bare, 2, placed.bare);
-    for (int i = 0; i < 3; ++i) {
-        const double sway = Sway(motion, placed.axis[i]);
-        double all = 0, edge = 0;
-        if (motion.bend < kRigid) {
-            all = placed.half[i] + motion.bend * (placed.half[0] + placed.half[1] + placed.half[2]);
-            edge =
-                placed.edge[i] + motion.bend * (placed.edge[0] + placed.edge[1] + placed.edge[2]);
-        } else {
-            for (int k = 0; k < 3; ++k) {
-                const double along = std::fabs(Dot(placed.axis[i], placed.axis[k]));
-                all += along * placed.half[k];
-                edge += along * placed.edge[k];
-            }
-        }
-        placed.extent[i] = all + sway + motion.scale * motion.room;
-        placed.beyond[i] = edge + 2 * sway;
-    }
-    placed.longest = motion.scale * node.longest + motion.extraLength + motion.room;
-    // For edges of length u and sides of length v, the test of parallel segments lets an end of the
-    // edge lie beside the side by 0.0127 / u and v / 2, and an end of the side beside the edge by
-    // 0.0064 / u and u / 2. A diagonal of a wall can be as short as it likes, and an edge that
-    // is short against the floats around it can come out without length.
-    const double shortest = motion.leastScale * node.shortest - 2 * motion.room;
-    const bool known = motion.extraLength == 0 && shortest > 0;
-    placed.besideSides = known ? kSideReach / shortest : HUGE_VAL;
-    placed.besideEdges = std::min(0.5 * placed.longest, kSphereReach);
-    if (known && shortest > kMostSphere)
-        placed.besideEdges = std::min(placed.besideEdges, kSphereProduct / shortest);
-}
-
-bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box)
+LaneMask PlaceBoxes(const Motion& motion, const MoverBoxes& boxes, const float* box,
+                    PlacedBoxes& placed)
 {
     for (int r = 0; r < 3; ++r) {
-        const double reach = placed.half[0] * std::fabs(placed.axis[0][r]) +
-                             placed.half[1] * std::fabs(placed.axis[1][r]) +
-                             placed.half[2] * std::fabs(placed.axis[2][r]) + motion.half[r] +
-                             motion.room;
-        if (placed.centre[r] - reach > box[r + 3] || placed.centre[r] + reach < box[r])
-            return false;
+        placed.centre[r] = motion.middle[r] + Dot(motion.m[r], boxes.box.centre);
+        for (int i = 0; i < 3; ++i) placed.axis[i][r] = Dot(motion.m[r], boxes.box.axis[i]);
+        placed.half[r] = boxes.box.half[r];
+        placed.edge[r] = boxes.edge[r];
     }
-    return true;
+    std::copy_n(boxes.bare, 2, placed.bare);
+    placed.halfArea = boxes.box.halfArea;
+    PlaceExtents(motion, boxes, placed);
+    PlaceLengths(motion, boxes, placed);
+    const LaneMask meets = MeetBox(motion, placed, box);
+    return motion.isSwept ? meets & TakesPart(motion, boxes) : meets;
 }
 
-Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode& target)
+Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets)
 {
-    const OrientedBox& box = target.box;
-    const double apart[3] = {mover.centre[0] - box.centre[0], mover.centre[1] - box.centre[1],
-                             mover.centre[2] - box.centre[2]};
-    const double rounding = RoundingBetween(motion, mover, box);
-    const double overSide = OverSide(mover, target);
-    Chance chance = Chance::kOnEdge;
-    double cosine[3][3]; // between the axes of the target and the mover
-    double seen[3][3];   // without signs
-    Way way;
+    const Sight sight = See(motion, movers, targets);
+    const Lanes none{};
+    LaneMask apart{}, beside{};
     for (int k = 0; k < 3; ++k) {
-        for (int i = 0; i < 3; ++i) {
-            cosine[k][i] = Dot(mover.axis[i], box.axis[k]);
-            seen[k][i] = std::fabs(cosine[k][i]);
-        }
-        way.along[k] = Dot(mover.edge, seen[k]) + 2 * Sway(motion, box.axis[k]);
-    }
-    for (int k = 0; k < 3; ++k) {
-        const double gap = std::fabs(Dot(apart, box.axis[k])) - box.half[k] -
-                           Dot(mover.half, seen[k]) - Sway(motion, box.axis[k]) - rounding;
-        if (gap <= 0) continue;
+        Lanes reach = targets.box.half[k] + sight.sway[k];
+        for (int i = 0; i < 3; ++i) reach += movers.half[i] * Abs(sight.cosine[k][i]);
+        const Lanes gap = Abs(Dot(sight.apart, targets.box.axis[k])) - reach - sight.rounding -
+                          kRounding * reach;
         // Where the hit is off the edge, an end of it lies in the target's plane, as the hit does.
-        const double beside =
-            k ? way.along[k] + overSide
-              : std::max(std::min(way.along[0], Turned(mover, target, way)), overSide * target.turnAtAll);
-        if (gap > beside) return Chance::kNone;
-        chance = Chance::kBeside;
+        const Lanes most = k ? sight.edge[k] + sight.overSide
+                             : Larger(Smaller(sight.edge[0], sight.turned),
+                                      sight.overSide * targets.turnAtAll);
+        beside |= gap > none;
+        apart |= gap > most;
+    }
+    Chances chances;
+    if (AllOf(apart)) {
+        chances.any = ~apart;
+        return chances;
     }
     for (int i = 0; i < 3; ++i) {
-        const double gap = std::fabs(Dot(apart, mover.axis[i])) - box.half[0] * seen[0][i] -
-                           box.half[1] * seen[1][i] - box.half[2] * seen[2][i] - mover.extent[i] -
-                           motion.scale * rounding;
-        if (gap <= 0) continue;
-        const double besideSide =
-            overSide * (seen[1][i] + seen[2][i] + motion.scale * target.turnAtAll);
-        if (gap > mover.beyond[i] + besideSide) return Chance::kNone;
-        chance = Chance::kBeside;
+        Lanes reach = movers.extent[i];
+        for (int k = 0; k < 3; ++k) reach += targets.box.half[k] * Abs(sight.cosine[k][i]);
+        const Lanes gap = Abs(Dot(sight.apart, movers.axis[i])) - reach -
+                          motion.scale * sight.rounding - kRounding * reach;
+        const Lanes seen = Abs(sight.cosine[1][i]) + Abs(sight.cosine[2][i]) +
+                           motion.scale * targets.turnAtAll;
+        beside |= gap > none;
+        apart |= gap > movers.beyond[i] + sight.overSide * seen;
     }
-    if (chance != Chance::kBeside) return chance;
-    const double most = HeightOfEnds(motion, mover, target, way, overSide);
-    return MayEndInPlane(motion, mover, target, apart, cosine[0], most) ? chance : Chance::kNone;
-}
-
-double HeightOfEnds(const Motion& motion, const PlacedNode& mover, const TargetNode& target)
-{
-    Way way;
-    for (int k = 0; k < 3; ++k) {
-        way.along[k] = 2 * Sway(motion, target.box.axis[k]);
-        for (int i = 0; i < 3; ++i)
-            way.along[k] += mover.edge[i] * std::fabs(Dot(mover.axis[i], target.box.axis[k]));
-    }
-    return HeightOfEnds(motion, mover, target, way, OverSide(mover, target));
+    chances.height = targets.box.half[0] +
+                     Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
+                     kRounding * targets.box.half[0];
+    apart |= beside & ~MayEndInPlane(movers, targets, sight, chances.height);
+    chances.any = ~apart;
+    chances.onEdge = ~beside;
+    return chances;
 }

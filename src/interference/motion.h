@@ -12,57 +12,58 @@ enum class Pass {
     kWalls  ///< edges of the walls between the two
 };
 
-/// The motion in doubles, as bounds need it, and what of it matters to a pass.
+/// The motion as bounds need it, and what of it matters to a pass. All lanes are alike.
 struct Motion {
-    double m[3][4];
-    double shift[3];   ///< from start to end
-    double room;       ///< for rounding of placed vertices, and of what is computed from them
-    double scale;      ///< the most by which a length can grow
-    double leastScale; ///< the least, or 0
-    double bend;       ///< the most by which products of axes differ from those at rest
+    Lanes m[3][3], start[3];
+    Lanes way[3]; ///< of all points, from start to end
+    Lanes direction[3]; ///< sweepDirection
+    Lanes room;       ///< for rounding of placed vertices, and of what is computed from them
+    Lanes scale;      ///< the most by which a length can grow
+    Lanes leastScale; ///< the least, or 0
+    Lanes bend;       ///< the most by which products of axes differ from those at rest
+    bool isSwept;
+    Pass pass;
     // Ends of edges lie at `middle`, give or take `half`, of the way.
-    double middle[3], half[3];
-    double extraLength; ///< of walls over their edges; 0 in the other passes
+    Lanes middle[3], half[3];
+    Lanes extraLength; ///< of walls over their edges; 0 in the other passes
 };
 
-/// A node of movers where a pass has it: the box of all ends of edges, which any affine motion
-/// makes a parallelepiped, and which lies by up to half the way beside.
-struct PlacedNode {
-    int node;
-    double centre[3];
-    double axis[3][3];       ///< where the motion takes those of the box
-    double half[3], edge[3]; ///< half extents, and the greatest extent of an edge, in axes
-    double extent[3];        ///< of all edges along `axis`, each in units of its length
-    double beyond[3];        ///< what hits beyond their ends add to it
-    double halfArea;         ///< of the box at rest
-    double longest;          ///< edge
-    int longestAxis;
-    double bare[2];     ///< of the node, along its longest axis
+/// Nodes of movers where a pass has them: boxes of all ends of edges, which any affine motion makes
+/// parallelepipeds, and which lie by up to half the way beside.
+struct PlacedBoxes {
+    Lanes centre[3];
+    Lanes axis[3][3];       ///< where the motion takes those of the box
+    Lanes half[3], edge[3]; ///< half extent along each, and the greatest extent of an edge
+    Lanes extent[3];        ///< of all edges along an axis, in units of its length
+    Lanes beyond[3];        ///< what hits beyond their ends add to it
+    Lanes bare[2];
+    Lanes longest; ///< edge
     // How far off each other parallel segments can lie: an end of an edge beside a side, and an end
     // of a side beside an edge.
-    double besideSides, besideEdges;
+    Lanes besideSides, besideEdges;
+    Lanes halfArea; ///< of the box at rest
 };
 
-/// @param rest  box of all movers at rest
-Motion ReadMotion(const SOLIDC& b, const OrientedBox& rest);
+/// @param rest  boxes of which the first is that of all movers
+Motion ReadMotion(const SOLIDC& b, const LaneBoxes& rest);
 void SetPass(Motion& motion, Pass pass);
 
-/// Fills in all but the number.
-void PlaceNode(const Motion& motion, const MoverNode& node, PlacedNode& placed);
+/// Whether bounds carried along stay far from where floats end.
+bool IsModerate(const Motion& motion);
 
-/// Whether a placed node can meet a box along the coordinate axes.
-bool MeetsBox(const Motion& motion, const PlacedNode& placed, const float* box);
+/// @return which of the nodes can hold an edge that the pass is about, and that meets a box along
+///         the coordinate axes; no other is tested
+LaneMask PlaceBoxes(const Motion& motion, const MoverBoxes& boxes, const float* box,
+                    PlacedBoxes& placed);
 
-/// How an edge of a node can hit one of some targets.
-enum class Chance {
-    kNone,
-    kBeside, ///< by a point beyond its ends, or beside a side that is parallel
-    kOnEdge  ///< by any point
+/// How the edges of nodes can hit targets of nodes, pair by pair.
+struct Chances {
+    LaneMask any;    ///< at all
+    LaneMask onEdge; ///< by any point; else by one beyond an end, or beside a side that is parallel
+    /// Where an end of an edge must lie that is to hit beside itself: so high over the centre of
+    /// the target's box, along its first axis, at the most, up or down.
+    Lanes height;
 };
-Chance ChanceOf(const Motion& motion, const PlacedNode& mover, const TargetNode& target);
-
-/// Where an end of an edge must lie that is to hit beside itself: so high over the centre of a
-/// target's box, along its first axis, at the most, up or down.
-double HeightOfEnds(const Motion& motion, const PlacedNode& mover, const TargetNode& target);
+Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets);
 
 #endif

@@ -12,6 +12,12 @@
 namespace
 {
 
+/// A lane of MoverBoxes.
+struct MoverNode {
+    float edge[3], bare[2], longest, shortest;
+    NormalBounds normals;
+};
+
 Mover::Side SideOf(const SOLIDC& solid, int index, int slot)
 {
     const T_LIST& triangle = solid.triangles[index];
@@ -77,25 +83,65 @@ void AddNormalsAround(const SOLIDC& solid, const Mover& mover, NormalBounds& bou
     }
 }
 
+void ReadLeaf(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items, MoverNode& node,
+              MergedNode& merged)
+{
+    for (int i = items.first; i < items.last; ++i) {
+        const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
+        VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
+            for (std::size_t p = 0; p < points.size(); ++p) {
+                ExtendBbox(merged.bounds, points[p]);
+                const SideLength length = LengthOf(points[p], points[(p + 1) % points.size()]);
+                node.longest = std::max(node.longest, length.most);
+                node.shortest = std::min(node.shortest, length.least);
+            }
+        });
+        AddNormals(merged.normals, mover.normal, mover.normal);
+        AddNormalsAround(solid, mover, node.normals);
+    }
+}
+
+/// The greatest extents of a mover along the axes of the box.
+void MeasureExtents(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
+                    const OrientedBox& box, MoverNode& node)
+{
+    for (int axis = 0; axis < 3; ++axis) {
+        double extent = 0;
+        for (int i = items.first; i < items.last; ++i)
+            VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
+                        [&](std::span<const float[3]> points) {
+                            double low = HUGE_VAL, high = -HUGE_VAL;
+                            for (const auto& point : points) {
+                                const double height = dot(box.axis[axis], point);
+                                low = std::min(low, height);
+                                high = std::max(high, height);
+                            }
+                            extent = std::max(extent, high - low);
+                        });
+        // The axes are not at right angles to the last bit.
+        node.edge[axis] = RoundUp(extent + 1e-6 * node.longest);
+    }
+}
+
 /// Finds the widest stretch without a corner by the borders of bins: long triangles in rows leave
 /// most of a node bare.
 void MeasureBare(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
-                 MoverNode& node)
+                 const OrientedBox& box, MoverNode& node)
 {
-    constexpr int kBins = 32;
     struct Bin {
         double low = HUGE_VAL, high = -HUGE_VAL;
     };
-    std::array<Bin, kBins> bins;
-    const float *axis = node.box.axis[node.longestAxis], *centre = node.box.centre;
-    const double half = node.box.half[node.longestAxis], scale = kBins / (2 * half);
+    std::array<Bin, 32> bins;
+    const int most = static_cast<int>(bins.size()) - 1;
+    const float* axis = box.axis[0];
+    const double half = box.half[0], scale = double(bins.size()) / (2 * half);
     for (int i = items.first; i < items.last; ++i)
         VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
                     [&](std::span<const float[3]> points) {
                         for (const auto& point : points) {
-                            const double height = dot(axis, point) - dot(axis, centre);
-                            Bin& bin = bins[static_cast<std::size_t>(
-                                ClampToInt((height + half) * scale, 0, kBins - 1))];
+                            const double height = dot(axis, point) - dot(axis, box.centre);
+                            const int at = ClampToInt((height + half) * scale, 0, most);
+                            Bin& bin = bins[static_cast<std::size_t>(at)];
                             bin.low = std::min(bin.low, height);
                             bin.high = std::max(bin.high, height);
                         }
@@ -113,101 +159,80 @@ void MeasureBare(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& it
     }
 }
 
-/// What is merged on the way up, for each node.
-struct Merged {
-    float box[6];
-    NormalBounds normals; ///< of the movers alone, which tell how a box should lie
-};
-
-void ReadLeaf(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items, MoverNode& node,
-              Merged& merged)
-{
-    for (int i = items.first; i < items.last; ++i) {
-        const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
-        VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
-            for (std::size_t p = 0; p < points.size(); ++p) {
-                ExtendBbox(merged.box, points[p]);
-                const SideLength length = LengthOf(points[p], points[(p + 1) % points.size()]);
-                node.longest = std::max(node.longest, length.most);
-                node.shortest = std::min(node.shortest, length.least);
-            }
-        });
-        AddNormals(merged.normals, mover.normal, mover.normal);
-        AddNormalsAround(solid, mover, node.normals);
-    }
-}
-
-/// The greatest extents of a mover along the axes of the box.
-void Measure(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items, MoverNode& node)
-{
-    for (int axis = 0; axis < 3; ++axis) {
-        double extent = 0;
-        for (int i = items.first; i < items.last; ++i)
-            VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
-                        [&](std::span<const float[3]> points) {
-                            double low = HUGE_VAL, high = -HUGE_VAL;
-                            for (const auto& point : points) {
-                                const double height = dot(node.box.axis[axis], point);
-                                low = std::min(low, height);
-                                high = std::max(high, height);
-                            }
-                            extent = std::max(extent, high - low);
-                        });
-        // The axes are not at right angles to the last bit.
-        node.extent[axis] = RoundUp(extent + 1e-6 * node.longest);
-    }
-}
-
 struct MoverBuilder {
-    Scratch<Merged> merged;
+    Scratch<MergedNode> merged; ///< these two by node
+    Scratch<MoverNode> node;
     std::vector<Point3> points; ///< of one node
 };
 
-void ChooseBox(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, int n,
-               MoverNode& node)
+void FindPoints(const SOLIDC& solid, const QueryTrees& trees, MoverBuilder& build, int n)
 {
     const BoxNode& items = trees.moverTree.At(n);
     build.points.clear();
-    if (!IsFitted(items)) AddCorners(trees.moverTree, trees.moverNode, n, build.points);
-    for (int i = items.first; IsFitted(items) && i < items.last; ++i)
+    if (!IsFitted(items)) return AddCorners(trees.moverTree, build.merged, n, build.points);
+    for (int i = items.first; i < items.last; ++i)
         VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
                     [&](std::span<const float[3]> shape) {
                         for (const auto& p : shape) build.points.push_back({p[0], p[1], p[2]});
                     });
-    const Merged& merged = build.merged[static_cast<std::size_t>(n)];
-    node.box = SmallerBox(merged.box, merged.normals, build.points, 0);
-    std::fill_n(node.extent, 3, node.longest);
-    node.longestAxis = LargestAxis(node.box.half);
-    if (!IsFitted(items)) return;
-    Measure(solid, trees, items, node);
-    MeasureBare(solid, trees, items, node);
 }
 
 void FillNode(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, int n)
 {
     const auto at = static_cast<std::size_t>(n);
     const BoxTree& tree = trees.moverTree;
-    MoverNode& node = trees.moverNode[at];
-    Merged& merged = build.merged[at];
-    ClearBbox(merged.box);
-    ClearNormals(merged.normals);
+    MoverNode& node = build.node[at];
+    MergedNode& merged = build.merged[at];
+    ClearNode(merged);
     ClearNormals(node.normals);
     node.shortest = kEmptyExtreme;
     if (tree.IsLeaf(n)) {
         ReadLeaf(solid, trees, tree.At(n), node, merged);
     } else {
+        MergeChildren(tree, build.merged, n);
         for (const int child : {tree.Left(n), tree.Right(n)}) {
-            const auto below = static_cast<std::size_t>(child);
-            const MoverNode& half = trees.moverNode[below];
-            node.longest = std::max(node.longest, half.longest);
-            node.shortest = std::min(node.shortest, half.shortest);
-            MergeBbox(merged.box, build.merged[below].box);
-            AddNormals(merged.normals, build.merged[below].normals.low,
-                       build.merged[below].normals.high);
-            AddNormals(node.normals, half.normals.low, half.normals.high);
+            const MoverNode& below = build.node[static_cast<std::size_t>(child)];
+            node.longest = std::max(node.longest, below.longest);
+            node.shortest = std::min(node.shortest, below.shortest);
+            AddNormals(node.normals, below.normals.low, below.normals.high);
         }
     }
-    ChooseBox(solid, trees, build, n, node);
+    FindPoints(solid, trees, build, n);
+    ChooseBox(merged, build.points, 0);
+    const int longest = LargestAxis(merged.box.half);
+    std::swap(merged.box.axis[0], merged.box.axis[longest]);
+    std::swap(merged.box.half[0], merged.box.half[longest]);
+    std::fill_n(node.edge, 3, node.longest);
+    if (!IsFitted(tree.At(n))) return;
+    MeasureExtents(solid, trees, tree.At(n), merged.box, node);
+    MeasureBare(solid, trees, tree.At(n), merged.box, node);
+}
+
+void SetLane(MoverBoxes& boxes, int lane, const MoverNode& node, const OrientedBox& box)
+{
+    SetLane(boxes.box, lane, box);
+    boxes.longest[lane] = node.longest;
+    boxes.shortest[lane] = node.shortest;
+    for (int i = 0; i < 2; ++i) boxes.bare[i][lane] = node.bare[i];
+    for (int i = 0; i < 3; ++i) {
+        boxes.edge[i][lane] = node.edge[i];
+        boxes.low[i][lane] = node.normals.low[i];
+        boxes.high[i][lane] = node.normals.high[i];
+    }
+}
+
+/// Fills in the boxes of a tree that has movers.
+void BuildBoxes(const SOLIDC& solid, QueryTrees& trees)
+{
+    const BoxTree& tree = trees.moverTree;
+    const auto nodes = static_cast<std::size_t>(tree.nodeCount);
+    MoverBuilder build{MakeScratch<MergedNode>(nodes), MakeScratch<MoverNode>(nodes), {}};
+    // Children lie behind their node.
+    for (int n = tree.nodeCount - 1; n >= 0; --n) FillNode(solid, trees, build, n);
+    trees.moverBoxes = MakeScratch<MoverBoxes>(static_cast<std::size_t>(tree.quadCount));
+    VisitLanes(tree, [&](std::size_t q, int lane, std::size_t n) {
+        SetLane(trees.moverBoxes[q], lane, build.node[n], build.merged[n].box);
+    });
 }
 
 void BuildMovers(SOLIDC& solid, QueryTrees& trees)
@@ -221,13 +246,7 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
     }
     trees.moverTree = BuildBoxTree(items, solid.triangleCount);
     trees.mover = InOrderOf(trees.moverTree, movers);
-    if (count) {
-        trees.moverNode = MakeScratch<MoverNode>(trees.moverTree.node.size());
-        MoverBuilder build{MakeScratch<Merged>(trees.moverTree.node.size()), {}};
-        // Children lie behind their node.
-        for (int n = static_cast<int>(trees.moverTree.node.size()) - 1; n >= 0; --n)
-            FillNode(solid, trees, build, n);
-    }
+    if (count) BuildBoxes(solid, trees);
     trees.moversUsable = true;
 }
 

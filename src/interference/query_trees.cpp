@@ -25,11 +25,49 @@ bool IsNearby(const float* point)
            std::fabs(point[2]) < kFarthest;
 }
 
-OrientedBox SmallerBox(const float* box, const NormalBounds& normals,
-                       const std::vector<Point3>& points, double pad)
+void AddCorners(const BoxTree& tree, const Scratch<MergedNode>& nodes, int n,
+                std::vector<Point3>& points)
 {
-    const OrientedBox aligned = AlignedBox(normals, box), fitted = FitBox(normals, points, pad);
-    return fitted.halfArea < aligned.halfArea ? fitted : aligned;
+    if (IsFitted(tree.At(n))) {
+        const auto corners = CornersOf(nodes[static_cast<std::size_t>(n)].box);
+        points.insert(points.end(), corners.begin(), corners.end());
+        return;
+    }
+    AddCorners(tree, nodes, tree.Left(n), points);
+    AddCorners(tree, nodes, tree.Right(n), points);
+}
+
+void ClearNode(MergedNode& node)
+{
+    ClearBbox(node.bounds);
+    ClearNormals(node.normals);
+}
+
+void MergeChildren(const BoxTree& tree, Scratch<MergedNode>& nodes, int n)
+{
+    MergedNode& node = nodes[static_cast<std::size_t>(n)];
+    for (const int child : {tree.Left(n), tree.Right(n)}) {
+        const MergedNode& below = nodes[static_cast<std::size_t>(child)];
+        MergeBbox(node.bounds, below.bounds);
+        AddNormals(node.normals, below.normals.low, below.normals.high);
+    }
+}
+
+void ChooseBox(MergedNode& node, const std::vector<Point3>& points, double pad)
+{
+    const OrientedBox aligned = AlignedBox(node.normals, node.bounds),
+                      fitted = FitBox(node.normals, points, pad);
+    node.box = fitted.halfArea < aligned.halfArea ? fitted : aligned;
+}
+
+void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box)
+{
+    for (int i = 0; i < 3; ++i) {
+        for (int r = 0; r < 3; ++r) boxes.axis[i][r][lane] = box.axis[i][r];
+        boxes.centre[i][lane] = box.centre[i];
+        boxes.half[i][lane] = box.half[i];
+    }
+    boxes.halfArea[lane] = box.halfArea;
 }
 
 SideLength LengthOf(const float* a, const float* b)

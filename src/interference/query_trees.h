@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "interference/box_tree.h"
+#include "interference/lanes.h"
 #include "interference/oriented_box.h"
 #include "scapi/solid.h"
 
@@ -15,19 +16,6 @@ struct Target {
     float plane[4];
     const T_LIST* triangle; ///< null for a whole leaf
     OCTREENODE* leaf;
-};
-
-/// A node of targets: where they can be hit, and how their planes run.
-struct TargetNode {
-    OrientedBox box;
-    float longest; ///< side
-    /// The most by which the normal of a target differs from the first axis, along each axis and at
-    /// all. So a point that goes a way in the plane of a target goes these parts of it, of what it
-    /// goes along each axis, along the first.
-    float turn[3], turnAtAll;
-    /// Whether a target has no plane, or none that says where it can be hit. It counts with its
-    /// leaf's cell, which the box of an edge that hits meets; the edge itself need not.
-    bool holdsCells;
 };
 
 /// A triangle as a mover: what a query needs of it, side by side, where the solid's own records
@@ -43,27 +31,44 @@ struct Mover {
     bool hasForeign; ///< whether any edge is, own or not
 };
 
-/// A node of movers, at rest: all their corners.
-struct MoverNode {
-    OrientedBox box;
-    float extent[3];         ///< the greatest of a mover along the axes of the box
-    float bare[2];           ///< along the longest axis of the box, seen from its centre: the widest
-                             ///< stretch without a corner, from and to
-    std::int32_t longestAxis;
-    float longest, shortest; ///< sides
-    NormalBounds normals;    ///< of the movers and their neighbours
+/// An OrientedBox in each lane.
+struct LaneBoxes {
+    Lanes axis[3][3], centre[3], half[3];
+    Lanes halfArea;
+};
+
+/// Four nodes of targets: where they can be hit, and how their planes run.
+struct TargetBoxes {
+    LaneBoxes box;
+    Lanes longest; ///< side
+    /// The most by which the normal of a target differs from the first axis, along each axis and at
+    /// all. So a point that goes a way in the plane of a target goes these parts of it, of what it
+    /// goes along each axis, along the first.
+    Lanes turn[3], turnAtAll;
+    /// 1 where a target has no plane, or none that says where it can be hit, else 0. It counts with
+    /// its leaf's cell, which the box of an edge that hits meets; the edge itself need not.
+    Lanes holdsCells;
+};
+
+/// Four nodes of movers, at rest: all their corners. The first axis is the longest.
+struct MoverBoxes {
+    LaneBoxes box;
+    Lanes edge[3];            ///< the greatest extent of a mover along each axis
+    Lanes bare[2];            ///< the widest stretch of the first axis without a corner, from and to
+    Lanes longest, shortest;  ///< sides
+    Lanes low[3], high[3];    ///< bounds of the normals of the movers and their neighbours
 };
 
 struct QueryTrees {
     bool triedTargets = false, triedMovers = false;
     bool targetsUsable = false;
     BoxTree targetTree;
-    Scratch<Target> target;         ///< by item
-    Scratch<TargetNode> targetNode; ///< by node
+    Scratch<Target> target;           ///< by item
+    Scratch<TargetBoxes> targetBoxes; ///< by quad
     bool moversUsable = false;
     BoxTree moverTree;
-    Scratch<Mover> mover;         ///< by item
-    Scratch<MoverNode> moverNode; ///< by node
+    Scratch<Mover> mover;           ///< by item
+    Scratch<MoverBoxes> moverBoxes; ///< by quad
 };
 
 /// The trees of a solid, with the role that is asked for filled in.
@@ -95,23 +100,27 @@ constexpr int kMostFitted = 512;
 
 inline bool IsFitted(const BoxNode& node) { return node.last - node.first <= kMostFitted; }
 
-/// Adds the corners of the topmost fitted boxes below a node.
-template <class Node>
-void AddCorners(const BoxTree& tree, const Scratch<Node>& nodes, int n, std::vector<Point3>& points)
-{
-    if (IsFitted(tree.At(n))) {
-        const auto corners = CornersOf(nodes[static_cast<std::size_t>(n)].box);
-        points.insert(points.end(), corners.begin(), corners.end());
-        return;
-    }
-    AddCorners(tree, nodes, tree.Left(n), points);
-    AddCorners(tree, nodes, tree.Right(n), points);
-}
+/// What is merged on the way up, for each node.
+struct MergedNode {
+    float bounds[6];      ///< along the coordinate axes
+    NormalBounds normals; ///< of the triangles themselves
+    OrientedBox box;      ///< the smaller of the bounds and one fitted to points
+};
 
-/// The smaller of a box along the coordinate axes and one fitted to points.
-/// @param pad  by which the second has to be wider than the points
-OrientedBox SmallerBox(const float* box, const NormalBounds& normals,
-                       const std::vector<Point3>& points, double pad);
+void ClearNode(MergedNode& node);
+
+/// Merges what two children have, all but the box.
+void MergeChildren(const BoxTree& tree, Scratch<MergedNode>& nodes, int n);
+
+/// Adds the corners of the topmost fitted boxes below a node.
+void AddCorners(const BoxTree& tree, const Scratch<MergedNode>& nodes, int n,
+                std::vector<Point3>& points);
+
+/// Fits a box to points, or takes the bounds where they are smaller.
+/// @param pad  by which the box has to be wider than the points
+void ChooseBox(MergedNode& node, const std::vector<Point3>& points, double pad);
+
+void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box);
 
 /// A triangle for the tree.
 BoxItem MakeItem(const float (*corner)[3], const float* normal, int item);

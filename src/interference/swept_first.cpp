@@ -18,9 +18,9 @@ struct SweptBox {
 /// The boxes of the swept triangles below each node.
 Scratch<SweptBox> MakeBoxes(const SOLIDC& solid, const BoxTree& tree)
 {
-    auto boxes = MakeScratch<SweptBox>(tree.node.size());
+    auto boxes = MakeScratch<SweptBox>(static_cast<std::size_t>(tree.nodeCount));
     // Children lie behind their node.
-    for (int n = static_cast<int>(tree.node.size()) - 1; n >= 0; --n) {
+    for (int n = tree.nodeCount - 1; n >= 0; --n) {
         float* box = boxes[static_cast<std::size_t>(n)].bounds;
         ClearBbox(box);
         if (tree.IsLeaf(n)) {

@@ -12,10 +12,18 @@
 namespace
 {
 
+/// A lane of TargetBoxes.
+struct TargetNode {
+    float longest, turn[3], turnAtAll;
+    bool holdsCells;
+};
+
 struct TargetBuilder {
     Scratch<Target> target;
     Scratch<HitRegion> region;
     Scratch<BoxItem> item;
+    Scratch<MergedNode> merged; ///< these two by node
+    Scratch<TargetNode> node;
     std::vector<Point3> points; ///< of one node
     int count = 0;
     double reach = 0; ///< greatest magnitude of a coordinate
@@ -69,18 +77,12 @@ void Measure(TargetBuilder& build, int& triangles, const OCTREENODE* leaf)
     }
 }
 
-/// What is merged on the way up, for each node.
-struct Merged {
-    float box[6];
-    NormalBounds normals;
-};
-
 void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const BoxNode& items,
-              TargetNode& node, Merged& merged)
+              TargetNode& node, MergedNode& merged)
 {
     for (int i = items.first; i < items.last; ++i) {
         const HitRegion& region = build.region[static_cast<std::size_t>(i)];
-        MergeBbox(merged.box, region.box);
+        MergeBbox(merged.bounds, region.box);
         if (region.corners != 3) node.holdsCells = true;
         const Target& target = trees.target[static_cast<std::size_t>(i)];
         if (!target.triangle) continue;
@@ -91,19 +93,17 @@ void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const BoxNode
     }
 }
 
-OrientedBox ChooseBox(const QueryTrees& trees, TargetBuilder& build, int n,
-                      const Merged& merged)
+void FindPoints(const QueryTrees& trees, TargetBuilder& build, int n, double& pad)
 {
     const BoxNode& items = trees.targetTree.At(n);
-    double pad = 0;
     build.points.clear();
-    if (!IsFitted(items)) AddCorners(trees.targetTree, trees.targetNode, n, build.points);
-    for (int i = items.first; IsFitted(items) && i < items.last; ++i) {
+    pad = 0;
+    if (!IsFitted(items)) return AddCorners(trees.targetTree, build.merged, n, build.points);
+    for (int i = items.first; i < items.last; ++i) {
         const HitRegion& region = build.region[static_cast<std::size_t>(i)];
         for (int c = 0; c < region.corners; ++c) build.points.push_back(CornerOf(region, c));
         pad = std::max(pad, double(region.pad));
     }
-    return SmallerBox(merged.box, merged.normals, build.points, pad);
 }
 
 /// The most that bounds of normals, less the first axis, reach along another.
@@ -119,48 +119,73 @@ double TurnAlong(const NormalBounds& normals, const float* first, const float* a
     return std::max(-low, high);
 }
 
-void ReadTurn(const QueryTrees& trees, const BoxNode& items, const NormalBounds& normals,
+void ReadTurn(const QueryTrees& trees, const BoxNode& items, const MergedNode& merged,
               TargetNode& node)
 {
     const auto widened = [&](double turn) {
         return node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
     };
-    const float* first = node.box.axis[0];
-    node.turnAtAll = widened(FarthestNormal(normals, first));
+    const float* first = merged.box.axis[0];
+    node.turnAtAll = widened(FarthestNormal(merged.normals, first));
     for (int k = 0; k < 3; ++k) {
+        const float* axis = merged.box.axis[k];
         double turn = 0;
         if (!IsFitted(items) || node.holdsCells)
-            turn = TurnAlong(normals, first, node.box.axis[k]);
+            turn = TurnAlong(merged.normals, first, axis);
         else
             for (int i = items.first; i < items.last; ++i) {
                 const float* plane = trees.target[static_cast<std::size_t>(i)].plane;
-                turn = std::max(turn, std::fabs(dot(node.box.axis[k], plane) -
-                                                dot(node.box.axis[k], first)));
+                turn = std::max(turn, std::fabs(dot(axis, plane) - dot(axis, first)));
             }
         node.turn[k] = widened(turn);
     }
 }
 
-void FillNode(QueryTrees& trees, TargetBuilder& build, Scratch<Merged>& merged, int n)
+void FillNode(QueryTrees& trees, TargetBuilder& build, int n)
 {
     const auto at = static_cast<std::size_t>(n);
     const BoxTree& tree = trees.targetTree;
-    TargetNode& node = trees.targetNode[at];
-    ClearBbox(merged[at].box);
-    ClearNormals(merged[at].normals);
+    TargetNode& node = build.node[at];
+    MergedNode& merged = build.merged[at];
+    ClearNode(merged);
     if (tree.IsLeaf(n)) {
-        ReadLeaf(trees, build, tree.At(n), node, merged[at]);
+        ReadLeaf(trees, build, tree.At(n), node, merged);
     } else {
+        MergeChildren(tree, build.merged, n);
         for (const int child : {tree.Left(n), tree.Right(n)}) {
-            const auto below = static_cast<std::size_t>(child);
-            node.longest = std::max(node.longest, trees.targetNode[below].longest);
-            if (trees.targetNode[below].holdsCells) node.holdsCells = true;
-            MergeBbox(merged[at].box, merged[below].box);
-            AddNormals(merged[at].normals, merged[below].normals.low, merged[below].normals.high);
+            const TargetNode& below = build.node[static_cast<std::size_t>(child)];
+            node.longest = std::max(node.longest, below.longest);
+            if (below.holdsCells) node.holdsCells = true;
         }
     }
-    node.box = ChooseBox(trees, build, n, merged[at]);
-    ReadTurn(trees, tree.At(n), merged[at].normals, node);
+    double pad = 0;
+    FindPoints(trees, build, n, pad);
+    ChooseBox(merged, build.points, pad);
+    ReadTurn(trees, tree.At(n), merged, node);
+}
+
+void SetLane(TargetBoxes& boxes, int lane, const TargetNode& node, const OrientedBox& box)
+{
+    SetLane(boxes.box, lane, box);
+    boxes.longest[lane] = node.longest;
+    for (int k = 0; k < 3; ++k) boxes.turn[k][lane] = node.turn[k];
+    boxes.turnAtAll[lane] = node.turnAtAll;
+    boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
+}
+
+/// Fills in the boxes of a tree that has targets.
+void BuildBoxes(QueryTrees& trees, TargetBuilder& build)
+{
+    const BoxTree& tree = trees.targetTree;
+    const auto nodes = static_cast<std::size_t>(tree.nodeCount);
+    build.merged = MakeScratch<MergedNode>(nodes);
+    build.node = MakeScratch<TargetNode>(nodes);
+    // Children lie behind their node.
+    for (int n = tree.nodeCount - 1; n >= 0; --n) FillNode(trees, build, n);
+    trees.targetBoxes = MakeScratch<TargetBoxes>(static_cast<std::size_t>(tree.quadCount));
+    VisitLanes(tree, [&](std::size_t q, int lane, std::size_t n) {
+        SetLane(trees.targetBoxes[q], lane, build.node[n], build.merged[n].box);
+    });
 }
 
 void BuildTargets(SOLIDC& solid, QueryTrees& trees)
@@ -181,11 +206,7 @@ void BuildTargets(SOLIDC& solid, QueryTrees& trees)
     if (build.count) {
         trees.target = InOrderOf(trees.targetTree, build.target);
         build.region = InOrderOf(trees.targetTree, build.region);
-        trees.targetNode = MakeScratch<TargetNode>(trees.targetTree.node.size());
-        auto merged = MakeScratch<Merged>(trees.targetTree.node.size());
-        // Children lie behind their node.
-        for (int n = static_cast<int>(trees.targetTree.node.size()) - 1; n >= 0; --n)
-            FillNode(trees, build, merged, n);
+        BuildBoxes(trees, build);
     }
     trees.targetsUsable = true;
 }
