@@ -5,7 +5,9 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <vector>
 
+#include "interference/hit_region.h"
 #include "interference/motion.h"
 #include "interference/moved_pieces.h"
 #include "interference/query_trees.h"
@@ -35,14 +37,14 @@ struct NodePair {
 
 /// Pairs whose turn comes when no likelier one has given a hit.
 struct LaterPairs {
-    int count = 0;
-    std::array<NodePair, 1024> pair;
+    std::vector<NodePair> pair;
 
-    /// @return false when there is no room
+    /// @return false when there are too many
     bool Add(const NodePair& added)
     {
-        if (count == static_cast<int>(pair.size())) return false;
-        pair[static_cast<std::size_t>(count++)] = added;
+        constexpr std::size_t kMost = 1 << 16;
+        if (pair.size() == kMost) return false;
+        pair.push_back(added);
         return true;
     }
 };
@@ -77,7 +79,9 @@ bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target)
     const Crossing crossing = EdgeCrossesPlane(edge.ends, target.triangle->corners, state);
     if (crossing == Crossing::kNone) return false;
     if (!a.octree->IntersectingBboxes(target.leaf->bbox, edge.box)) return false;
-    return crossing == Crossing::kHit || WalkLeaf(edge, target.leaf);
+    if (crossing == Crossing::kHit) return true;
+    return MayBeCarriedInto(edge.ends, target.triangle->corners, target.plane) &&
+           WalkLeaf(edge, target.leaf);
 }
 
 void PlaceMovers(Query& query, int n)
@@ -141,17 +145,47 @@ bool EndsInPlane(Query& query, int target, int mover, float height)
     return false;
 }
 
+/// The planes of the targets of a leaf, side by side.
+struct LeafPlanes {
+    Lanes normal[3]{}, d{};
+};
+
+static_assert(kItemsPerLeaf <= kLanes);
+
+/// Which planes an edge leaves alone: both ends are off them, to the same side.
+LaneMask StaysOff(const LeafPlanes& planes, const MovedEdge& edge)
+{
+    constexpr float kRounding = 1e-6f; // of these sums of floats
+    Lanes height[2], far = Abs(planes.d);
+    for (int end = 0; end < 2; ++end) {
+        height[end] = planes.d;
+        for (int r = 0; r < 3; ++r) {
+            height[end] += planes.normal[r] * edge.ends[end][r];
+            far += std::fabs(edge.ends[end][r]);
+        }
+    }
+    const Lanes room = kContact + kRounding * far;
+    return ((height[0] > room) & (height[1] > room)) | ((height[0] < -room) & (height[1] < -room));
+}
+
 bool LeavesHit(Query& query, int target, int mover)
 {
     PlaceMovers(query, mover);
     const BoxNode& items = query.targets.targetTree.At(target);
+    const Target* targets = &query.targets.target[static_cast<std::size_t>(items.first)];
+    const int count = items.last - items.first;
+    LeafPlanes planes; // of a leaf that is walked whole it is 0, which nothing stays off
+    for (int t = 0; t < count; ++t) {
+        for (int r = 0; r < 3; ++r) planes.normal[r][t] = targets[t].plane[r];
+        planes.d[t] = targets[t].plane[3];
+    }
     for (int i = 0; i < query.moved.count; ++i) {
         const MovedPieces& pieces = query.moved.pieces[i];
-        for (int e = 0; e < pieces.count; ++e)
-            for (int t = items.first; t < items.last; ++t)
-                if (EdgeHits(query.a, pieces.edge[e],
-                             query.targets.target[static_cast<std::size_t>(t)]))
-                    return true;
+        for (int e = 0; e < pieces.count; ++e) {
+            const LaneMask off = StaysOff(planes, pieces.edge[e]);
+            for (int t = 0; t < count; ++t)
+                if (!off[t] && EdgeHits(query.a, pieces.edge[e], targets[t])) return true;
+        }
     }
     return false;
 }
@@ -166,6 +200,23 @@ struct PlacedNode {
 bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge,
               float height);
 
+/// Calls `hits` with each lane that has a chance, the deepest first: where there is a hit at all it
+/// is found soonest there. @return whether one of them did
+template <class Hits>
+bool AnyLaneHits(const Chances& chances, LaneMask any, int count, Hits hits)
+{
+    std::array<int, kLanes> order;
+    int found = 0;
+    for (int lane = 0; lane < count; ++lane) {
+        if (!any[lane]) continue;
+        int at = found++;
+        for (; at > 0 && chances.depth[order[std::size_t(at - 1)]] < chances.depth[lane]; --at)
+            order[std::size_t(at)] = order[std::size_t(at - 1)];
+        order[std::size_t(at)] = lane;
+    }
+    return std::any_of(order.begin(), order.begin() + found, hits);
+}
+
 /// The targets of a quad with one mover.
 bool TargetsHit(Query& query, int quad, int moverNumber, const PlacedNode& placed)
 {
@@ -173,15 +224,13 @@ bool TargetsHit(Query& query, int quad, int moverNumber, const PlacedNode& place
         const PlacedBoxes mover = SplatLane(placed.boxes, placed.lane);
         return TargetsHit(query, quad, moverNumber, {mover, 0, true});
     }
-    const PlacedBoxes& mover = placed.boxes;
-    const Chances chances = ChancesOf(query.motion, mover,
+    const Chances chances = ChancesOf(query.motion, placed.boxes,
                                       query.targets.targetBoxes[static_cast<std::size_t>(quad)]);
     const int count = query.targets.targetTree.Quad(quad).count;
-    for (int lane = 0; lane < count; ++lane)
-        if (chances.any[lane] && PairHits(query, {NodePair::Number(quad, lane), moverNumber}, placed,
-                                          chances.onEdge[lane] != 0, chances.height[lane]))
-            return true;
-    return false;
+    return AnyLaneHits(chances, chances.any, count, [&](int lane) {
+        return PairHits(query, {NodePair::Number(quad, lane), moverNumber}, placed,
+                        chances.onEdge[lane] != 0, chances.height[lane]);
+    });
 }
 
 /// One target with the movers of a quad.
@@ -195,14 +244,11 @@ bool MoversHit(Query& query, int targetNumber, int quad)
         SplatLane(query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(targetNumber))],
                   NodePair::LaneOf(targetNumber));
     const Chances chances = ChancesOf(query.motion, placed, target);
-    const LaneMask any = chances.any & present;
     const int count = query.movers.moverTree.Quad(quad).count;
-    for (int lane = 0; lane < count; ++lane)
-        if (any[lane] &&
-            PairHits(query, {targetNumber, NodePair::Number(quad, lane)}, {placed, lane, false},
-                     chances.onEdge[lane] != 0, chances.height[lane]))
-            return true;
-    return false;
+    return AnyLaneHits(chances, chances.any & present, count, [&](int lane) {
+        return PairHits(query, {targetNumber, NodePair::Number(quad, lane)}, {placed, lane, false},
+                        chances.onEdge[lane] != 0, chances.height[lane]);
+    });
 }
 
 /// Goes on with those pairs of nodes that have a chance. Each step goes down two levels of one
@@ -247,12 +293,12 @@ bool PassHits(Query& query, Pass pass)
 {
     query.moved.leaf = -1;
     query.onEdges = true;
-    query.later.count = 0;
+    query.later.pair.clear();
     SetPass(query.motion, pass);
     if (MoversHit(query, 0, 0)) return true;
     query.onEdges = false;
-    for (int i = 0; i < query.later.count; ++i)
-        if (LaterPairHits(query, query.later.pair[static_cast<std::size_t>(i)])) return true;
+    for (const NodePair& pair : query.later.pair)
+        if (LaterPairHits(query, pair)) return true;
     return false;
 }
 
@@ -274,7 +320,7 @@ int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTr
                   const Motion& motion)
 {
     MoverLeaf moved;
-    LaterPairs later; // without a start value, for its size
+    LaterPairs later;
     Query query{a, b, targets, movers, moved, later, motion};
     if (PassHits(query, Pass::kEnd)) return 1;
     return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));

@@ -113,6 +113,32 @@ bool CalcHitRegion(const float (*corners)[3], const float* plane, double reach, 
     return true;
 }
 
+bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const float* plane)
+{
+    constexpr double kFrom = -1.001, kTo = 2.001; // of the way from the first end to the second
+    double reach = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        for (int i = 0; i < 2; ++i)
+            reach = std::max(reach, 3 * std::fabs(double(edge[i][axis])));
+        for (int i = 0; i < 3; ++i) reach = std::max(reach, std::fabs(double(corners[i][axis])));
+    }
+    // What of the way is inside all three sides.
+    double from = kFrom, to = kTo;
+    for (int i = 0; i < 3; ++i) {
+        const SideLine side = MakeSide(corners, plane, i, 4 * kRounding * reach);
+        Vector first{}, way{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            first[axis] = double(edge[0][axis]) - corners[0][axis];
+            way[axis] = double(edge[1][axis]) - edge[0][axis];
+        }
+        const double start = side.offset - Dot(side.c, first), climb = Dot(side.c, way);
+        if (climb > 0) to = std::min(to, start / climb);
+        if (climb < 0) from = std::max(from, start / climb);
+        if (climb == 0 && start < 0) return false;
+    }
+    return from <= to;
+}
+
 void SetToBox(HitRegion& region, const float* box)
 {
     std::copy_n(box, 6, region.box);

@@ -18,6 +18,10 @@ struct HitRegion {
 /// @return false when the triangle is too thin for its floats to say where its hits may lie
 bool CalcHitRegion(const float (*corners)[3], const float* plane, double reach, HitRegion& region);
 
+/// Whether an edge that is judged by the crossing point of a triangle before may hit this one: such
+/// a point lies on the edge, or off its ends by its own length at the most.
+bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const float* plane);
+
 /// Makes a region of a box alone.
 void SetToBox(HitRegion& region, const float* box);
 

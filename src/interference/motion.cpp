@@ -245,6 +245,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
     const Sight sight = See(motion, movers, targets);
     const Lanes none{};
     LaneMask apart{}, beside{};
+    Lanes depth = Splat(HUGE_VALF);
     for (int k = 0; k < 3; ++k) {
         Lanes reach = targets.box.half[k] + sight.sway[k];
         for (int i = 0; i < 3; ++i) reach += movers.half[i] * Abs(sight.cosine[k][i]);
@@ -256,6 +257,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
                                       sight.overSide * targets.turnAtAll);
         beside |= gap > none;
         apart |= gap > most;
+        depth = Smaller(depth, -gap);
     }
     Chances chances;
     if (AllOf(apart)) {
@@ -271,6 +273,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
                            motion.scale * targets.turnAtAll;
         beside |= gap > none;
         apart |= gap > movers.beyond[i] + sight.overSide * seen;
+        depth = Smaller(depth, -gap);
     }
     chances.height = targets.box.half[0] +
                      Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
@@ -278,5 +281,6 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
     apart |= beside & ~MayEndInPlane(movers, targets, sight, chances.height);
     chances.any = ~apart;
     chances.onEdge = ~beside;
+    chances.depth = depth;
     return chances;
 }

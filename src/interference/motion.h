@@ -63,6 +63,7 @@ struct Chances {
     /// Where an end of an edge must lie that is to hit beside itself: so high over the centre of
     /// the target's box, along its first axis, at the most, up or down.
     Lanes height;
+    Lanes depth; ///< the least way by which they would have to be moved apart, along the axes seen
 };
 Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets);
 
