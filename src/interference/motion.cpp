@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "interference/tests.h"
 #include "solid/bbox.h"
 
 namespace
@@ -48,12 +49,10 @@ double FarthestIn(const LaneBoxes& boxes, int r)
     return far;
 }
 
-/// How far the half way reaches along a direction.
+/// How far half the way reaches along a direction.
 Lanes Sway(const Motion& motion, const Lanes* direction)
 {
-    if (motion.pass != Pass::kWalls) return Lanes{};
-    return Abs(direction[0]) * motion.half[0] + Abs(direction[1]) * motion.half[1] +
-           Abs(direction[2]) * motion.half[2];
+    return motion.pass == Pass::kWalls ? Abs(Dot(motion.halfWay, direction)) : Lanes{};
 }
 
 void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
@@ -73,7 +72,8 @@ void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& pl
         }
         const Lanes sway = Sway(motion, placed.axis[i]);
         placed.extent[i] = all + sway + motion.scale * motion.room;
-        placed.beyond[i] = one + sway + sway;
+        placed.beyond[i] = one;
+        placed.swayOn[i] = sway + sway;
     }
 }
 
@@ -84,11 +84,11 @@ void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& pl
 void PlaceLengths(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
 {
     const Lanes none{};
-    placed.longest = motion.scale * boxes.longest + motion.extraLength + motion.room;
+    placed.longest = motion.scale * boxes.longest + motion.room;
     Lanes shortest = motion.leastScale * boxes.shortest * (1 - kRounding) - 2 * motion.room;
     if (motion.pass == Pass::kWalls) shortest = none;
     placed.besideSides = shortest > none ? kSideReach / shortest : Splat(HUGE_VALF);
-    placed.besideEdges = Smaller(0.5f * placed.longest,
+    placed.besideEdges = Smaller(0.5f * (placed.longest + motion.extraLength),
                                  shortest > kMostSphere ? kSphereProduct / shortest
                                                         : Splat(kSphereReach));
 }
@@ -114,7 +114,7 @@ LaneMask MeetBox(const Motion& motion, const PlacedBoxes& placed, const float* b
 {
     LaneMask apart{};
     for (int r = 0; r < 3; ++r) {
-        Lanes reach = motion.half[r];
+        Lanes reach = Abs(motion.halfWay[r]);
         for (int i = 0; i < 3; ++i) reach += placed.half[i] * Abs(placed.axis[i][r]);
         reach += motion.room + kRounding * reach;
         apart |= (placed.centre[r] - reach > box[r + 3]) | (placed.centre[r] + reach < box[r]);
@@ -124,10 +124,24 @@ LaneMask MeetBox(const Motion& motion, const PlacedBoxes& placed, const float* b
 
 /// How far off a target, along its plane, parallel segments can lie that count as crossing: the end
 /// of an edge beside a side, or the end of a side inside the sphere over an edge.
-Lanes OverSide(const PlacedBoxes& movers, const TargetBoxes& targets)
+Lanes OverSide(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets)
 {
     return Larger(Larger(Smaller(movers.besideSides, 0.5f * targets.longest), movers.besideEdges),
-                  targets.holdsCells * movers.longest);
+                  targets.holdsCells * (movers.longest + motion.extraLength));
+}
+
+/// By what part of the length that walls add to an edge a hit can lie beyond its end. A crossing
+/// point lies beyond an end by the part that the end's height over the plane is of the difference
+/// of both ends' heights. So if all planes are steep to the motion it is small.
+Lanes PartBeyond(const Motion& motion, const TargetBoxes& targets, const Lanes* edge)
+{
+    const Lanes one = Splat(1);
+    if (motion.pass != Pass::kWalls) return one;
+    Lanes climb = Abs(Dot(motion.way, targets.box.axis[0])) - edge[0] - motion.room;
+    for (int k = 0; k < 3; ++k)
+        climb -= targets.turn[k] * (Abs(Dot(motion.way, targets.box.axis[k])) + edge[k]);
+    const Lanes most = 2 * (kContact + motion.room);
+    return climb > most + most ? most / climb : one;
 }
 
 /// How nodes lie to each other, pair by pair.
@@ -136,9 +150,10 @@ struct Sight {
     Lanes rounding;     ///< of what is computed from that
     Lanes cosine[3][3]; ///< of each axis of the targets' boxes with each of the movers'
     Lanes sway[3];      ///< along the axes of the targets' boxes
-    Lanes edge[3];      ///< how far an edge goes along them
+    Lanes partBeyond;
+    Lanes edge[3];      ///< how far a hit can lie beyond the end of an edge, along them
     Lanes overSide;
-    Lanes turned;       ///< how far one goes along the first if it lies in the plane of a target
+    Lanes turned;       ///< how far along the first, if all lies in the plane of a target
 };
 
 Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets)
@@ -152,32 +167,42 @@ Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& ta
     sight.rounding += motion.room;
     for (int k = 0; k < 3; ++k) {
         sight.sway[k] = Sway(motion, targets.box.axis[k]);
-        sight.edge[k] = sight.sway[k] + sight.sway[k];
+        sight.edge[k] = Lanes{};
         for (int i = 0; i < 3; ++i) {
             sight.cosine[k][i] = Dot(targets.box.axis[k], movers.axis[i]);
             sight.edge[k] += Abs(sight.cosine[k][i]) * movers.edge[i];
         }
     }
-    sight.overSide = OverSide(movers, targets);
-    sight.turned =
-        Smaller(movers.longest * targets.turnAtAll, Dot(sight.edge, targets.turn));
+    sight.partBeyond = PartBeyond(motion, targets, sight.edge);
+    for (int k = 0; k < 3; ++k) sight.edge[k] += 2 * sight.partBeyond * sight.sway[k];
+    sight.overSide = OverSide(motion, movers, targets);
+    sight.turned = Smaller(
+        (movers.longest + sight.partBeyond * motion.extraLength) * targets.turnAtAll,
+        Dot(sight.edge, targets.turn));
     return sight;
 }
 
 /// Whether a corner can lie so near the planes of targets as a hit beside an edge asks for.
-LaneMask MayEndInPlane(const PlacedBoxes& movers, const TargetBoxes& targets, const Sight& sight,
-                       Lanes height)
+LaneMask MayEndInPlane(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets,
+                       const Sight& sight, Lanes height)
 {
-    const Lanes centre = Dot(sight.apart, targets.box.axis[0]), along = sight.cosine[0][0],
+    const Lanes middle = Dot(sight.apart, targets.box.axis[0]), along = sight.cosine[0][0],
                 half = movers.half[0];
-    const Lanes across = height + sight.sway[0] + kRounding * half +
+    const Lanes across = height + kRounding * (half + sight.sway[0]) +
                          (1 + kRounding) * (movers.half[1] * Abs(sight.cosine[0][1]) +
                                             movers.half[2] * Abs(sight.cosine[0][2]));
-    const auto meets = [&](Lanes from, Lanes to) {
+    const auto meets = [&](Lanes centre, Lanes from, Lanes to) {
         const Lanes a = centre + from * along, b = centre + to * along;
         return (from <= to) & ~(Smaller(a, b) > across) & ~(Larger(a, b) < -across);
     };
-    return meets(-half, Smaller(movers.bare[0], half)) | meets(Larger(movers.bare[1], -half), half);
+    const auto mayEnd = [&](Lanes centre) {
+        return meets(centre, -half, Smaller(movers.bare[0], half)) |
+               meets(centre, Larger(movers.bare[1], -half), half);
+    };
+    if (motion.pass != Pass::kWalls) return mayEnd(middle);
+    // The edges of walls end where the motion starts and where it ends.
+    const Lanes way = Dot(motion.halfWay, targets.box.axis[0]);
+    return mayEnd(middle - way) | mayEnd(middle + way);
 }
 
 } // namespace
@@ -217,7 +242,7 @@ void SetPass(Motion& motion, Pass pass)
     for (int r = 0; r < 3; ++r) {
         motion.middle[r] =
             motion.start[r] + (walls ? 0.5f : pass == Pass::kEnd ? 1.0f : 0.0f) * motion.way[r];
-        motion.half[r] = (walls ? 0.5f : 0.0f) * Abs(motion.way[r]);
+        motion.halfWay[r] = (walls ? 0.5f : 0.0f) * motion.way[r];
         square += double(motion.way[r][0]) * motion.way[r][0];
     }
     motion.extraLength = Splat(walls ? RoundUp(std::sqrt(square) * (1 + kPlaced)) : 0);
@@ -272,13 +297,13 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
         const Lanes seen = Abs(sight.cosine[1][i]) + Abs(sight.cosine[2][i]) +
                            motion.scale * targets.turnAtAll;
         beside |= gap > none;
-        apart |= gap > movers.beyond[i] + sight.overSide * seen;
+        apart |= gap > movers.beyond[i] + sight.partBeyond * movers.swayOn[i] + sight.overSide * seen;
         depth = Smaller(depth, -gap);
     }
     chances.height = targets.box.half[0] +
                      Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
                      kRounding * targets.box.half[0];
-    apart |= beside & ~MayEndInPlane(movers, targets, sight, chances.height);
+    apart |= beside & ~MayEndInPlane(motion, movers, targets, sight, chances.height);
     chances.any = ~apart;
     chances.onEdge = ~beside;
     chances.depth = depth;

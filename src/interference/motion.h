@@ -23,9 +23,10 @@ struct Motion {
     Lanes bend;       ///< the most by which products of axes differ from those at rest
     bool isSwept;
     Pass pass;
-    // Ends of edges lie at `middle`, give or take `half`, of the way.
-    Lanes middle[3], half[3];
-    Lanes extraLength; ///< of walls over their edges; 0 in the other passes
+    Lanes middle[3]; ///< where the origin is, give or take half the way in the pass of the walls
+    // In the other passes 0:
+    Lanes halfWay[3];
+    Lanes extraLength; ///< of walls over their edges
 };
 
 /// Nodes of movers where a pass has them: boxes of all ends of edges, which any affine motion makes
@@ -35,9 +36,10 @@ struct PlacedBoxes {
     Lanes axis[3][3];       ///< where the motion takes those of the box
     Lanes half[3], edge[3]; ///< half extent along each, and the greatest extent of an edge
     Lanes extent[3];        ///< of all edges along an axis, in units of its length
-    Lanes beyond[3];        ///< what hits beyond their ends add to it
+    Lanes beyond[3];        ///< what hits beyond the ends of edges at rest add to it,
+    Lanes swayOn[3];        ///< and those beyond the ends of walls' edges besides
     Lanes bare[2];
-    Lanes longest; ///< edge
+    Lanes longest; ///< edge, without what walls add
     // How far off each other parallel segments can lie: an end of an edge beside a side, and an end
     // of a side beside an edge.
     Lanes besideSides, besideEdges;
