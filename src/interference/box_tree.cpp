@@ -19,9 +19,11 @@ namespace
 {
 
 constexpr int kDimensions = 6; ///< three of the place, three of the normal
-constexpr int kBins = 8;
+constexpr int kMostBins = 8;
+constexpr int kFew = 32; ///< items for which fewer bins do
+constexpr double kLeastTurn = 0.1; ///< of normals for a cut between them to be worth a try
 constexpr double kFlat = 1e-6;     ///< the least part of all spreads that one counts as
-constexpr int kSample = 512;       ///< larger nodes are judged by about so many of their items
+constexpr int kSample = 128;       ///< larger nodes are judged by about so many of their items
 constexpr int kDeepestChoice = 48; ///< below it nodes are halved, so that the depth is bounded
 
 using Items = std::span<BoxItem>;
@@ -83,46 +85,64 @@ struct Cut {
     double cost = HUGE_VAL;
 };
 
-struct Scale {
-    double low, factor;
-    int BinOf(double value) const { return std::clamp(int((value - low) * factor), 0, kBins - 1); }
+/// The items of a node, or some of them, by their place along one coordinate.
+struct Bins {
+    double low = HUGE_VAL, high = -HUGE_VAL, scale = 0;
+    std::array<Moments, kMostBins> bin{};
+
+    void Widen(double value)
+    {
+        low = std::min(low, value);
+        high = std::max(high, value);
+    }
+    Moments& At(double value, int count)
+    {
+        return bin[static_cast<std::size_t>(std::clamp(int((value - low) * scale), 0, count - 1))];
+    }
 };
 
-void TryCuts(Items items, std::size_t step, int dimension, double low, double high, Cut& best)
+void TryCuts(const Bins& bins, int dimension, std::size_t count, Cut& best)
 {
-    if (!(high > low)) return;
-    const Scale scale{low, kBins / (high - low)};
-    std::array<Moments, kBins> bin{}, below{};
-    for (std::size_t i = 0; i < items.size(); i += step)
-        bin[static_cast<std::size_t>(scale.BinOf(Coordinate(items[i], dimension)))].Add(
-            items[i], items[0].corner[0]);
-    for (std::size_t b = 1; b < kBins; ++b) {
+    std::array<Moments, kMostBins> below{};
+    for (std::size_t b = 1; b < count; ++b) {
         below[b] = below[b - 1];
-        below[b].Merge(bin[b - 1]);
+        below[b].Merge(bins.bin[b - 1]);
     }
     Moments above;
-    for (std::size_t b = kBins - 1; b > 0; --b) {
-        above.Merge(bin[b]);
-        if (bin[b].count == 0 && b + 1 < kBins) continue;
-        if (above.count == 0 || below[b].count == 0) continue;
+    for (std::size_t b = count - 1; b > 0; --b) {
+        above.Merge(bins.bin[b]);
+        if (bins.bin[b].count == 0 || below[b].count == 0) continue;
         const double cost = CostOf(above) + CostOf(below[b]);
-        if (cost < best.cost) best = {dimension, low + double(b) / scale.factor, cost};
+        if (cost < best.cost) best = {dimension, bins.low + double(b) / bins.scale, cost};
     }
 }
 
 Cut ChooseCut(Items items)
 {
-    Cut best;
+    std::array<Bins, kDimensions> bins;
+    const int count = items.size() > kFew ? kMostBins : kMostBins / 2;
     const std::size_t step = 1 + items.size() / kSample;
-    for (int dimension = 0; dimension < kDimensions; ++dimension) {
-        double low = HUGE_VAL, high = -HUGE_VAL;
-        for (std::size_t i = 0; i < items.size(); i += step) {
-            const double value = Coordinate(items[i], dimension);
-            low = std::min(low, value);
-            high = std::max(high, value);
-        }
-        TryCuts(items, step, dimension, low, high, best);
+    for (std::size_t i = 0; i < items.size(); i += step)
+        for (int d = 0; d < kDimensions; ++d)
+            bins[static_cast<std::size_t>(d)].Widen(Coordinate(items[i], d));
+    std::array<int, kDimensions> wide;
+    int wideCount = 0;
+    for (int d = 0; d < kDimensions; ++d) {
+        Bins& one = bins[static_cast<std::size_t>(d)];
+        if (!(one.high - one.low > (d < 3 ? 0 : kLeastTurn))) continue;
+        one.scale = count / (one.high - one.low);
+        wide[static_cast<std::size_t>(wideCount++)] = d;
     }
+    const auto dimensions = std::span(wide).first(static_cast<std::size_t>(wideCount));
+    for (std::size_t i = 0; i < items.size(); i += step) {
+        Moments moments;
+        moments.Add(items[i], items[0].corner[0]);
+        for (const int d : dimensions)
+            bins[static_cast<std::size_t>(d)].At(Coordinate(items[i], d), count).Merge(moments);
+    }
+    Cut best;
+    for (const int d : dimensions)
+        TryCuts(bins[static_cast<std::size_t>(d)], d, static_cast<std::size_t>(count), best);
     return best;
 }
 

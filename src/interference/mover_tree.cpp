@@ -101,62 +101,66 @@ void ReadLeaf(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items
     }
 }
 
-/// The greatest extents of a mover along the axes of the box.
-void MeasureExtents(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
-                    const OrientedBox& box, MoverNode& node)
-{
-    for (int axis = 0; axis < 3; ++axis) {
-        double extent = 0;
-        for (int i = items.first; i < items.last; ++i)
-            VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
-                        [&](std::span<const float[3]> points) {
-                            double low = HUGE_VAL, high = -HUGE_VAL;
-                            for (const auto& point : points) {
-                                const double height = dot(box.axis[axis], point);
-                                low = std::min(low, height);
-                                high = std::max(high, height);
-                            }
-                            extent = std::max(extent, high - low);
-                        });
-        // The axes are not at right angles to the last bit.
-        node.edge[axis] = RoundUp(extent + 1e-6 * node.longest);
-    }
-}
-
-/// Finds the widest stretch without a corner by the borders of bins: long triangles in rows leave
-/// most of a node bare.
-void MeasureBare(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
-                 const OrientedBox& box, MoverNode& node)
-{
+/// The corners of a node along the first axis of its box, sorted into bins.
+struct Occupied {
     struct Bin {
         double low = HUGE_VAL, high = -HUGE_VAL;
     };
-    std::array<Bin, 32> bins;
-    const int most = static_cast<int>(bins.size()) - 1;
-    const float* axis = box.axis[0];
-    const double half = box.half[0], scale = double(bins.size()) / (2 * half);
-    for (int i = items.first; i < items.last; ++i)
-        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
-                    [&](std::span<const float[3]> points) {
-                        for (const auto& point : points) {
-                            const double height = dot(axis, point) - dot(axis, box.centre);
-                            const int at = ClampToInt((height + half) * scale, 0, most);
-                            Bin& bin = bins[static_cast<std::size_t>(at)];
-                            bin.low = std::min(bin.low, height);
-                            bin.high = std::max(bin.high, height);
-                        }
-                    });
-    double last = -half;
-    for (const Bin& bin : bins) {
+    double half, scale;
+    std::array<Bin, 32> bins{};
+
+    explicit Occupied(double half) : half(half), scale(double(bins.size()) / (2 * half)) {}
+
+    void Add(double height)
+    {
+        const int most = static_cast<int>(bins.size()) - 1;
+        Bin& bin =
+            bins[static_cast<std::size_t>(ClampToInt((height + half) * scale, 0, most))];
+        bin.low = std::min(bin.low, height);
+        bin.high = std::max(bin.high, height);
+    }
+};
+
+/// Finds the widest stretch without a corner: long triangles in rows leave most of a node bare.
+void ReadBare(const Occupied& occupied, MoverNode& node)
+{
+    double last = -occupied.half;
+    // The axes are not at right angles to the last bit.
+    const double room = 1e-6 * (node.longest + occupied.half);
+    for (const Occupied::Bin& bin : occupied.bins) {
         if (!(bin.low <= bin.high)) continue;
-        // The axes are not at right angles to the last bit.
-        const double room = 1e-6 * (node.longest + half);
         if (bin.low - last > node.bare[1] - node.bare[0] + 2 * room) {
             node.bare[0] = RoundUp(last + room);
             node.bare[1] = RoundDown(bin.low - room);
         }
         last = bin.high;
     }
+}
+
+/// What lies how along the axes of the box: the greatest extents of a mover, and the bare stretch.
+void Measure(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
+             const OrientedBox& box, MoverNode& node)
+{
+    double extent[3] = {};
+    Occupied occupied(box.half[0]);
+    const double centre = dot(box.axis[0], box.centre);
+    for (int i = items.first; i < items.last; ++i)
+        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
+                    [&](std::span<const float[3]> points) {
+                        for (int axis = 0; axis < 3; ++axis) {
+                            double low = HUGE_VAL, high = -HUGE_VAL;
+                            for (const auto& point : points) {
+                                const double height = dot(box.axis[axis], point);
+                                low = std::min(low, height);
+                                high = std::max(high, height);
+                                if (axis == 0) occupied.Add(height - centre);
+                            }
+                            extent[axis] = std::max(extent[axis], high - low);
+                        }
+                    });
+    for (int axis = 0; axis < 3; ++axis)
+        node.edge[axis] = RoundUp(extent[axis] + 1e-6 * node.longest);
+    ReadBare(occupied, node);
 }
 
 struct MoverBuilder {
@@ -204,8 +208,7 @@ void FillNode(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, int n
     std::swap(merged.box.half[0], merged.box.half[longest]);
     std::fill_n(node.edge, 3, node.longest);
     if (!IsFitted(tree.At(n))) return;
-    MeasureExtents(solid, trees, tree.At(n), merged.box, node);
-    MeasureBare(solid, trees, tree.At(n), merged.box, node);
+    Measure(solid, trees, tree.At(n), merged.box, node);
 }
 
 void SetLane(MoverBoxes& boxes, int lane, const MoverNode& node, const OrientedBox& box)

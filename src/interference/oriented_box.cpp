@@ -61,11 +61,14 @@ void ChooseOthers(const Point3& normal, std::span<const Point3> points, const Po
     for (double& x : p) x /= length;
     const Point3 q = Cross(normal, p);
     double pp = 0, pq = 0, qq = 0;
-    for (const Point3& point : points) {
+    // Some of many tell as much as all.
+    constexpr std::size_t kSample = 256;
+    const std::size_t step = 1 + points.size() / kSample;
+    for (std::size_t n = 0; n < points.size(); n += step) {
         double a = 0, b = 0;
         for (std::size_t i = 0; i < 3; ++i) {
-            a += (point[i] - middle[i]) * p[i];
-            b += (point[i] - middle[i]) * q[i];
+            a += (points[n][i] - middle[i]) * p[i];
+            b += (points[n][i] - middle[i]) * q[i];
         }
         pp += a * a, pq += a * b, qq += b * b;
     }

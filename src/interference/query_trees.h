@@ -96,7 +96,7 @@ struct SideLength {
 SideLength LengthOf(const float* a, const float* b);
 
 /// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
-constexpr int kMostFitted = 512;
+constexpr int kMostFitted = 4096;
 
 inline bool IsFitted(const BoxNode& node) { return node.last - node.first <= kMostFitted; }
 
