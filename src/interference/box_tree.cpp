@@ -192,7 +192,7 @@ int BuildQuads(BoxTree& tree, int n);
 
 void AddToQuad(BoxTree& tree, int q, int n)
 {
-    const int below = tree.IsLeaf(n) ? 0 : BuildQuads(tree, n);
+    const int below = tree.IsLeaf(n) ? -tree.leafCount++ : BuildQuads(tree, n);
     BoxQuad& quad = tree.quad[static_cast<std::size_t>(q)];
     quad.node[quad.count] = n;
     quad.below[quad.count++] = below;

@@ -29,11 +29,11 @@ struct BoxNode {
 struct BoxQuad {
     std::int32_t count;
     std::int32_t node[4];
-    std::int32_t below[4]; ///< the quad below each, or 0 for a leaf
+    std::int32_t below[4]; ///< the quad below each, or for a leaf its number, negative or 0
 };
 
 struct BoxTree {
-    int itemCount = 0, nodeCount = 0, quadCount = 0;
+    int itemCount = 0, nodeCount = 0, quadCount = 0, leafCount = 0;
     Scratch<BoxNode> node;
     Scratch<BoxQuad> quad;
     Scratch<std::int32_t> item; ///< the caller's numbers, those of a node side by side

@@ -7,24 +7,16 @@
 #include <cstring>
 #include <vector>
 
-#include "interference/hit_region.h"
 #include "interference/motion.h"
+#include "interference/mover_leaf.h"
 #include "interference/moved_pieces.h"
 #include "interference/query_trees.h"
 #include "interference/swept_first.h"
-#include "interference/tests.h"
 #include "solid/bbox.h"
 #include "sweep/define.h"
 
 namespace
 {
-
-/// The movers of one leaf of the tree, with the edges that the walk would come by.
-struct MoverLeaf {
-    int leaf = -1;
-    int count = 0;
-    MovedPieces pieces[kItemsPerLeaf];
-};
 
 /// Two nodes, each by its quad and lane.
 struct NodePair {
@@ -60,61 +52,6 @@ struct Query {
     bool onEdges = true; ///< leave pairs for later that can hit beside edges only
 };
 
-/// The walk over the chain of one leaf, as it stands.
-bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
-{
-    CrossingState state;
-    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle))
-        if (EdgeCrossesTriangle(edge.ends, triangle->corners, state)) return true;
-    return false;
-}
-
-bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target)
-{
-    if (!target.triangle)
-        return a.octree->IntersectingBboxes(target.leaf->bbox, edge.box) &&
-               WalkLeaf(edge, target.leaf);
-    CrossingState state;
-    std::memcpy(state.plane, target.plane, sizeof target.plane);
-    const Crossing crossing = EdgeCrossesPlane(edge.ends, target.triangle->corners, state);
-    if (crossing == Crossing::kNone) return false;
-    if (!a.octree->IntersectingBboxes(target.leaf->bbox, edge.box)) return false;
-    if (crossing == Crossing::kHit) return true;
-    return MayBeCarriedInto(edge.ends, target.triangle->corners, target.plane) &&
-           WalkLeaf(edge, target.leaf);
-}
-
-void PlaceMovers(Query& query, int n)
-{
-    MoverLeaf& moved = query.moved;
-    if (moved.leaf == n) return;
-    moved.leaf = n;
-    const BoxNode& items = query.movers.moverTree.At(n);
-    moved.count = items.last - items.first;
-    const float* box = query.a.octree->root->bbox;
-    for (int i = 0; i < moved.count; ++i) {
-        const Mover& mover = query.movers.mover[static_cast<std::size_t>(items.first + i)];
-        if (query.motion.pass == Pass::kWalls)
-            CollectWallEdges(query.b, mover, box, moved.pieces[i]);
-        else
-            CollectOwnEdges(query.b, mover, query.motion.pass == Pass::kStart, box, moved.pieces[i]);
-    }
-}
-
-/// A node as it is asked about: its number, and where what is below it lies.
-struct Place {
-    int number;
-    int below; ///< quad, or 0 for a leaf
-    int leaf;  ///< node of the tree, where it is one
-};
-
-Place PlaceAt(const BoxTree& tree, int number)
-{
-    const BoxQuad& quad = tree.Quad(NodePair::QuadOf(number));
-    const int lane = NodePair::LaneOf(number);
-    return {number, quad.below[lane], quad.node[lane]};
-}
-
 /// Copies one lane into all of them, of a record made of lanes alone.
 template <class Record>
 Record SplatLane(const Record& from, int lane)
@@ -127,69 +64,6 @@ Record SplatLane(const Record& from, int lane)
     return to;
 }
 
-/// Whether an edge of a leaf ends where it must, to hit beside itself.
-bool EndsInPlane(Query& query, int target, int mover, float height)
-{
-    PlaceMovers(query, mover);
-    const int lane = NodePair::LaneOf(target);
-    const LaneBoxes& box =
-        query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(target))].box;
-    for (int i = 0; i < query.moved.count; ++i)
-        for (int e = 0; e < query.moved.pieces[i].count; ++e)
-            for (const auto& end : query.moved.pieces[i].edge[e].ends) {
-                double above = 0;
-                for (int r = 0; r < 3; ++r)
-                    above += (double(end[r]) - box.centre[r][lane]) * box.axis[0][r][lane];
-                if (std::fabs(above) <= height) return true;
-            }
-    return false;
-}
-
-/// The planes of the targets of a leaf, side by side.
-struct LeafPlanes {
-    Lanes normal[3]{}, d{};
-};
-
-static_assert(kItemsPerLeaf <= kLanes);
-
-/// Which planes an edge leaves alone: both ends are off them, to the same side.
-LaneMask StaysOff(const LeafPlanes& planes, const MovedEdge& edge)
-{
-    constexpr float kRounding = 1e-6f; // of these sums of floats
-    Lanes height[2], far = Abs(planes.d);
-    for (int end = 0; end < 2; ++end) {
-        height[end] = planes.d;
-        for (int r = 0; r < 3; ++r) {
-            height[end] += planes.normal[r] * edge.ends[end][r];
-            far += std::fabs(edge.ends[end][r]);
-        }
-    }
-    const Lanes room = kContact + kRounding * far;
-    return ((height[0] > room) & (height[1] > room)) | ((height[0] < -room) & (height[1] < -room));
-}
-
-bool LeavesHit(Query& query, int target, int mover)
-{
-    PlaceMovers(query, mover);
-    const BoxNode& items = query.targets.targetTree.At(target);
-    const Target* targets = &query.targets.target[static_cast<std::size_t>(items.first)];
-    const int count = items.last - items.first;
-    LeafPlanes planes; // of a leaf that is walked whole it is 0, which nothing stays off
-    for (int t = 0; t < count; ++t) {
-        for (int r = 0; r < 3; ++r) planes.normal[r][t] = targets[t].plane[r];
-        planes.d[t] = targets[t].plane[3];
-    }
-    for (int i = 0; i < query.moved.count; ++i) {
-        const MovedPieces& pieces = query.moved.pieces[i];
-        for (int e = 0; e < pieces.count; ++e) {
-            const LaneMask off = StaysOff(planes, pieces.edge[e]);
-            for (int t = 0; t < count; ++t)
-                if (!off[t] && EdgeHits(query.a, pieces.edge[e], targets[t])) return true;
-        }
-    }
-    return false;
-}
-
 /// A mover where the pass has it: a lane of some boxes, or all of them.
 struct PlacedNode {
     const PlacedBoxes& boxes;
@@ -197,8 +71,7 @@ struct PlacedNode {
     bool inAll;
 };
 
-bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge,
-              float height);
+bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge);
 
 /// Calls `hits` with each lane that has a chance, the deepest first: where there is a hit at all it
 /// is found soonest there. @return whether one of them did
@@ -229,7 +102,7 @@ bool TargetsHit(Query& query, int quad, int moverNumber, const PlacedNode& place
     const int count = query.targets.targetTree.Quad(quad).count;
     return AnyLaneHits(chances, chances.any, count, [&](int lane) {
         return PairHits(query, {NodePair::Number(quad, lane), moverNumber}, placed,
-                        chances.onEdge[lane] != 0, chances.height[lane]);
+                        chances.onEdge[lane] != 0);
     });
 }
 
@@ -247,34 +120,38 @@ bool MoversHit(Query& query, int targetNumber, int quad)
     const int count = query.movers.moverTree.Quad(quad).count;
     return AnyLaneHits(chances, chances.any & present, count, [&](int lane) {
         return PairHits(query, {targetNumber, NodePair::Number(quad, lane)}, {placed, lane, false},
-                        chances.onEdge[lane] != 0, chances.height[lane]);
+                        chances.onEdge[lane] != 0);
     });
 }
 
-/// Goes on with those pairs of nodes that have a chance. Each step goes down two levels of one
-/// tree, so the depth is that of both, a hundred at the most.
-bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge,
-              float height)
+/// Goes on with a pair of nodes that has a chance. Each step goes down two levels of one tree, so the
+/// depth is that of both, a hundred at the most.
+bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge)
 {
     if (!onEdge && query.onEdges && query.later.Add(pair)) return false;
-    const Place target = PlaceAt(query.targets.targetTree, pair.target),
-                moving = PlaceAt(query.movers.moverTree, pair.mover);
-    if (!moving.below) {
-        if (!onEdge && !EndsInPlane(query, pair.target, moving.leaf, height)) return false;
-        if (!target.below) return LeavesHit(query, target.leaf, moving.leaf);
+    const int targetQuad = NodePair::QuadOf(pair.target), targetLane = NodePair::LaneOf(pair.target),
+              moverLane = NodePair::LaneOf(pair.mover);
+    const BoxQuad& moving = query.movers.moverTree.Quad(NodePair::QuadOf(pair.mover));
+    if (moving.below[moverLane] <= 0) {
+        PlaceEdges(query.a, query.b, query.movers, query.motion, moving.node[moverLane],
+                   query.moved);
+        return EdgesHit(query.a, query.targets, query.moved, targetQuad, targetLane,
+                        query.motion.room[0], onEdge);
     }
-    const TargetBoxes& targets =
-        query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(pair.target))];
-    const int lane = NodePair::LaneOf(pair.target);
+    const TargetBoxes& targets = query.targets.targetBoxes[static_cast<std::size_t>(targetQuad)];
+    const int below = query.targets.targetTree.Quad(targetQuad).below[targetLane];
+    // Of flat targets, movers that have no end in their plane are soon told.
     constexpr float kThin = 0.01f;
-    const bool thin = !onEdge && targets.box.half[0][lane] +
-                                         mover.boxes.longest[mover.lane] * targets.turnAtAll[lane] <
+    const bool thin = !onEdge && targets.box.half[0][targetLane] +
+                                         mover.boxes.longest[mover.lane] *
+                                             targets.turnAtAll[targetLane] <
                                      kThin;
-    if (!moving.below ||
-        (target.below && !thin && targets.box.halfArea[lane] > mover.boxes.halfArea[mover.lane]))
-        return TargetsHit(query, target.below, pair.mover, mover);
-    return MoversHit(query, pair.target, moving.below);
+    if (below > 0 && !thin &&
+        targets.box.halfArea[targetLane] > mover.boxes.halfArea[mover.lane])
+        return TargetsHit(query, below, pair.mover, mover);
+    return MoversHit(query, pair.target, moving.below[moverLane]);
 }
+
 /// A pair that was left for later.
 bool LaterPairHits(Query& query, const NodePair& pair)
 {
@@ -282,16 +159,12 @@ bool LaterPairHits(Query& query, const NodePair& pair)
     PlaceBoxes(query.motion,
                query.movers.moverBoxes[static_cast<std::size_t>(NodePair::QuadOf(pair.mover))],
                query.a.octree->root->bbox, placed);
-    const PlacedBoxes mover = SplatLane(placed, NodePair::LaneOf(pair.mover));
-    const TargetBoxes target =
-        SplatLane(query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(pair.target))],
-                  NodePair::LaneOf(pair.target));
-    return PairHits(query, pair, {mover, 0, true}, false, ChancesOf(query.motion, mover, target).height[0]);
+    return PairHits(query, pair, {placed, NodePair::LaneOf(pair.mover), false}, false);
 }
 
 bool PassHits(Query& query, Pass pass)
 {
-    query.moved.leaf = -1;
+    query.moved.node = -1;
     query.onEdges = true;
     query.later.pair.clear();
     SetPass(query.motion, pass);

@@ -183,6 +183,7 @@ Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& ta
 }
 
 /// Whether a corner can lie so near the planes of targets as a hit beside an edge asks for.
+/// @param height  over the centre of the target's box, along its first axis, up or down
 LaneMask MayEndInPlane(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets,
                        const Sight& sight, Lanes height)
 {
@@ -300,10 +301,10 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
         apart |= gap > movers.beyond[i] + sight.partBeyond * movers.swayOn[i] + sight.overSide * seen;
         depth = Smaller(depth, -gap);
     }
-    chances.height = targets.box.half[0] +
+    const Lanes height = targets.box.half[0] +
                      Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
                      kRounding * targets.box.half[0];
-    apart |= beside & ~MayEndInPlane(motion, movers, targets, sight, chances.height);
+    apart |= beside & ~MayEndInPlane(motion, movers, targets, sight, height);
     chances.any = ~apart;
     chances.onEdge = ~beside;
     chances.depth = depth;

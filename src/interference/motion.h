@@ -62,9 +62,6 @@ LaneMask PlaceBoxes(const Motion& motion, const MoverBoxes& boxes, const float* 
 struct Chances {
     LaneMask any;    ///< at all
     LaneMask onEdge; ///< by any point; else by one beyond an end, or beside a side that is parallel
-    /// Where an end of an edge must lie that is to hit beside itself: so high over the centre of
-    /// the target's box, along its first axis, at the most, up or down.
-    Lanes height;
     Lanes depth; ///< the least way by which they would have to be moved apart, along the axes seen
 };
 Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets);

@@ -106,16 +106,14 @@ struct Occupied {
     struct Bin {
         double low = HUGE_VAL, high = -HUGE_VAL;
     };
-    double half, scale;
-    std::array<Bin, 32> bins{};
-
-    explicit Occupied(double half) : half(half), scale(double(bins.size()) / (2 * half)) {}
+    static constexpr int kCount = 32;
+    double half;
+    std::array<Bin, kCount> bins{};
 
     void Add(double height)
     {
-        const int most = static_cast<int>(bins.size()) - 1;
-        Bin& bin =
-            bins[static_cast<std::size_t>(ClampToInt((height + half) * scale, 0, most))];
+        const int at = ClampToInt((height + half) * kCount / (2 * half), 0, kCount - 1);
+        Bin& bin = bins[static_cast<std::size_t>(at)];
         bin.low = std::min(bin.low, height);
         bin.high = std::max(bin.high, height);
     }
@@ -142,7 +140,7 @@ void Measure(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
              const OrientedBox& box, MoverNode& node)
 {
     double extent[3] = {};
-    Occupied occupied(box.half[0]);
+    Occupied occupied{box.half[0]};
     const double centre = dot(box.axis[0], box.centre);
     for (int i = items.first; i < items.last; ++i)
         VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],

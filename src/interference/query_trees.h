@@ -59,12 +59,19 @@ struct MoverBoxes {
     Lanes low[3], high[3];    ///< bounds of the normals of the movers and their neighbours
 };
 
+/// The planes of the targets of a leaf, side by side; 0 for a leaf of the octree.
+struct LeafPlanes {
+    Lanes normal[3], d;
+};
+static_assert(kItemsPerLeaf <= kLanes);
+
 struct QueryTrees {
     bool triedTargets = false, triedMovers = false;
     bool targetsUsable = false;
     BoxTree targetTree;
     Scratch<Target> target;           ///< by item
     Scratch<TargetBoxes> targetBoxes; ///< by quad
+    Scratch<LeafPlanes> leafPlanes;   ///< by leaf
     bool moversUsable = false;
     BoxTree moverTree;
     Scratch<Mover> mover;           ///< by item

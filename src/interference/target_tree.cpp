@@ -173,7 +173,16 @@ void SetLane(TargetBoxes& boxes, int lane, const TargetNode& node, const Oriente
     boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
 }
 
-/// Fills in the boxes of a tree that has targets.
+void SetPlanes(const QueryTrees& trees, const BoxNode& leaf, LeafPlanes& planes)
+{
+    for (int lane = 0; lane < leaf.last - leaf.first; ++lane) {
+        const float* plane = trees.target[static_cast<std::size_t>(leaf.first + lane)].plane;
+        for (int r = 0; r < 3; ++r) planes.normal[r][lane] = plane[r];
+        planes.d[lane] = plane[3];
+    }
+}
+
+/// Fills in the boxes and planes of a tree that has targets.
 void BuildBoxes(QueryTrees& trees, TargetBuilder& build)
 {
     const BoxTree& tree = trees.targetTree;
@@ -183,8 +192,12 @@ void BuildBoxes(QueryTrees& trees, TargetBuilder& build)
     // Children lie behind their node.
     for (int n = tree.nodeCount - 1; n >= 0; --n) FillNode(trees, build, n);
     trees.targetBoxes = MakeScratch<TargetBoxes>(static_cast<std::size_t>(tree.quadCount));
+    trees.leafPlanes = MakeScratch<LeafPlanes>(static_cast<std::size_t>(tree.leafCount));
     VisitLanes(tree, [&](std::size_t q, int lane, std::size_t n) {
         SetLane(trees.targetBoxes[q], lane, build.node[n], build.merged[n].box);
+        const int below = tree.quad[q].below[lane];
+        if (below <= 0)
+            SetPlanes(trees, tree.node[n], trees.leafPlanes[static_cast<std::size_t>(-below)]);
     });
 }
 

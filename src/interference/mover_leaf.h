@@ -1,0 +1,30 @@
+// Where a query has come down to a leaf of movers: their edges, each where it is, against what
+// targets there are below a node.
+#ifndef SCAPI_INTERFERENCE_MOVER_LEAF_H
+#define SCAPI_INTERFERENCE_MOVER_LEAF_H
+
+#include "interference/edge_chances.h"
+#include "interference/motion.h"
+#include "interference/moved_pieces.h"
+#include "interference/query_trees.h"
+
+/// The movers of one leaf of the tree, with the edges that the walk would come by.
+struct MoverLeaf {
+    int node = -1; ///< of the tree
+    int count = 0;
+    MovedEdge edge[kItemsPerLeaf * 9];
+    bool splat = false; ///< whether the lanes are filled in
+    LaneEdge lanes[kItemsPerLeaf * 9];
+};
+
+/// Fills in the edges of a leaf for the pass of a motion, if they are not there already.
+void PlaceEdges(const SOLIDC& a, const SOLIDC& b, const QueryTrees& movers, const Motion& motion,
+                int node, MoverLeaf& leaf);
+
+/// Whether one of the edges hits a target of a lane of a quad, or below.
+/// @param room    for rounding of the coordinates
+/// @param onEdge  as Chances have it
+bool EdgesHit(const SOLIDC& a, const QueryTrees& targets, MoverLeaf& leaf, int quad, int lane,
+              float room, bool onEdge);
+
+#endif
