@@ -20,7 +20,7 @@ namespace
 
 constexpr int kDimensions = 6; ///< three of the place, three of the normal
 constexpr int kMostBins = 8;
-constexpr int kFew = 32; ///< items for which fewer bins do
+constexpr int kFew = 32;           ///< items for which fewer bins do
 constexpr double kLeastTurn = 0.1; ///< of normals for a cut between them to be worth a try
 constexpr double kFlat = 1e-6;     ///< the least part of all spreads that one counts as
 constexpr int kSample = 128;       ///< larger nodes are judged by about so many of their items

@@ -54,7 +54,8 @@ void VisitLanes(const BoxTree& tree, Set set)
 {
     for (int q = 0; q < tree.quadCount; ++q)
         for (int lane = 0; lane < tree.Quad(q).count; ++lane)
-            set(static_cast<std::size_t>(q), lane, static_cast<std::size_t>(tree.Quad(q).node[lane]));
+            set(static_cast<std::size_t>(q), lane,
+                static_cast<std::size_t>(tree.Quad(q).node[lane]));
 }
 
 /// Moves an array into the order of the tree, so that what belongs to a node lies side by side.

@@ -12,9 +12,9 @@ constexpr float kRounding = 4e-6f; ///< of sums of some products of floats, rela
 
 /// How an edge lies to the boxes of targets, along their axes.
 struct EdgeSight {
-    Lanes apart[3];   ///< of its middle from their centres
-    Lanes half[3];    ///< half of the edge
-    Lanes reach[3];   ///< without signs
+    Lanes apart[3]; ///< of its middle from their centres
+    Lanes half[3];  ///< half of the edge
+    Lanes reach[3]; ///< without signs
     Lanes rounding;
     Lanes overSide;   ///< see motion.cpp
     Lanes partBeyond; ///< by what part of its length a hit can lie beyond an end, see motion.cpp
@@ -36,8 +36,7 @@ EdgeSight See(const LaneEdge& edge, const TargetBoxes& targets)
         sight.reach[k] = Abs(sight.half[k]);
         turned += 2 * sight.reach[k] * targets.turn[k];
     }
-    const Lanes climb = 2 * sight.reach[0] - turned - edge.room,
-                most = 2 * (kContact + edge.room);
+    const Lanes climb = 2 * sight.reach[0] - turned - edge.room, most = 2 * (kContact + edge.room);
     sight.partBeyond = climb > most + most ? most / climb : Splat(1);
     sight.turned = sight.partBeyond * Smaller(edge.length * targets.turnAtAll, turned);
     sight.overSide =
@@ -64,7 +63,8 @@ void KeepToEdge(EdgeSight& sight, const TargetBoxes& targets)
 
 LaneEdge SplatEdge(const float (*ends)[3], float room)
 {
-    // As in motion.cpp: ends beside sides by 0.0127 / u and v / 2, the other way 0.0064 / u and u / 2.
+    // As in motion.cpp: ends beside sides by 0.0127 / u and v / 2, the other way 0.0064 / u and u
+    // / 2.
     constexpr float kSideReach = 0.0127f, kSphereProduct = 0.0064f;
     LaneEdge edge;
     double square = 0;

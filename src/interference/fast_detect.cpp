@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "interference/motion.h"
-#include "interference/mover_leaf.h"
 #include "interference/moved_pieces.h"
+#include "interference/mover_leaf.h"
 #include "interference/query_trees.h"
 #include "interference/swept_first.h"
 #include "solid/bbox.h"
@@ -29,14 +29,18 @@ struct NodePair {
 
 /// Pairs whose turn comes when no likelier one has given a hit.
 struct LaterPairs {
-    std::vector<NodePair> pair;
+    struct Entry {
+        NodePair pair;
+        Pass pass;
+    };
+    std::vector<Entry> entry;
 
     /// @return false when there are too many
-    bool Add(const NodePair& added)
+    bool Add(const NodePair& pair, Pass pass)
     {
         constexpr std::size_t kMost = 1 << 16;
-        if (pair.size() == kMost) return false;
-        pair.push_back(added);
+        if (entry.size() == kMost) return false;
+        entry.push_back({pair, pass});
         return true;
     }
 };
@@ -48,8 +52,19 @@ struct Query {
     const QueryTrees& movers;
     MoverLeaf& moved;
     LaterPairs& later;
-    Motion motion;
+    const std::array<Motion, kPasses>& motions; ///< by pass
+    Pass pass;
     bool onEdges = true; ///< leave pairs for later that can hit beside edges only
+
+    const Motion& MotionNow() const { return motions[static_cast<std::size_t>(pass)]; }
+    const MoverBoxes& MoversOf(int quad) const
+    {
+        return movers.moverBoxes[static_cast<std::size_t>(quad)];
+    }
+    const TargetBoxes& TargetsOf(int quad) const
+    {
+        return targets.targetBoxes[static_cast<std::size_t>(quad)];
+    }
 };
 
 /// Copies one lane into all of them, of a record made of lanes alone.
@@ -72,6 +87,9 @@ struct PlacedNode {
 };
 
 bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge);
+
+/// Asks about all edges of a pair of nodes, each kind where it is.
+bool PassesHit(Query& query, const NodePair& pair);
 
 /// Calls `hits` with each lane that has a chance, the deepest first: where there is a hit at all it
 /// is found soonest there. @return whether one of them did
@@ -97,8 +115,7 @@ bool TargetsHit(Query& query, int quad, int moverNumber, const PlacedNode& place
         const PlacedBoxes mover = SplatLane(placed.boxes, placed.lane);
         return TargetsHit(query, quad, moverNumber, {mover, 0, true});
     }
-    const Chances chances = ChancesOf(query.motion, placed.boxes,
-                                      query.targets.targetBoxes[static_cast<std::size_t>(quad)]);
+    const Chances chances = ChancesOf(query.MotionNow(), placed.boxes, query.TargetsOf(quad));
     const int count = query.targets.targetTree.Quad(quad).count;
     return AnyLaneHits(chances, chances.any, count, [&](int lane) {
         return PairHits(query, {NodePair::Number(quad, lane), moverNumber}, placed,
@@ -111,12 +128,10 @@ bool MoversHit(Query& query, int targetNumber, int quad)
 {
     PlacedBoxes placed;
     const LaneMask present =
-        PlaceBoxes(query.motion, query.movers.moverBoxes[static_cast<std::size_t>(quad)],
-                   query.a.octree->root->bbox, placed);
+        PlaceBoxes(query.MotionNow(), query.MoversOf(quad), query.a.octree->root->bbox, placed);
     const TargetBoxes target =
-        SplatLane(query.targets.targetBoxes[static_cast<std::size_t>(NodePair::QuadOf(targetNumber))],
-                  NodePair::LaneOf(targetNumber));
-    const Chances chances = ChancesOf(query.motion, placed, target);
+        SplatLane(query.TargetsOf(NodePair::QuadOf(targetNumber)), NodePair::LaneOf(targetNumber));
+    const Chances chances = ChancesOf(query.MotionNow(), placed, target);
     const int count = query.movers.moverTree.Quad(quad).count;
     return AnyLaneHits(chances, chances.any & present, count, [&](int lane) {
         return PairHits(query, {targetNumber, NodePair::Number(quad, lane)}, {placed, lane, false},
@@ -124,54 +139,77 @@ bool MoversHit(Query& query, int targetNumber, int quad)
     });
 }
 
-/// Goes on with a pair of nodes that has a chance. Each step goes down two levels of one tree, so the
-/// depth is that of both, a hundred at the most.
+/// Goes on with a pair of nodes that has a chance. Each step goes down two levels of one tree, so
+/// the depth is that of both, a hundred at the most.
 bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge)
 {
-    if (!onEdge && query.onEdges && query.later.Add(pair)) return false;
-    const int targetQuad = NodePair::QuadOf(pair.target), targetLane = NodePair::LaneOf(pair.target),
-              moverLane = NodePair::LaneOf(pair.mover);
+    if (!onEdge && query.onEdges && query.pass != Pass::kWhole && query.later.Add(pair, query.pass))
+        return false;
+    const int targetQuad = NodePair::QuadOf(pair.target),
+              targetLane = NodePair::LaneOf(pair.target), moverLane = NodePair::LaneOf(pair.mover);
     const BoxQuad& moving = query.movers.moverTree.Quad(NodePair::QuadOf(pair.mover));
-    if (moving.below[moverLane] <= 0) {
-        PlaceEdges(query.a, query.b, query.movers, query.motion, moving.node[moverLane],
+    const bool leaf = moving.below[moverLane] <= 0;
+    constexpr float kLarge = 2.5f; // in half extents
+    if (query.pass == Pass::kWhole &&
+        (leaf || mover.boxes.half[0][mover.lane] < kLarge * query.MotionNow().extraLength[0]))
+        return PassesHit(query, pair);
+    if (leaf) {
+        PlaceEdges(query.a, query.b, query.movers, query.MotionNow(), moving.node[moverLane],
                    query.moved);
         return EdgesHit(query.a, query.targets, query.moved, targetQuad, targetLane,
-                        query.motion.room[0], onEdge);
+                        query.MotionNow().room[0], onEdge);
     }
-    const TargetBoxes& targets = query.targets.targetBoxes[static_cast<std::size_t>(targetQuad)];
+    const TargetBoxes& targets = query.TargetsOf(targetQuad);
     const int below = query.targets.targetTree.Quad(targetQuad).below[targetLane];
     // Of flat targets, movers that have no end in their plane are soon told.
     constexpr float kThin = 0.01f;
-    const bool thin = !onEdge && targets.box.half[0][targetLane] +
-                                         mover.boxes.longest[mover.lane] *
-                                             targets.turnAtAll[targetLane] <
-                                     kThin;
-    if (below > 0 && !thin &&
-        targets.box.halfArea[targetLane] > mover.boxes.halfArea[mover.lane])
+    const bool thin =
+        !onEdge && targets.box.half[0][targetLane] +
+                           mover.boxes.longest[mover.lane] * targets.turnAtAll[targetLane] <
+                       kThin;
+    if (below > 0 && !thin && targets.box.halfArea[targetLane] > mover.boxes.halfArea[mover.lane])
         return TargetsHit(query, below, pair.mover, mover);
     return MoversHit(query, pair.target, moving.below[moverLane]);
 }
 
-/// A pair that was left for later.
-bool LaterPairHits(Query& query, const NodePair& pair)
+void StartPass(Query& query, Pass pass)
 {
+    if (query.pass != pass) query.moved.node = -1;
+    query.pass = pass;
+}
+
+/// A pair that was left for later.
+bool LaterPairHits(Query& query, const NodePair& pair, Pass pass)
+{
+    StartPass(query, pass);
     PlacedBoxes placed;
-    PlaceBoxes(query.motion,
-               query.movers.moverBoxes[static_cast<std::size_t>(NodePair::QuadOf(pair.mover))],
+    PlaceBoxes(query.MotionNow(), query.MoversOf(NodePair::QuadOf(pair.mover)),
                query.a.octree->root->bbox, placed);
     return PairHits(query, pair, {placed, NodePair::LaneOf(pair.mover), false}, false);
 }
 
-bool PassHits(Query& query, Pass pass)
+/// Looks at a pair in a pass of its own.
+bool PairHitsIn(Query& query, const NodePair& pair, Pass pass)
 {
-    query.moved.node = -1;
-    query.onEdges = true;
-    query.later.pair.clear();
-    SetPass(query.motion, pass);
-    if (MoversHit(query, 0, 0)) return true;
-    query.onEdges = false;
-    for (const NodePair& pair : query.later.pair)
-        if (LaterPairHits(query, pair)) return true;
+    StartPass(query, pass);
+    const int lane = NodePair::LaneOf(pair.mover);
+    PlacedBoxes placed;
+    const LaneMask present =
+        PlaceBoxes(query.MotionNow(), query.MoversOf(NodePair::QuadOf(pair.mover)),
+                   query.a.octree->root->bbox, placed);
+    if (!present[lane]) return false;
+    const TargetBoxes target =
+        SplatLane(query.TargetsOf(NodePair::QuadOf(pair.target)), NodePair::LaneOf(pair.target));
+    const Chances chances = ChancesOf(query.MotionNow(), placed, target);
+    return chances.any[lane] &&
+           PairHits(query, pair, {placed, lane, false}, chances.onEdge[lane] != 0);
+}
+
+bool PassesHit(Query& query, const NodePair& pair)
+{
+    for (const Pass pass : {Pass::kEnd, Pass::kStart, Pass::kWalls})
+        if (PairHitsIn(query, pair, pass)) return true;
+    query.pass = Pass::kWhole;
     return false;
 }
 
@@ -194,9 +232,19 @@ int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTr
 {
     MoverLeaf moved;
     LaterPairs later;
-    Query query{a, b, targets, movers, moved, later, motion};
-    if (PassHits(query, Pass::kEnd)) return 1;
-    return b.isSwept && (PassHits(query, Pass::kStart) || PassHits(query, Pass::kWalls));
+    std::array<Motion, kPasses> motions;
+    for (const Pass pass : {Pass::kEnd, Pass::kStart, Pass::kWalls, Pass::kWhole}) {
+        if (pass != Pass::kEnd && !b.isSwept) break;
+        motions[static_cast<std::size_t>(pass)] = motion;
+        SetPass(motions[static_cast<std::size_t>(pass)], pass);
+    }
+    Query query{a,     b,     targets, movers,
+                moved, later, motions, b.isSwept ? Pass::kWhole : Pass::kEnd};
+    if (MoversHit(query, 0, 0)) return 1;
+    query.onEdges = false;
+    for (const auto& [pair, pass] : later.entry)
+        if (LaterPairHits(query, pair, pass)) return 1;
+    return 0;
 }
 
 } // namespace

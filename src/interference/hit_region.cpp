@@ -118,8 +118,7 @@ bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const f
     constexpr double kFrom = -1.001, kTo = 2.001; // of the way from the first end to the second
     double reach = 0;
     for (int axis = 0; axis < 3; ++axis) {
-        for (int i = 0; i < 2; ++i)
-            reach = std::max(reach, 3 * std::fabs(double(edge[i][axis])));
+        for (int i = 0; i < 2; ++i) reach = std::max(reach, 3 * std::fabs(double(edge[i][axis])));
         for (int i = 0; i < 3; ++i) reach = std::max(reach, std::fabs(double(corners[i][axis])));
     }
     // What of the way is inside all three sides.

@@ -52,7 +52,7 @@ double FarthestIn(const LaneBoxes& boxes, int r)
 /// How far half the way reaches along a direction.
 Lanes Sway(const Motion& motion, const Lanes* direction)
 {
-    return motion.pass == Pass::kWalls ? Abs(Dot(motion.halfWay, direction)) : Lanes{};
+    return motion.hasWalls ? Abs(Dot(motion.halfWay, direction)) : Lanes{};
 }
 
 void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
@@ -86,11 +86,11 @@ void PlaceLengths(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& pl
     const Lanes none{};
     placed.longest = motion.scale * boxes.longest + motion.room;
     Lanes shortest = motion.leastScale * boxes.shortest * (1 - kRounding) - 2 * motion.room;
-    if (motion.pass == Pass::kWalls) shortest = none;
+    if (motion.hasWalls) shortest = none;
     placed.besideSides = shortest > none ? kSideReach / shortest : Splat(HUGE_VALF);
-    placed.besideEdges = Smaller(0.5f * (placed.longest + motion.extraLength),
-                                 shortest > kMostSphere ? kSphereProduct / shortest
-                                                        : Splat(kSphereReach));
+    placed.besideEdges =
+        Smaller(0.5f * (placed.longest + motion.extraLength),
+                shortest > kMostSphere ? kSphereProduct / shortest : Splat(kSphereReach));
 }
 
 /// Which nodes can hold what a pass is about, by how their normals and those of their neighbours
@@ -136,7 +136,7 @@ Lanes OverSide(const Motion& motion, const PlacedBoxes& movers, const TargetBoxe
 Lanes PartBeyond(const Motion& motion, const TargetBoxes& targets, const Lanes* edge)
 {
     const Lanes one = Splat(1);
-    if (motion.pass != Pass::kWalls) return one;
+    if (!motion.hasWalls) return one;
     Lanes climb = Abs(Dot(motion.way, targets.box.axis[0])) - edge[0] - motion.room;
     for (int k = 0; k < 3; ++k)
         climb -= targets.turn[k] * (Abs(Dot(motion.way, targets.box.axis[k])) + edge[k]);
@@ -151,9 +151,9 @@ struct Sight {
     Lanes cosine[3][3]; ///< of each axis of the targets' boxes with each of the movers'
     Lanes sway[3];      ///< along the axes of the targets' boxes
     Lanes partBeyond;
-    Lanes edge[3];      ///< how far a hit can lie beyond the end of an edge, along them
+    Lanes edge[3]; ///< how far a hit can lie beyond the end of an edge, along them
     Lanes overSide;
-    Lanes turned;       ///< how far along the first, if all lies in the plane of a target
+    Lanes turned; ///< how far along the first, if all lies in the plane of a target
 };
 
 Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets)
@@ -176,9 +176,9 @@ Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& ta
     sight.partBeyond = PartBeyond(motion, targets, sight.edge);
     for (int k = 0; k < 3; ++k) sight.edge[k] += 2 * sight.partBeyond * sight.sway[k];
     sight.overSide = OverSide(motion, movers, targets);
-    sight.turned = Smaller(
-        (movers.longest + sight.partBeyond * motion.extraLength) * targets.turnAtAll,
-        Dot(sight.edge, targets.turn));
+    sight.turned =
+        Smaller((movers.longest + sight.partBeyond * motion.extraLength) * targets.turnAtAll,
+                Dot(sight.edge, targets.turn));
     return sight;
 }
 
@@ -200,7 +200,7 @@ LaneMask MayEndInPlane(const Motion& motion, const PlacedBoxes& movers, const Ta
         return meets(centre, -half, Smaller(movers.bare[0], half)) |
                meets(centre, Larger(movers.bare[1], -half), half);
     };
-    if (motion.pass != Pass::kWalls) return mayEnd(middle);
+    if (!motion.hasWalls) return mayEnd(middle);
     // The edges of walls end where the motion starts and where it ends.
     const Lanes way = Dot(motion.halfWay, targets.box.axis[0]);
     return mayEnd(middle - way) | mayEnd(middle + way);
@@ -238,11 +238,13 @@ bool IsModerate(const Motion& motion)
 void SetPass(Motion& motion, Pass pass)
 {
     motion.pass = pass;
-    const bool walls = pass == Pass::kWalls;
+    const bool walls = motion.hasWalls = pass == Pass::kWalls || pass == Pass::kWhole;
     double square = 0;
     for (int r = 0; r < 3; ++r) {
-        motion.middle[r] =
-            motion.start[r] + (walls ? 0.5f : pass == Pass::kEnd ? 1.0f : 0.0f) * motion.way[r];
+        motion.middle[r] = motion.start[r] + (walls                ? 0.5f
+                                              : pass == Pass::kEnd ? 1.0f
+                                                                   : 0.0f) *
+                                                 motion.way[r];
         motion.halfWay[r] = (walls ? 0.5f : 0.0f) * motion.way[r];
         square += double(motion.way[r][0]) * motion.way[r][0];
     }
@@ -263,7 +265,7 @@ LaneMask PlaceBoxes(const Motion& motion, const MoverBoxes& boxes, const float* 
     PlaceExtents(motion, boxes, placed);
     PlaceLengths(motion, boxes, placed);
     const LaneMask meets = MeetBox(motion, placed, box);
-    return motion.isSwept ? meets & TakesPart(motion, boxes) : meets;
+    return motion.isSwept && motion.pass != Pass::kWhole ? meets & TakesPart(motion, boxes) : meets;
 }
 
 Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets)
@@ -275,12 +277,12 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
     for (int k = 0; k < 3; ++k) {
         Lanes reach = targets.box.half[k] + sight.sway[k];
         for (int i = 0; i < 3; ++i) reach += movers.half[i] * Abs(sight.cosine[k][i]);
-        const Lanes gap = Abs(Dot(sight.apart, targets.box.axis[k])) - reach - sight.rounding -
-                          kRounding * reach;
+        const Lanes gap =
+            Abs(Dot(sight.apart, targets.box.axis[k])) - reach - sight.rounding - kRounding * reach;
         // Where the hit is off the edge, an end of it lies in the target's plane, as the hit does.
-        const Lanes most = k ? sight.edge[k] + sight.overSide
-                             : Larger(Smaller(sight.edge[0], sight.turned),
-                                      sight.overSide * targets.turnAtAll);
+        const Lanes most =
+            k ? sight.edge[k] + sight.overSide
+              : Larger(Smaller(sight.edge[0], sight.turned), sight.overSide * targets.turnAtAll);
         beside |= gap > none;
         apart |= gap > most;
         depth = Smaller(depth, -gap);
@@ -295,15 +297,16 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
         for (int k = 0; k < 3; ++k) reach += targets.box.half[k] * Abs(sight.cosine[k][i]);
         const Lanes gap = Abs(Dot(sight.apart, movers.axis[i])) - reach -
                           motion.scale * sight.rounding - kRounding * reach;
-        const Lanes seen = Abs(sight.cosine[1][i]) + Abs(sight.cosine[2][i]) +
-                           motion.scale * targets.turnAtAll;
+        const Lanes seen =
+            Abs(sight.cosine[1][i]) + Abs(sight.cosine[2][i]) + motion.scale * targets.turnAtAll;
         beside |= gap > none;
-        apart |= gap > movers.beyond[i] + sight.partBeyond * movers.swayOn[i] + sight.overSide * seen;
+        apart |=
+            gap > movers.beyond[i] + sight.partBeyond * movers.swayOn[i] + sight.overSide * seen;
         depth = Smaller(depth, -gap);
     }
     const Lanes height = targets.box.half[0] +
-                     Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
-                     kRounding * targets.box.half[0];
+                         Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
+                         kRounding * targets.box.half[0];
     apart |= beside & ~MayEndInPlane(motion, movers, targets, sight, height);
     chances.any = ~apart;
     chances.onEdge = ~beside;

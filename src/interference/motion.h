@@ -5,26 +5,30 @@
 #include "interference/query_trees.h"
 #include "scapi/solid.h"
 
-/// A query goes through the movers up to three times, each time for other edges of theirs.
+/// A query of a moving solid goes through the movers once for all, as long as they are large
+/// against the way; and from there on up to three times, each time for other edges of theirs.
 enum class Pass {
-    kStart, ///< own edges of trailing triangles, at the start
-    kEnd,   ///< own edges of all others, at the end
-    kWalls  ///< edges of the walls between the two
+    kEnd,   ///< own edges of all triangles that do not trail, at the end
+    kStart, ///< own edges of those that do, at the start
+    kWalls, ///< edges of the walls between the two
+    kWhole  ///< all of them
 };
+constexpr int kPasses = 4;
 
 /// The motion as bounds need it, and what of it matters to a pass. All lanes are alike.
 struct Motion {
     Lanes m[3][3], start[3];
-    Lanes way[3]; ///< of all points, from start to end
+    Lanes way[3];       ///< of all points, from start to end
     Lanes direction[3]; ///< sweepDirection
-    Lanes room;       ///< for rounding of placed vertices, and of what is computed from them
-    Lanes scale;      ///< the most by which a length can grow
-    Lanes leastScale; ///< the least, or 0
-    Lanes bend;       ///< the most by which products of axes differ from those at rest
+    Lanes room;         ///< for rounding of placed vertices, and of what is computed from them
+    Lanes scale;        ///< the most by which a length can grow
+    Lanes leastScale;   ///< the least, or 0
+    Lanes bend;         ///< the most by which products of axes differ from those at rest
     bool isSwept;
     Pass pass;
-    Lanes middle[3]; ///< where the origin is, give or take half the way in the pass of the walls
-    // In the other passes 0:
+    bool hasWalls;   ///< among the edges of the pass
+    Lanes middle[3]; ///< where the origin is, give or take half the way if there are walls
+    // Without walls 0:
     Lanes halfWay[3];
     Lanes extraLength; ///< of walls over their edges
 };

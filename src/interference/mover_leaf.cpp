@@ -59,10 +59,10 @@ struct Against {
 
     bool HitsLeaf(const BoxNode& items, int leaf) const
     {
-        const LaneMask off =
-            StaysOff(targets.leafPlanes[static_cast<std::size_t>(leaf)], edge);
+        const LaneMask off = StaysOff(targets.leafPlanes[static_cast<std::size_t>(leaf)], edge);
         for (int t = items.first; t < items.last; ++t)
-            if (!off[t - items.first] && EdgeHits(a, edge, targets.target[static_cast<std::size_t>(t)]))
+            if (!off[t - items.first] &&
+                EdgeHits(a, edge, targets.target[static_cast<std::size_t>(t)]))
                 return true;
         return false;
     }

@@ -53,10 +53,10 @@ struct TargetBoxes {
 /// Four nodes of movers, at rest: all their corners. The first axis is the longest.
 struct MoverBoxes {
     LaneBoxes box;
-    Lanes edge[3];            ///< the greatest extent of a mover along each axis
-    Lanes bare[2];            ///< the widest stretch of the first axis without a corner, from and to
-    Lanes longest, shortest;  ///< sides
-    Lanes low[3], high[3];    ///< bounds of the normals of the movers and their neighbours
+    Lanes edge[3];           ///< the greatest extent of a mover along each axis
+    Lanes bare[2];           ///< the widest stretch of the first axis without a corner, from and to
+    Lanes longest, shortest; ///< sides
+    Lanes low[3], high[3];   ///< bounds of the normals of the movers and their neighbours
 };
 
 /// The planes of the targets of a leaf, side by side; 0 for a leaf of the octree.

@@ -47,8 +47,7 @@ struct Search {
 
     void Find(const float* box, int n)
     {
-        if (!BboxesMeet(box, boxes[static_cast<std::size_t>(n)].bounds, solid.tolerance))
-            return;
+        if (!BboxesMeet(box, boxes[static_cast<std::size_t>(n)].bounds, solid.tolerance)) return;
         if (!tree.IsLeaf(n)) {
             Find(box, tree.Left(n));
             Find(box, tree.Right(n));
