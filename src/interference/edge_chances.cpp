@@ -15,6 +15,7 @@ struct EdgeSight {
     Lanes apart[3]; ///< of its middle from their centres
     Lanes half[3];  ///< half of the edge
     Lanes reach[3]; ///< without signs
+    Lanes cosine[3];
     Lanes rounding;
     Lanes overSide;   ///< see motion.cpp
     Lanes partBeyond; ///< by what part of its length a hit can lie beyond an end, see motion.cpp
@@ -33,15 +34,20 @@ EdgeSight See(const LaneEdge& edge, const TargetBoxes& targets)
     for (int k = 0; k < 3; ++k) {
         sight.apart[k] = Dot(apart, targets.box.axis[k]);
         sight.half[k] = Dot(edge.half, targets.box.axis[k]);
+        sight.cosine[k] = Dot(edge.unit, targets.box.axis[k]);
         sight.reach[k] = Abs(sight.half[k]);
         turned += 2 * sight.reach[k] * targets.turn[k];
     }
     const Lanes climb = 2 * sight.reach[0] - turned - edge.room, most = 2 * (kContact + edge.room);
     sight.partBeyond = climb > most + most ? most / climb : Splat(1);
     sight.turned = sight.partBeyond * Smaller(edge.length * targets.turnAtAll, turned);
-    sight.overSide =
-        Larger(Larger(Smaller(edge.besideSides, 0.5f * targets.longest), edge.besideEdge),
-               targets.holdsCells * edge.length);
+    Lanes side = edge.across;
+    for (int k = 0; k < 3; ++k) side += Abs(sight.cosine[k]) * targets.side[k];
+    const Lanes beside = Smaller(4 * edge.across, 0.5f * Smaller(side, targets.longest));
+    // Parallel segments are only looked for in the plane, which a steep edge is not in.
+    sight.overSide = climb > most + most ? Lanes{}
+                                         : Larger(Larger(beside, edge.besideEdge),
+                                                  targets.holdsCells * edge.length);
     return sight;
 }
 
@@ -63,9 +69,7 @@ void KeepToEdge(EdgeSight& sight, const TargetBoxes& targets)
 
 LaneEdge SplatEdge(const float (*ends)[3], float room)
 {
-    // As in motion.cpp: ends beside sides by 0.0127 / u and v / 2, the other way 0.0064 / u and u
-    // / 2.
-    constexpr float kSideReach = 0.0127f, kSphereProduct = 0.0064f;
+    constexpr float kAcross = 0.0033f, kSphereProduct = 0.0064f; // as in motion.cpp
     LaneEdge edge;
     double square = 0;
     for (int r = 0; r < 3; ++r) {
@@ -79,7 +83,7 @@ LaneEdge SplatEdge(const float (*ends)[3], float room)
         edge.unit[r] = length > 0 ? edge.half[r] * float(2 / length) : Lanes{};
     edge.length = Splat(RoundUp(length));
     edge.room = Splat(room);
-    edge.besideSides = Splat(length > 0 ? RoundUp(kSideReach / length) : HUGE_VALF);
+    edge.across = Splat(length > 0 ? RoundUp(kAcross / length) : HUGE_VALF);
     edge.besideEdge = Splat(RoundUp(std::min(0.5 * length, kSphereProduct / length)));
     return edge;
 }
@@ -103,10 +107,9 @@ LaneMask MayHit(const LaneEdge& edge, const TargetBoxes& targets)
     // its line.
     Lanes along{}, reach = 0.5f * edge.length, seen{};
     for (int k = 0; k < 3; ++k) {
-        const Lanes cosine = Dot(edge.unit, targets.box.axis[k]);
-        along += cosine * sight.apart[k];
-        reach += Abs(cosine) * half[k];
-        seen += Abs(cosine);
+        along += sight.cosine[k] * sight.apart[k];
+        reach += Abs(sight.cosine[k]) * half[k];
+        seen += Abs(sight.cosine[k]);
     }
     apart |= Abs(along) - reach - 2 * sight.rounding - kRounding * reach >
              sight.partBeyond * edge.length + sight.overSide * seen;

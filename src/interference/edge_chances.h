@@ -10,9 +10,8 @@ struct LaneEdge {
     Lanes middle[3], half[3]; ///< half of the way between its ends
     Lanes length, unit[3];    ///< and its direction
     Lanes room;               ///< for rounding
-    // How far off each other parallel segments can lie: an end of the edge beside a side, and an
-    // end of a side beside the edge.
-    Lanes besideSides, besideEdge;
+    // As in PlacedBoxes:
+    Lanes across, besideEdge;
 };
 
 /// @param room  for rounding of the coordinates

@@ -9,7 +9,7 @@
 namespace
 {
 
-constexpr float kSideReach = 0.0127f;
+constexpr float kAcross = 0.0033f; ///< more than the root of the 1e-5 of parallel segments
 constexpr float kSphereProduct = 0.0064f;
 constexpr float kMostSphere = 0.114f;   ///< where min(u / 2, kSphereProduct / u) is greatest
 constexpr float kSphereReach = 0.0567f; ///< which is this
@@ -77,17 +77,25 @@ void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& pl
     }
 }
 
-/// For edges of length u and sides of length v, the test of parallel segments lets an end of the
-/// edge lie beside the side by 0.0127 / u and v / 2, and an end of the side beside the edge by
-/// 0.0064 / u and u / 2. A diagonal of a wall can be as short as it likes, and an edge that is
-/// short against the floats around it can come out without length.
+/// To an edge of length u a side of length v is parallel that goes across it by less than 0.0033 /
+/// u. Then an end of the edge can lie beside the side, in the sphere over it: by v / 2, and by four
+/// times that. An end of the side can lie beside the edge by 0.0064 / u and u / 2. A diagonal of a
+/// wall can be as short as it likes, and an edge that is short against the floats around it can
+/// come out without length.
 void PlaceLengths(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
 {
     const Lanes none{};
     placed.longest = motion.scale * boxes.longest + motion.room;
     Lanes shortest = motion.leastScale * boxes.shortest * (1 - kRounding) - 2 * motion.room;
     if (motion.hasWalls) shortest = none;
-    placed.besideSides = shortest > none ? kSideReach / shortest : Splat(HUGE_VALF);
+    const Lanes along =
+        shortest > none
+            ? motion.leastScale * boxes.shortestAlong * (1 - kRounding) - 2 * motion.room
+            : none;
+    placed.besideAlong = along > none ? 4 * kAcross / along : Splat(HUGE_VALF);
+    placed.across = shortest > none ? kAcross / shortest : Splat(HUGE_VALF);
+    const Lanes shrunk = shortest > none ? 1 / motion.leastScale : Splat(HUGE_VALF);
+    for (int i = 0; i < 3; ++i) placed.slant[i] = boxes.slant[i] * shrunk;
     placed.besideEdges =
         Smaller(0.5f * (placed.longest + motion.extraLength),
                 shortest > kMostSphere ? kSphereProduct / shortest : Splat(kSphereReach));
@@ -124,9 +132,19 @@ LaneMask MeetBox(const Motion& motion, const PlacedBoxes& placed, const float* b
 
 /// How far off a target, along its plane, parallel segments can lie that count as crossing: the end
 /// of an edge beside a side, or the end of a side inside the sphere over an edge.
-Lanes OverSide(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets)
+/// @param cosine  of each axis of the targets' boxes with each of the movers'
+Lanes OverSide(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets,
+               const Lanes (*cosine)[3])
 {
-    return Larger(Larger(Smaller(movers.besideSides, 0.5f * targets.longest), movers.besideEdges),
+    Lanes side = movers.across; // of those that are parallel to some edge
+    for (int k = 0; k < 3; ++k) {
+        Lanes slant{};
+        for (int i = 0; i < 3; ++i) slant += Abs(cosine[k][i]) * movers.slant[i];
+        side += Smaller(slant, Splat(1)) * targets.side[k];
+    }
+    const Lanes beside = Smaller(Smaller(4 * movers.across, 0.5f * targets.longest),
+                                 Larger(movers.besideAlong, 0.5f * side));
+    return Larger(Larger(beside, movers.besideEdges),
                   targets.holdsCells * (movers.longest + motion.extraLength));
 }
 
@@ -173,9 +191,9 @@ Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& ta
             sight.edge[k] += Abs(sight.cosine[k][i]) * movers.edge[i];
         }
     }
+    sight.overSide = OverSide(motion, movers, targets, sight.cosine);
     sight.partBeyond = PartBeyond(motion, targets, sight.edge);
     for (int k = 0; k < 3; ++k) sight.edge[k] += 2 * sight.partBeyond * sight.sway[k];
-    sight.overSide = OverSide(motion, movers, targets);
     sight.turned =
         Smaller((movers.longest + sight.partBeyond * motion.extraLength) * targets.turnAtAll,
                 Dot(sight.edge, targets.turn));

@@ -44,10 +44,12 @@ struct PlacedBoxes {
     Lanes swayOn[3];        ///< and those beyond the ends of walls' edges besides
     Lanes bare[2];
     Lanes longest; ///< edge, without what walls add
-    // How far off each other parallel segments can lie: an end of an edge beside a side, and an end
-    // of a side beside an edge.
-    Lanes besideSides, besideEdges;
-    Lanes halfArea; ///< of the box at rest
+    // Parallel segments count as crossing though they lie beside each other.
+    Lanes besideAlong; ///< so far an edge along the first axis can lie beside such a side
+    Lanes across; ///< by so much sides go across any edge that is parallel to them, at the most
+    Lanes besideEdges; ///< so far an end of such a side can lie beside the edge
+    Lanes slant[3];    ///< the greatest part of its length that another edge goes along each axis
+    Lanes halfArea;    ///< of the box at rest
 };
 
 /// @param rest  boxes of which the first is that of all movers

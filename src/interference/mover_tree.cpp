@@ -14,7 +14,7 @@ namespace
 
 /// A lane of MoverBoxes.
 struct MoverNode {
-    float edge[3], bare[2], longest, shortest;
+    float edge[3], shortestAlong, slant[3], bare[2], longest, shortest;
     NormalBounds normals;
 };
 
@@ -65,6 +65,10 @@ bool MakeMover(const SOLIDC& solid, int index, Mover& mover)
     }
     std::copy_n(triangle.normal, 3, mover.normal);
     mover.index = index;
+    for (int slot = 0; slot < 3; ++slot) {
+        const double length = distance(mover.corner[slot], mover.corner[PreviousSlot(slot)]);
+        mover.perLength[slot] = length > 0 ? RoundUp(1 / length) : 0;
+    }
     bool nearby = true;
     VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
         for (const auto& point : points) nearby = nearby && IsNearby(point);
@@ -135,30 +139,65 @@ void ReadBare(const Occupied& occupied, MoverNode& node)
     }
 }
 
-/// What lies how along the axes of the box: the greatest extents of a mover, and the bare stretch.
+/// What is measured along the axes of a node's box.
+struct Measures {
+    const OrientedBox& box;
+    Occupied occupied{box.half[0]};
+    double extent[3] = {}, slant[3] = {}, shortestAlong = kEmptyExtreme;
+
+    void AddPoints(std::span<const float[3]> points)
+    {
+        for (int axis = 0; axis < 3; ++axis) {
+            double low = HUGE_VAL, high = -HUGE_VAL;
+            for (const auto& point : points) {
+                const double height = dot(box.axis[axis], point);
+                low = std::min(low, height);
+                high = std::max(high, height);
+            }
+            extent[axis] = std::max(extent[axis], high - low);
+        }
+        const double centre = dot(box.axis[0], box.centre);
+        for (const auto& point : points) occupied.Add(dot(box.axis[0], point) - centre);
+    }
+
+    void AddSlants(const Mover& mover)
+    {
+        constexpr double kAlong = 0.1;
+        for (int c = 0; c < 3; ++c) {
+            float side[3];
+            Subtract(mover.corner[c], mover.corner[PreviousSlot(c)], side);
+            const double perLength = mover.perLength[c];
+            if (std::fabs(dot(box.axis[0], side)) * perLength > kAlong) {
+                shortestAlong = std::min(shortestAlong, 1 / perLength);
+                continue;
+            }
+            for (int axis = 0; axis < 3; ++axis)
+                slant[axis] =
+                    std::max(slant[axis], std::fabs(dot(box.axis[axis], side)) * perLength);
+        }
+    }
+};
+
 void Measure(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
              const OrientedBox& box, MoverNode& node)
 {
-    double extent[3] = {};
-    Occupied occupied{box.half[0]};
-    const double centre = dot(box.axis[0], box.centre);
-    for (int i = items.first; i < items.last; ++i)
-        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
-                    [&](std::span<const float[3]> points) {
-                        for (int axis = 0; axis < 3; ++axis) {
-                            double low = HUGE_VAL, high = -HUGE_VAL;
-                            for (const auto& point : points) {
-                                const double height = dot(box.axis[axis], point);
-                                low = std::min(low, height);
-                                high = std::max(high, height);
-                                if (axis == 0) occupied.Add(height - centre);
-                            }
-                            extent[axis] = std::max(extent[axis], high - low);
-                        }
-                    });
-    for (int axis = 0; axis < 3; ++axis)
-        node.edge[axis] = RoundUp(extent[axis] + 1e-6 * node.longest);
-    ReadBare(occupied, node);
+    constexpr int kMostSlants = 256;
+    Measures measures{box};
+    bool slanted = items.last - items.first <= kMostSlants;
+    for (int i = items.first; i < items.last; ++i) {
+        const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
+        VisitShapes(solid, mover,
+                    [&](std::span<const float[3]> points) { measures.AddPoints(points); });
+        slanted = slanted && !mover.hasForeign;
+        if (slanted) measures.AddSlants(mover);
+    }
+    for (int axis = 0; axis < 3; ++axis) {
+        // The axes are not at right angles to the last bit.
+        node.edge[axis] = RoundUp(measures.extent[axis] + 1e-6 * node.longest);
+        if (slanted) node.slant[axis] = RoundUp(measures.slant[axis] + 2e-6);
+    }
+    if (slanted) node.shortestAlong = RoundDown(measures.shortestAlong * 0.99999);
+    ReadBare(measures.occupied, node);
 }
 
 struct MoverBuilder {
@@ -205,6 +244,8 @@ void FillNode(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, int n
     std::swap(merged.box.axis[0], merged.box.axis[longest]);
     std::swap(merged.box.half[0], merged.box.half[longest]);
     std::fill_n(node.edge, 3, node.longest);
+    std::fill_n(node.slant, 3, 1.0f);
+    node.shortestAlong = node.shortest;
     if (!IsFitted(tree.At(n))) return;
     Measure(solid, trees, tree.At(n), merged.box, node);
 }
@@ -214,9 +255,11 @@ void SetLane(MoverBoxes& boxes, int lane, const MoverNode& node, const OrientedB
     SetLane(boxes.box, lane, box);
     boxes.longest[lane] = node.longest;
     boxes.shortest[lane] = node.shortest;
+    boxes.shortestAlong[lane] = node.shortestAlong;
     for (int i = 0; i < 2; ++i) boxes.bare[i][lane] = node.bare[i];
     for (int i = 0; i < 3; ++i) {
         boxes.edge[i][lane] = node.edge[i];
+        boxes.slant[i][lane] = node.slant[i];
         boxes.low[i][lane] = node.normals.low[i];
         boxes.high[i][lane] = node.normals.high[i];
     }

@@ -28,7 +28,8 @@ struct Mover {
     /// the one before, one that runs the other way, or one that runs between other vertices, as
     /// merging leaves some behind that were shorter than its tolerance.
     enum Side : std::uint8_t { kNotOwn, kBackward, kForward, kForeign } side[3];
-    bool hasForeign; ///< whether any edge is, own or not
+    bool hasForeign;    ///< whether any edge is, own or not
+    float perLength[3]; ///< 1 over the length of the side in each slot
 };
 
 /// An OrientedBox in each lane.
@@ -41,6 +42,7 @@ struct LaneBoxes {
 struct TargetBoxes {
     LaneBoxes box;
     Lanes longest; ///< side
+    Lanes side[3]; ///< the greatest extent of one along each axis
     /// The most by which the normal of a target differs from the first axis, along each axis and at
     /// all. So a point that goes a way in the plane of a target goes these parts of it, of what it
     /// goes along each axis, along the first.
@@ -53,8 +55,10 @@ struct TargetBoxes {
 /// Four nodes of movers, at rest: all their corners. The first axis is the longest.
 struct MoverBoxes {
     LaneBoxes box;
-    Lanes edge[3];           ///< the greatest extent of a mover along each axis
-    Lanes bare[2];           ///< the widest stretch of the first axis without a corner, from and to
+    Lanes edge[3];       ///< the greatest extent of a mover along each axis
+    Lanes shortestAlong; ///< of the edges that go along the first axis by some part of their length
+    Lanes slant[3]; ///< the greatest part of its length that one of the others goes along each axis
+    Lanes bare[2];  ///< the widest stretch of the first axis without a corner, from and to
     Lanes longest, shortest; ///< sides
     Lanes low[3], high[3];   ///< bounds of the normals of the movers and their neighbours
 };

@@ -14,7 +14,7 @@ namespace
 
 /// A lane of TargetBoxes.
 struct TargetNode {
-    float longest, turn[3], turnAtAll;
+    float longest, side[3], turn[3], turnAtAll;
     bool holdsCells;
 };
 
@@ -141,6 +141,26 @@ void ReadTurn(const QueryTrees& trees, const BoxNode& items, const MergedNode& m
     }
 }
 
+/// The greatest extents of sides along the axes of the box, for nodes of not too many.
+void ReadSides(const QueryTrees& trees, const BoxNode& items, const OrientedBox& box,
+               TargetNode& node)
+{
+    constexpr int kMost = 256;
+    std::fill_n(node.side, 3, node.longest);
+    if (items.last - items.first > kMost || node.holdsCells) return;
+    for (int k = 0; k < 3; ++k) {
+        double most = 0;
+        for (int i = items.first; i < items.last; ++i) {
+            const auto& corner = trees.target[static_cast<std::size_t>(i)].triangle->corners;
+            const double a = dot(box.axis[k], corner[0]), b = dot(box.axis[k], corner[1]),
+                         c = dot(box.axis[k], corner[2]);
+            most = std::max({most, std::fabs(a - b), std::fabs(b - c), std::fabs(c - a)});
+        }
+        // The axes are not at right angles to the last bit.
+        node.side[k] = RoundUp(most + 1e-6 * node.longest);
+    }
+}
+
 void FillNode(QueryTrees& trees, TargetBuilder& build, int n)
 {
     const auto at = static_cast<std::size_t>(n);
@@ -162,13 +182,17 @@ void FillNode(QueryTrees& trees, TargetBuilder& build, int n)
     FindPoints(trees, build, n, pad);
     ChooseBox(merged, build.points, pad);
     ReadTurn(trees, tree.At(n), merged, node);
+    ReadSides(trees, tree.At(n), merged.box, node);
 }
 
 void SetLane(TargetBoxes& boxes, int lane, const TargetNode& node, const OrientedBox& box)
 {
     SetLane(boxes.box, lane, box);
     boxes.longest[lane] = node.longest;
-    for (int k = 0; k < 3; ++k) boxes.turn[k][lane] = node.turn[k];
+    for (int k = 0; k < 3; ++k) {
+        boxes.side[k][lane] = node.side[k];
+        boxes.turn[k][lane] = node.turn[k];
+    }
     boxes.turnAtAll[lane] = node.turnAtAll;
     boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
 }
