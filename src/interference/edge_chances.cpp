@@ -70,21 +70,23 @@ void KeepToEdge(EdgeSight& sight, const TargetBoxes& targets)
 LaneEdge SplatEdge(const float (*ends)[3], float room)
 {
     constexpr float kAcross = 0.0033f, kSphereProduct = 0.0064f; // as in motion.cpp
+    constexpr float kWider = 1 + 1e-6f;
     LaneEdge edge;
-    double square = 0;
+    float half[3], square = 0;
     for (int r = 0; r < 3; ++r) {
-        const double half = 0.5 * (double(ends[1][r]) - ends[0][r]);
+        half[r] = float(0.5 * (double(ends[1][r]) - ends[0][r]));
         edge.middle[r] = Splat(float(0.5 * (double(ends[0][r]) + ends[1][r])));
-        edge.half[r] = Splat(float(half));
-        square += 4 * half * half;
+        edge.half[r] = Splat(half[r]);
+        square += 4 * half[r] * half[r];
     }
-    const double length = std::sqrt(square);
+    const float length = std::sqrt(square);
+    const float perLength = length > 0 ? 1 / length : HUGE_VALF;
     for (int r = 0; r < 3; ++r)
-        edge.unit[r] = length > 0 ? edge.half[r] * float(2 / length) : Lanes{};
-    edge.length = Splat(RoundUp(length));
+        edge.unit[r] = length > 0 ? Splat(2 * half[r] * perLength) : Lanes{};
+    edge.length = Splat(length * kWider);
     edge.room = Splat(room);
-    edge.across = Splat(length > 0 ? RoundUp(kAcross / length) : HUGE_VALF);
-    edge.besideEdge = Splat(RoundUp(std::min(0.5 * length, kSphereProduct / length)));
+    edge.across = Splat(kAcross * perLength);
+    edge.besideEdge = Splat(std::min(0.5f * length * kWider, kSphereProduct * perLength));
     return edge;
 }
 

@@ -178,14 +178,23 @@ void StartPass(Query& query, Pass pass)
     query.pass = pass;
 }
 
-/// A pair that was left for later.
-bool LaterPairHits(Query& query, const NodePair& pair, Pass pass)
+/// Goes on with the pairs that were left for later.
+bool LaterPairsHit(Query& query)
 {
-    StartPass(query, pass);
+    query.onEdges = false;
     PlacedBoxes placed;
-    PlaceBoxes(query.MotionNow(), query.MoversOf(NodePair::QuadOf(pair.mover)),
-               query.a.octree->root->bbox, placed);
-    return PairHits(query, pair, {placed, NodePair::LaneOf(pair.mover), false}, false);
+    int placedQuad = -1; // mostly the same as that of the pair before
+    for (const auto& [pair, pass] : query.later.entry) {
+        const int quad = NodePair::QuadOf(pair.mover);
+        if (quad != placedQuad || pass != query.pass) {
+            StartPass(query, pass);
+            PlaceBoxes(query.MotionNow(), query.MoversOf(quad), query.a.octree->root->bbox, placed);
+            placedQuad = quad;
+        }
+        if (PairHits(query, pair, {placed, NodePair::LaneOf(pair.mover), false}, false))
+            return true;
+    }
+    return false;
 }
 
 /// Looks at a pair in a pass of its own.
@@ -240,11 +249,7 @@ int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTr
     }
     Query query{a,     b,     targets, movers,
                 moved, later, motions, b.isSwept ? Pass::kWhole : Pass::kEnd};
-    if (MoversHit(query, 0, 0)) return 1;
-    query.onEdges = false;
-    for (const auto& [pair, pass] : later.entry)
-        if (LaterPairHits(query, pair, pass)) return 1;
-    return 0;
+    return MoversHit(query, 0, 0) || LaterPairsHit(query);
 }
 
 } // namespace
