@@ -48,16 +48,6 @@ struct BoxTree {
 /// Builds a tree over items, whose order it changes. Its depth is below 100.
 BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count);
 
-/// Calls `set` with each quad, lane and node.
-template <class Set>
-void VisitLanes(const BoxTree& tree, Set set)
-{
-    for (int q = 0; q < tree.quadCount; ++q)
-        for (int lane = 0; lane < tree.Quad(q).count; ++lane)
-            set(static_cast<std::size_t>(q), lane,
-                static_cast<std::size_t>(tree.Quad(q).node[lane]));
-}
-
 /// Moves an array into the order of the tree, so that what belongs to a node lies side by side.
 template <class Record>
 Scratch<Record> InOrderOf(const BoxTree& tree, const Scratch<Record>& from)

@@ -1,7 +1,6 @@
 #include "interference/mover_leaf.h"
 
 #include <cmath>
-#include <cstring>
 
 #include "interference/hit_region.h"
 #include "interference/tests.h"
@@ -19,18 +18,20 @@ bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
     return false;
 }
 
-bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target)
+bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target,
+              const LeafPlanes& planes, int lane)
 {
     if (!target.triangle)
         return a.octree->IntersectingBboxes(target.leaf->bbox, edge.box) &&
                WalkLeaf(edge, target.leaf);
     CrossingState state;
-    std::memcpy(state.plane, target.plane, sizeof target.plane);
+    for (int r = 0; r < 3; ++r) state.plane[r] = planes.normal[r][lane];
+    state.plane[3] = planes.d[lane];
     const Crossing crossing = EdgeCrossesPlane(edge.ends, target.triangle->corners, state);
     if (crossing == Crossing::kNone) return false;
     if (!a.octree->IntersectingBboxes(target.leaf->bbox, edge.box)) return false;
     if (crossing == Crossing::kHit) return true;
-    return MayBeCarriedInto(edge.ends, target.triangle->corners, target.plane) &&
+    return MayBeCarriedInto(edge.ends, target.triangle->corners, state.plane) &&
            WalkLeaf(edge, target.leaf);
 }
 
@@ -59,11 +60,11 @@ struct Against {
 
     bool HitsLeaf(const BoxNode& items, int leaf) const
     {
-        const LaneMask off = StaysOff(targets.leafPlanes[static_cast<std::size_t>(leaf)], edge);
-        for (int t = items.first; t < items.last; ++t)
-            if (!off[t - items.first] &&
-                EdgeHits(a, edge, targets.target[static_cast<std::size_t>(t)]))
-                return true;
+        const LeafPlanes& planes = targets.leafPlanes[static_cast<std::size_t>(leaf)];
+        const LaneMask off = StaysOff(planes, edge);
+        const Target* target = &targets.target[static_cast<std::size_t>(items.first)];
+        for (int lane = 0; lane < items.last - items.first; ++lane)
+            if (!off[lane] && EdgeHits(a, edge, target[lane], planes, lane)) return true;
         return false;
     }
 

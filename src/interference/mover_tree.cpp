@@ -12,12 +12,6 @@
 namespace
 {
 
-/// A lane of MoverBoxes.
-struct MoverNode {
-    float edge[3], shortestAlong, slant[3], bare[2], longest, shortest;
-    NormalBounds normals;
-};
-
 Mover::Side SideOf(const SOLIDC& solid, int index, int slot)
 {
     const T_LIST& triangle = solid.triangles[index];
@@ -87,23 +81,12 @@ void AddNormalsAround(const SOLIDC& solid, const Mover& mover, NormalBounds& bou
     }
 }
 
-void ReadLeaf(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items, MoverNode& node,
-              MergedNode& merged)
-{
-    for (int i = items.first; i < items.last; ++i) {
-        const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
-        VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
-            for (std::size_t p = 0; p < points.size(); ++p) {
-                ExtendBbox(merged.bounds, points[p]);
-                const SideLength length = LengthOf(points[p], points[(p + 1) % points.size()]);
-                node.longest = std::max(node.longest, length.most);
-                node.shortest = std::min(node.shortest, length.least);
-            }
-        });
-        AddNormals(merged.normals, mover.normal, mover.normal);
-        AddNormalsAround(solid, mover, node.normals);
-    }
-}
+/// What is merged for MoverBoxes.
+struct MoverNode {
+    MergedNode merged;
+    NormalBounds around; ///< of the normals of the neighbours too
+    float longest = 0, shortest = kEmptyExtreme;
+};
 
 /// The corners of a node along the first axis of its box, sorted into bins.
 struct Occupied {
@@ -123,20 +106,23 @@ struct Occupied {
     }
 };
 
-/// Finds the widest stretch without a corner: long triangles in rows leave most of a node bare.
-void ReadBare(const Occupied& occupied, MoverNode& node)
+/// The widest stretch without a corner: long triangles in rows leave most of a node bare.
+void SetBare(const Occupied& occupied, double longest, MoverBoxes& boxes, int lane)
 {
+    float from = 0, to = 0;
     double last = -occupied.half;
     // The axes are not at right angles to the last bit.
-    const double room = 1e-6 * (node.longest + occupied.half);
+    const double room = 1e-6 * (longest + occupied.half);
     for (const Occupied::Bin& bin : occupied.bins) {
         if (!(bin.low <= bin.high)) continue;
-        if (bin.low - last > node.bare[1] - node.bare[0] + 2 * room) {
-            node.bare[0] = RoundUp(last + room);
-            node.bare[1] = RoundDown(bin.low - room);
+        if (bin.low - last > to - from + 2 * room) {
+            from = RoundUp(last + room);
+            to = RoundDown(bin.low - room);
         }
         last = bin.high;
     }
+    boxes.bare[0][lane] = from;
+    boxes.bare[1][lane] = to;
 }
 
 /// What is measured along the axes of a node's box.
@@ -178,105 +164,106 @@ struct Measures {
     }
 };
 
-void Measure(const SOLIDC& solid, const QueryTrees& trees, const BoxNode& items,
-             const OrientedBox& box, MoverNode& node)
-{
-    constexpr int kMostSlants = 256;
-    Measures measures{box};
-    bool slanted = items.last - items.first <= kMostSlants;
-    for (int i = items.first; i < items.last; ++i) {
-        const Mover& mover = trees.mover[static_cast<std::size_t>(i)];
-        VisitShapes(solid, mover,
-                    [&](std::span<const float[3]> points) { measures.AddPoints(points); });
-        slanted = slanted && !mover.hasForeign;
-        if (slanted) measures.AddSlants(mover);
-    }
-    for (int axis = 0; axis < 3; ++axis) {
-        // The axes are not at right angles to the last bit.
-        node.edge[axis] = RoundUp(measures.extent[axis] + 1e-6 * node.longest);
-        if (slanted) node.slant[axis] = RoundUp(measures.slant[axis] + 2e-6);
-    }
-    if (slanted) node.shortestAlong = RoundDown(measures.shortestAlong * 0.99999);
-    ReadBare(measures.occupied, node);
-}
-
+/// Fills in boxes, for FillLane.
 struct MoverBuilder {
-    Scratch<MergedNode> merged; ///< these two by node
-    Scratch<MoverNode> node;
-    std::vector<Point3> points; ///< of one node
+    using Node = MoverNode;
+    const SOLIDC& solid;
+    QueryTrees& trees;
+    std::vector<Point3> points;
+
+    const Mover& MoverAt(int i) const { return trees.mover[static_cast<std::size_t>(i)]; }
+
+    static MoverNode EmptyNode();
+    void Prepare(const BoxNode&) {}
+    void ReadLeaf(const BoxNode& items, MoverNode& node) const;
+    static void Merge(MoverNode& node, const MoverNode& below);
+    std::span<const Point3> PointsOf(const BoxNode& items, double& pad);
+    void Finish(const BoxNode& items, MoverNode& node, int quad, int lane) const;
+
+    void SetMeasures(const BoxNode& items, const MoverNode& node, MoverBoxes& boxes,
+                     int lane) const;
 };
 
-void FindPoints(const SOLIDC& solid, const QueryTrees& trees, MoverBuilder& build, int n)
+MoverNode MoverBuilder::EmptyNode()
 {
-    const BoxNode& items = trees.moverTree.At(n);
-    build.points.clear();
-    if (!IsFitted(items)) return AddCorners(trees.moverTree, build.merged, n, build.points);
-    for (int i = items.first; i < items.last; ++i)
-        VisitShapes(solid, trees.mover[static_cast<std::size_t>(i)],
-                    [&](std::span<const float[3]> shape) {
-                        for (const auto& p : shape) build.points.push_back({p[0], p[1], p[2]});
-                    });
+    MoverNode node{::EmptyNode(), {}};
+    ClearNormals(node.around);
+    return node;
 }
 
-void FillNode(const SOLIDC& solid, QueryTrees& trees, MoverBuilder& build, int n)
+void MoverBuilder::ReadLeaf(const BoxNode& items, MoverNode& node) const
 {
-    const auto at = static_cast<std::size_t>(n);
-    const BoxTree& tree = trees.moverTree;
-    MoverNode& node = build.node[at];
-    MergedNode& merged = build.merged[at];
-    ClearNode(merged);
-    ClearNormals(node.normals);
-    node.shortest = kEmptyExtreme;
-    if (tree.IsLeaf(n)) {
-        ReadLeaf(solid, trees, tree.At(n), node, merged);
-    } else {
-        MergeChildren(tree, build.merged, n);
-        for (const int child : {tree.Left(n), tree.Right(n)}) {
-            const MoverNode& below = build.node[static_cast<std::size_t>(child)];
-            node.longest = std::max(node.longest, below.longest);
-            node.shortest = std::min(node.shortest, below.shortest);
-            AddNormals(node.normals, below.normals.low, below.normals.high);
-        }
+    for (int i = items.first; i < items.last; ++i) {
+        const Mover& mover = MoverAt(i);
+        VisitShapes(solid, mover, [&](std::span<const float[3]> shape) {
+            for (std::size_t p = 0; p < shape.size(); ++p) {
+                ExtendBbox(node.merged.bounds, shape[p]);
+                const SideLength length = LengthOf(shape[p], shape[(p + 1) % shape.size()]);
+                node.longest = std::max(node.longest, length.most);
+                node.shortest = std::min(node.shortest, length.least);
+            }
+        });
+        AddNormals(node.merged.normals, mover.normal, mover.normal);
+        AddNormalsAround(solid, mover, node.around);
     }
-    FindPoints(solid, trees, build, n);
-    ChooseBox(merged, build.points, 0);
-    const int longest = LargestAxis(merged.box.half);
-    std::swap(merged.box.axis[0], merged.box.axis[longest]);
-    std::swap(merged.box.half[0], merged.box.half[longest]);
-    std::fill_n(node.edge, 3, node.longest);
-    std::fill_n(node.slant, 3, 1.0f);
-    node.shortestAlong = node.shortest;
-    if (!IsFitted(tree.At(n))) return;
-    Measure(solid, trees, tree.At(n), merged.box, node);
 }
 
-void SetLane(MoverBoxes& boxes, int lane, const MoverNode& node, const OrientedBox& box)
+void MoverBuilder::Merge(MoverNode& node, const MoverNode& below)
 {
+    ::Merge(node.merged, below.merged);
+    AddNormals(node.around, below.around.low, below.around.high);
+    node.longest = std::max(node.longest, below.longest);
+    node.shortest = std::min(node.shortest, below.shortest);
+}
+
+std::span<const Point3> MoverBuilder::PointsOf(const BoxNode& items, double&)
+{
+    points.clear();
+    for (int i = items.first; i < items.last; ++i)
+        VisitShapes(solid, MoverAt(i), [&](std::span<const float[3]> shape) {
+            for (const auto& p : shape) points.push_back({p[0], p[1], p[2]});
+        });
+    return points;
+}
+
+void MoverBuilder::SetMeasures(const BoxNode& items, const MoverNode& node, MoverBoxes& boxes,
+                               int lane) const
+{
+    constexpr int kMostSlants = 256;
+    Measures measures{node.merged.box};
+    bool slanted = items.last - items.first <= kMostSlants;
+    for (int i = items.first; i < items.last; ++i) {
+        VisitShapes(solid, MoverAt(i),
+                    [&](std::span<const float[3]> shape) { measures.AddPoints(shape); });
+        slanted = slanted && !MoverAt(i).hasForeign;
+        if (slanted) measures.AddSlants(MoverAt(i));
+    }
+    SetBare(measures.occupied, node.longest, boxes, lane);
+    for (int axis = 0; axis < 3; ++axis) {
+        // The axes are not at right angles to the last bit.
+        boxes.edge[axis][lane] = RoundUp(measures.extent[axis] + 1e-6 * node.longest);
+        if (slanted) boxes.slant[axis][lane] = RoundUp(measures.slant[axis] + 2e-6);
+    }
+    if (slanted) boxes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
+}
+
+void MoverBuilder::Finish(const BoxNode& items, MoverNode& node, int quad, int lane) const
+{
+    OrientedBox& box = node.merged.box;
+    const int longest = LargestAxis(box.half);
+    std::swap(box.axis[0], box.axis[longest]);
+    std::swap(box.half[0], box.half[longest]);
+    MoverBoxes& boxes = trees.moverBoxes[static_cast<std::size_t>(quad)];
     SetLane(boxes.box, lane, box);
     boxes.longest[lane] = node.longest;
-    boxes.shortest[lane] = node.shortest;
-    boxes.shortestAlong[lane] = node.shortestAlong;
-    for (int i = 0; i < 2; ++i) boxes.bare[i][lane] = node.bare[i];
+    boxes.shortest[lane] = boxes.shortestAlong[lane] = node.shortest;
     for (int i = 0; i < 3; ++i) {
-        boxes.edge[i][lane] = node.edge[i];
-        boxes.slant[i][lane] = node.slant[i];
-        boxes.low[i][lane] = node.normals.low[i];
-        boxes.high[i][lane] = node.normals.high[i];
+        boxes.low[i][lane] = node.around.low[i];
+        boxes.high[i][lane] = node.around.high[i];
+        boxes.edge[i][lane] = node.longest;
+        boxes.slant[i][lane] = 1;
     }
-}
-
-/// Fills in the boxes of a tree that has movers.
-void BuildBoxes(const SOLIDC& solid, QueryTrees& trees)
-{
-    const BoxTree& tree = trees.moverTree;
-    const auto nodes = static_cast<std::size_t>(tree.nodeCount);
-    MoverBuilder build{MakeScratch<MergedNode>(nodes), MakeScratch<MoverNode>(nodes), {}};
-    // Children lie behind their node.
-    for (int n = tree.nodeCount - 1; n >= 0; --n) FillNode(solid, trees, build, n);
-    trees.moverBoxes = MakeScratch<MoverBoxes>(static_cast<std::size_t>(tree.quadCount));
-    VisitLanes(tree, [&](std::size_t q, int lane, std::size_t n) {
-        SetLane(trees.moverBoxes[q], lane, build.node[n], build.merged[n].box);
-    });
+    if (items.last - items.first <= kMostFitted) SetMeasures(items, node, boxes, lane);
 }
 
 void BuildMovers(SOLIDC& solid, QueryTrees& trees)
@@ -288,10 +275,16 @@ void BuildMovers(SOLIDC& solid, QueryTrees& trees)
         if (!MakeMover(solid, static_cast<int>(t), movers[t])) return;
         items[t] = MakeItem(movers[t].corner, movers[t].normal, static_cast<int>(t));
     }
-    trees.moverTree = BuildBoxTree(items, solid.triangleCount);
-    trees.mover = InOrderOf(trees.moverTree, movers);
-    if (count) BuildBoxes(solid, trees);
     trees.moversUsable = true;
+    if (count == 0) return;
+    BoxTree& tree = trees.moverTree = BuildBoxTree(items, solid.triangleCount);
+    items.reset();
+    trees.mover = InOrderOf(tree, movers);
+    movers.reset();
+    trees.moverBoxes = MakeScratch<MoverBoxes>(static_cast<std::size_t>(tree.quadCount));
+    MoverBuilder build{solid, trees, {}};
+    std::vector<Point3> corners;
+    FillLane(build, tree, 0, 0, corners);
 }
 
 } // namespace

@@ -25,35 +25,21 @@ bool IsNearby(const float* point)
            std::fabs(point[2]) < kFarthest;
 }
 
-void AddCorners(const BoxTree& tree, const Scratch<MergedNode>& nodes, int n,
-                std::vector<Point3>& points)
+MergedNode EmptyNode()
 {
-    if (IsFitted(tree.At(n))) {
-        const auto corners = CornersOf(nodes[static_cast<std::size_t>(n)].box);
-        points.insert(points.end(), corners.begin(), corners.end());
-        return;
-    }
-    AddCorners(tree, nodes, tree.Left(n), points);
-    AddCorners(tree, nodes, tree.Right(n), points);
-}
-
-void ClearNode(MergedNode& node)
-{
+    MergedNode node{};
     ClearBbox(node.bounds);
     ClearNormals(node.normals);
+    return node;
 }
 
-void MergeChildren(const BoxTree& tree, Scratch<MergedNode>& nodes, int n)
+void Merge(MergedNode& node, const MergedNode& below)
 {
-    MergedNode& node = nodes[static_cast<std::size_t>(n)];
-    for (const int child : {tree.Left(n), tree.Right(n)}) {
-        const MergedNode& below = nodes[static_cast<std::size_t>(child)];
-        MergeBbox(node.bounds, below.bounds);
-        AddNormals(node.normals, below.normals.low, below.normals.high);
-    }
+    MergeBbox(node.bounds, below.bounds);
+    AddNormals(node.normals, below.normals.low, below.normals.high);
 }
 
-void ChooseBox(MergedNode& node, const std::vector<Point3>& points, double pad)
+void ChooseBox(MergedNode& node, std::span<const Point3> points, double pad)
 {
     const OrientedBox aligned = AlignedBox(node.normals, node.bounds),
                       fitted = FitBox(node.normals, points, pad);
@@ -73,7 +59,7 @@ void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box)
 SideLength LengthOf(const float* a, const float* b)
 {
     const double length = distance(a, b);
-    return {RoundDown(length * 0.999999), RoundUp(length * 1.000001)};
+    return {float(length * 0.999999), float(length * 1.000001)};
 }
 
 BoxItem MakeItem(const float (*corner)[3], const float* normal, int item)

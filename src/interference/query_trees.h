@@ -3,6 +3,7 @@
 #ifndef SCAPI_INTERFERENCE_QUERY_TREES_H
 #define SCAPI_INTERFERENCE_QUERY_TREES_H
 
+#include <span>
 #include <vector>
 
 #include "interference/box_tree.h"
@@ -13,7 +14,6 @@
 /// A triangle that can be hit, or a whole leaf that has to be walked as it stands, because it holds
 /// a triangle without area, which its predecessors in the chain would judge.
 struct Target {
-    float plane[4];
     const T_LIST* triangle; ///< null for a whole leaf
     OCTREENODE* leaf;
 };
@@ -106,30 +106,57 @@ struct SideLength {
 };
 SideLength LengthOf(const float* a, const float* b);
 
-/// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
-constexpr int kMostFitted = 4096;
-
-inline bool IsFitted(const BoxNode& node) { return node.last - node.first <= kMostFitted; }
-
-/// What is merged on the way up, for each node.
+/// What is merged on the way up a tree.
 struct MergedNode {
     float bounds[6];      ///< along the coordinate axes
     NormalBounds normals; ///< of the triangles themselves
     OrientedBox box;      ///< the smaller of the bounds and one fitted to points
 };
 
-void ClearNode(MergedNode& node);
-
-/// Merges what two children have, all but the box.
-void MergeChildren(const BoxTree& tree, Scratch<MergedNode>& nodes, int n);
-
-/// Adds the corners of the topmost fitted boxes below a node.
-void AddCorners(const BoxTree& tree, const Scratch<MergedNode>& nodes, int n,
-                std::vector<Point3>& points);
+MergedNode EmptyNode();
+void Merge(MergedNode& node, const MergedNode& below);
 
 /// Fits a box to points, or takes the bounds where they are smaller.
 /// @param pad  by which the box has to be wider than the points
-void ChooseBox(MergedNode& node, const std::vector<Point3>& points, double pad);
+void ChooseBox(MergedNode& node, std::span<const Point3> points, double pad);
+
+/// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
+constexpr int kMostFitted = 4096;
+
+/// Goes through all nodes that a query looks at, children first, as deep as half the tree. Of each
+/// the builder is asked for:
+/// - Prepare(items), of the topmost nodes that are fitted;
+/// - a Node with `merged`, which starts as EmptyNode() and goes through ReadLeaf(items, node), or
+///   through Merge(node, below) for each node below it;
+/// - PointsOf(items, pad), what the box of a fitted node has to hold;
+/// - Finish(items, node, quad, lane), when the box is chosen.
+/// @param corners  of the fitted boxes found so far
+template <class Builder>
+typename Builder::Node FillLane(Builder& build, const BoxTree& tree, int q, int lane,
+                                std::vector<Point3>& corners, bool below = false)
+{
+    const BoxQuad& quad = tree.Quad(q);
+    const BoxNode& items = tree.At(quad.node[lane]);
+    const bool fitted = items.last - items.first <= kMostFitted;
+    if (fitted && !below) build.Prepare(items);
+    const std::size_t first = corners.size();
+    typename Builder::Node node = build.EmptyNode();
+    if (quad.below[lane] <= 0)
+        build.ReadLeaf(items, node);
+    else
+        for (int child = 0; child < tree.Quad(quad.below[lane]).count; ++child)
+            build.Merge(node, FillLane(build, tree, quad.below[lane], child, corners, fitted));
+    double pad = 0;
+    ChooseBox(node.merged,
+              fitted ? build.PointsOf(items, pad) : std::span<const Point3>(corners).subspan(first),
+              pad);
+    build.Finish(items, node, q, lane);
+    if (fitted && !below) {
+        const auto box = CornersOf(node.merged.box);
+        corners.insert(corners.end(), box.begin(), box.end());
+    }
+    return node;
+}
 
 void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box);
 

@@ -1,5 +1,6 @@
 // The tree over a solid's triangles as targets.
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "interference/hit_region.h"
@@ -12,98 +13,86 @@
 namespace
 {
 
-/// A lane of TargetBoxes.
+/// What is merged for TargetBoxes.
 struct TargetNode {
-    float longest, side[3], turn[3], turnAtAll;
-    bool holdsCells;
+    MergedNode merged;
+    float longest = 0;
+    bool holdsCells = false;
 };
 
+/// Fills in boxes and planes, for FillLane.
 struct TargetBuilder {
-    Scratch<Target> target;
-    Scratch<HitRegion> region;
-    Scratch<BoxItem> item;
-    Scratch<MergedNode> merged; ///< these two by node
-    Scratch<TargetNode> node;
-    std::vector<Point3> points; ///< of one node
-    int count = 0;
-    double reach = 0; ///< greatest magnitude of a coordinate
-    bool usable = true;
+    using Node = TargetNode;
+    QueryTrees& trees;
+    const Scratch<BoxItem>& item; ///< in the order of the tree, and so nearer than the triangles
+    double reach;                 ///< greatest magnitude of a coordinate
+    // Of the items that were prepared last:
+    int first = 0;
+    std::vector<std::array<float, 4>> plane;
+    std::vector<HitRegion> region;
+    std::vector<Point3> points;
+
+    const Target& TargetAt(int i) const { return trees.target[static_cast<std::size_t>(i)]; }
+    const float (*CornersAt(int i) const)[3] { return item[static_cast<std::size_t>(i)].corner; }
+    const HitRegion& RegionAt(int i) const { return region[static_cast<std::size_t>(i - first)]; }
+    const float* PlaneAt(int i) const { return plane[static_cast<std::size_t>(i - first)].data(); }
+
+    static TargetNode EmptyNode() { return {::EmptyNode()}; }
+    void Prepare(const BoxNode& items);
+    void ReadLeaf(const BoxNode& items, TargetNode& node) const;
+    static void Merge(TargetNode& node, const TargetNode& below);
+    std::span<const Point3> PointsOf(const BoxNode& items, double& pad);
+    void Finish(const BoxNode& items, const TargetNode& node, int quad, int lane) const;
+
+    void SetTurn(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes, int lane) const;
+    void SetSides(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes, int lane) const;
+    void SetPlanes(const BoxNode& leaf, LeafPlanes& planes) const;
 };
 
-/// Nothing hits a triangle but edges whose box meets the leaf, so its cell bounds what has no
-/// bounds of its own.
-void AddTarget(TargetBuilder& build, const Target& target)
+void TargetBuilder::Prepare(const BoxNode& items)
 {
-    const auto at = static_cast<std::size_t>(build.count);
-    build.target[at] = target;
-    HitRegion& region = build.region[at];
-    if (!target.triangle ||
-        !CalcHitRegion(target.triangle->corners, target.plane, build.reach, region))
-        SetToBox(region, target.leaf->bbox);
-    build.item[at] =
-        MakeItem(target.triangle ? target.triangle->corners : target.leaf->listHead->corners,
-                 target.plane, build.count++);
-}
-
-void AddLeaf(TargetBuilder& build, OCTREENODE* leaf)
-{
-    const int first = build.count;
-    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
-        Target target{{}, triangle, leaf};
-        if (!CalcPlane(triangle->corners[0], 3, target.plane)) {
-            build.count = first;
-            return AddTarget(build, Target{{}, nullptr, leaf});
-        }
-        AddTarget(build, target);
+    first = items.first;
+    plane.assign(static_cast<std::size_t>(items.last - items.first), {});
+    region.resize(plane.size());
+    for (std::size_t i = 0; i < plane.size(); ++i) {
+        const int at = first + static_cast<int>(i);
+        const Target& target = TargetAt(at);
+        if (target.triangle) CalcPlane(CornersAt(at)[0], 3, plane[i].data());
+        // Nothing hits a triangle but edges whose box meets the leaf, so its cell bounds what has
+        // no bounds of its own.
+        if (!target.triangle || !CalcHitRegion(CornersAt(at), plane[i].data(), reach, region[i]))
+            SetToBox(region[i], target.leaf->bbox);
     }
 }
 
-template <class Visit>
-void VisitLeaves(OCTREENODE* node, Visit visit)
-{
-    if (node->listHead) visit(node);
-    for (OCTREENODE* child : node->children)
-        if (child) VisitLeaves(child, visit);
-}
-
-void Measure(TargetBuilder& build, int& triangles, const OCTREENODE* leaf)
-{
-    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
-        ++triangles;
-        for (const auto& corner : triangle->corners) {
-            build.usable = build.usable && IsNearby(corner);
-            for (const float x : corner) build.reach = std::max(build.reach, double(std::fabs(x)));
-        }
-    }
-}
-
-void ReadLeaf(const QueryTrees& trees, const TargetBuilder& build, const BoxNode& items,
-              TargetNode& node, MergedNode& merged)
+void TargetBuilder::ReadLeaf(const BoxNode& items, TargetNode& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
-        const HitRegion& region = build.region[static_cast<std::size_t>(i)];
-        MergeBbox(merged.bounds, region.box);
-        if (region.corners != 3) node.holdsCells = true;
-        const Target& target = trees.target[static_cast<std::size_t>(i)];
-        if (!target.triangle) continue;
-        const auto& corner = target.triangle->corners;
+        MergeBbox(node.merged.bounds, RegionAt(i).box);
+        if (RegionAt(i).corners != 3) node.holdsCells = true;
+        if (!TargetAt(i).triangle) continue;
+        const auto* corner = CornersAt(i);
         for (int c = 0; c < 3; ++c)
             node.longest = std::max(node.longest, LengthOf(corner[c], corner[(c + 1) % 3]).most);
-        AddNormals(merged.normals, target.plane, target.plane);
+        AddNormals(node.merged.normals, PlaneAt(i), PlaneAt(i));
     }
 }
 
-void FindPoints(const QueryTrees& trees, TargetBuilder& build, int n, double& pad)
+void TargetBuilder::Merge(TargetNode& node, const TargetNode& below)
 {
-    const BoxNode& items = trees.targetTree.At(n);
-    build.points.clear();
-    pad = 0;
-    if (!IsFitted(items)) return AddCorners(trees.targetTree, build.merged, n, build.points);
+    ::Merge(node.merged, below.merged);
+    node.longest = std::max(node.longest, below.longest);
+    node.holdsCells = node.holdsCells || below.holdsCells;
+}
+
+std::span<const Point3> TargetBuilder::PointsOf(const BoxNode& items, double& pad)
+{
+    points.clear();
     for (int i = items.first; i < items.last; ++i) {
-        const HitRegion& region = build.region[static_cast<std::size_t>(i)];
-        for (int c = 0; c < region.corners; ++c) build.points.push_back(CornerOf(region, c));
-        pad = std::max(pad, double(region.pad));
+        for (int c = 0; c < RegionAt(i).corners; ++c) points.push_back(CornerOf(RegionAt(i), c));
+        pad = std::max(pad, double(RegionAt(i).pad));
     }
+    return points;
 }
 
 /// The most that bounds of normals, less the first axis, reach along another.
@@ -119,133 +108,144 @@ double TurnAlong(const NormalBounds& normals, const float* first, const float* a
     return std::max(-low, high);
 }
 
-void ReadTurn(const QueryTrees& trees, const BoxNode& items, const MergedNode& merged,
-              TargetNode& node)
+void TargetBuilder::SetTurn(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes,
+                            int lane) const
 {
     const auto widened = [&](double turn) {
         return node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
     };
-    const float* first = merged.box.axis[0];
-    node.turnAtAll = widened(FarthestNormal(merged.normals, first));
+    const float* normal = node.merged.box.axis[0];
+    boxes.turnAtAll[lane] = widened(FarthestNormal(node.merged.normals, normal));
     for (int k = 0; k < 3; ++k) {
-        const float* axis = merged.box.axis[k];
+        const float* axis = node.merged.box.axis[k];
         double turn = 0;
-        if (!IsFitted(items) || node.holdsCells)
-            turn = TurnAlong(merged.normals, first, axis);
+        if (items.last - items.first > kMostFitted || node.holdsCells)
+            turn = TurnAlong(node.merged.normals, normal, axis);
         else
-            for (int i = items.first; i < items.last; ++i) {
-                const float* plane = trees.target[static_cast<std::size_t>(i)].plane;
-                turn = std::max(turn, std::fabs(dot(axis, plane) - dot(axis, first)));
-            }
-        node.turn[k] = widened(turn);
+            for (int i = items.first; i < items.last; ++i)
+                turn = std::max(turn, std::fabs(dot(axis, PlaneAt(i)) - dot(axis, normal)));
+        boxes.turn[k][lane] = widened(turn);
     }
 }
 
-/// The greatest extents of sides along the axes of the box, for nodes of not too many.
-void ReadSides(const QueryTrees& trees, const BoxNode& items, const OrientedBox& box,
-               TargetNode& node)
+/// Exactly for nodes of not too many.
+void TargetBuilder::SetSides(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes,
+                             int lane) const
 {
     constexpr int kMost = 256;
-    std::fill_n(node.side, 3, node.longest);
-    if (items.last - items.first > kMost || node.holdsCells) return;
+    const bool many = items.last - items.first > kMost || node.holdsCells;
     for (int k = 0; k < 3; ++k) {
-        double most = 0;
-        for (int i = items.first; i < items.last; ++i) {
-            const auto& corner = trees.target[static_cast<std::size_t>(i)].triangle->corners;
-            const double a = dot(box.axis[k], corner[0]), b = dot(box.axis[k], corner[1]),
-                         c = dot(box.axis[k], corner[2]);
+        const float* axis = node.merged.box.axis[k];
+        double most = many ? node.longest : 0;
+        for (int i = items.first; !many && i < items.last; ++i) {
+            const auto* corner = CornersAt(i);
+            const double a = dot(axis, corner[0]), b = dot(axis, corner[1]),
+                         c = dot(axis, corner[2]);
             most = std::max({most, std::fabs(a - b), std::fabs(b - c), std::fabs(c - a)});
         }
         // The axes are not at right angles to the last bit.
-        node.side[k] = RoundUp(most + 1e-6 * node.longest);
+        boxes.side[k][lane] = RoundUp(most + 1e-6 * node.longest);
     }
 }
 
-void FillNode(QueryTrees& trees, TargetBuilder& build, int n)
-{
-    const auto at = static_cast<std::size_t>(n);
-    const BoxTree& tree = trees.targetTree;
-    TargetNode& node = build.node[at];
-    MergedNode& merged = build.merged[at];
-    ClearNode(merged);
-    if (tree.IsLeaf(n)) {
-        ReadLeaf(trees, build, tree.At(n), node, merged);
-    } else {
-        MergeChildren(tree, build.merged, n);
-        for (const int child : {tree.Left(n), tree.Right(n)}) {
-            const TargetNode& below = build.node[static_cast<std::size_t>(child)];
-            node.longest = std::max(node.longest, below.longest);
-            if (below.holdsCells) node.holdsCells = true;
-        }
-    }
-    double pad = 0;
-    FindPoints(trees, build, n, pad);
-    ChooseBox(merged, build.points, pad);
-    ReadTurn(trees, tree.At(n), merged, node);
-    ReadSides(trees, tree.At(n), merged.box, node);
-}
-
-void SetLane(TargetBoxes& boxes, int lane, const TargetNode& node, const OrientedBox& box)
-{
-    SetLane(boxes.box, lane, box);
-    boxes.longest[lane] = node.longest;
-    for (int k = 0; k < 3; ++k) {
-        boxes.side[k][lane] = node.side[k];
-        boxes.turn[k][lane] = node.turn[k];
-    }
-    boxes.turnAtAll[lane] = node.turnAtAll;
-    boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
-}
-
-void SetPlanes(const QueryTrees& trees, const BoxNode& leaf, LeafPlanes& planes)
+void TargetBuilder::SetPlanes(const BoxNode& leaf, LeafPlanes& planes) const
 {
     for (int lane = 0; lane < leaf.last - leaf.first; ++lane) {
-        const float* plane = trees.target[static_cast<std::size_t>(leaf.first + lane)].plane;
-        for (int r = 0; r < 3; ++r) planes.normal[r][lane] = plane[r];
-        planes.d[lane] = plane[3];
+        const float* one = PlaneAt(leaf.first + lane);
+        for (int r = 0; r < 3; ++r) planes.normal[r][lane] = one[r];
+        planes.d[lane] = one[3];
     }
 }
 
-/// Fills in the boxes and planes of a tree that has targets.
-void BuildBoxes(QueryTrees& trees, TargetBuilder& build)
+void TargetBuilder::Finish(const BoxNode& items, const TargetNode& node, int quad, int lane) const
 {
-    const BoxTree& tree = trees.targetTree;
-    const auto nodes = static_cast<std::size_t>(tree.nodeCount);
-    build.merged = MakeScratch<MergedNode>(nodes);
-    build.node = MakeScratch<TargetNode>(nodes);
-    // Children lie behind their node.
-    for (int n = tree.nodeCount - 1; n >= 0; --n) FillNode(trees, build, n);
-    trees.targetBoxes = MakeScratch<TargetBoxes>(static_cast<std::size_t>(tree.quadCount));
-    trees.leafPlanes = MakeScratch<LeafPlanes>(static_cast<std::size_t>(tree.leafCount));
-    VisitLanes(tree, [&](std::size_t q, int lane, std::size_t n) {
-        SetLane(trees.targetBoxes[q], lane, build.node[n], build.merged[n].box);
-        const int below = tree.quad[q].below[lane];
-        if (below <= 0)
-            SetPlanes(trees, tree.node[n], trees.leafPlanes[static_cast<std::size_t>(-below)]);
-    });
+    TargetBoxes& boxes = trees.targetBoxes[static_cast<std::size_t>(quad)];
+    SetLane(boxes.box, lane, node.merged.box);
+    boxes.longest[lane] = node.longest;
+    boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
+    SetTurn(items, node, boxes, lane);
+    SetSides(items, node, boxes, lane);
+    const int below = trees.targetTree.Quad(quad).below[lane];
+    if (below <= 0) SetPlanes(items, trees.leafPlanes[static_cast<std::size_t>(-below)]);
+}
+
+/// The targets as the octree has them.
+struct TargetList {
+    Scratch<Target> target;
+    Scratch<BoxItem> item;
+    int count = 0;
+
+    void Add(const Target& added, const float* plane)
+    {
+        const auto at = static_cast<std::size_t>(count);
+        target[at] = added;
+        item[at] =
+            MakeItem(added.triangle ? added.triangle->corners : added.leaf->listHead->corners,
+                     plane, count++);
+    }
+};
+
+void AddLeaf(TargetList& list, OCTREENODE* leaf)
+{
+    const int first = list.count;
+    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
+        float plane[4] = {};
+        if (!CalcPlane(triangle->corners[0], 3, plane)) {
+            list.count = first;
+            return list.Add({nullptr, leaf}, plane);
+        }
+        list.Add({triangle, leaf}, plane);
+    }
+}
+
+template <class Visit>
+void VisitLeaves(OCTREENODE* node, Visit visit)
+{
+    if (node->listHead) visit(node);
+    for (OCTREENODE* child : node->children)
+        if (child) VisitLeaves(child, visit);
+}
+
+struct Extent {
+    std::size_t triangles = 0;
+    double reach = 0; ///< greatest magnitude of a coordinate
+    bool nearby = true;
+
+    void Add(const OCTREENODE* leaf)
+    {
+        for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
+            ++triangles;
+            for (const auto& corner : triangle->corners) {
+                nearby = nearby && IsNearby(corner);
+                for (const float x : corner) reach = std::max(reach, double(std::fabs(x)));
+            }
+        }
+    }
+};
+
+bool IsPlainBox(const float* box)
+{
+    return IsNearby(box) && IsNearby(box + 3) && box[0] <= box[3] && box[1] <= box[4] &&
+           box[2] <= box[5];
 }
 
 void BuildTargets(SOLIDC& solid, QueryTrees& trees)
 {
-    TargetBuilder build;
-    int triangles = 0;
-    const float* root = solid.octree->root->bbox;
-    build.usable = IsNearby(root) && IsNearby(root + 3) && root[0] <= root[3] &&
-                   root[1] <= root[4] && root[2] <= root[5];
-    VisitLeaves(solid.octree->root, [&](OCTREENODE* leaf) { Measure(build, triangles, leaf); });
-    if (!build.usable) return;
-    const auto most = static_cast<std::size_t>(triangles);
-    build.target = MakeScratch<Target>(most);
-    build.region = MakeScratch<HitRegion>(most);
-    build.item = MakeScratch<BoxItem>(most);
-    VisitLeaves(solid.octree->root, [&](OCTREENODE* leaf) { AddLeaf(build, leaf); });
-    trees.targetTree = BuildBoxTree(build.item, build.count);
-    if (build.count) {
-        trees.target = InOrderOf(trees.targetTree, build.target);
-        build.region = InOrderOf(trees.targetTree, build.region);
-        BuildBoxes(trees, build);
-    }
+    OCTREENODE* const root = solid.octree->root;
+    Extent extent;
+    VisitLeaves(root, [&](OCTREENODE* leaf) { extent.Add(leaf); });
+    if (!extent.nearby || !IsPlainBox(root->bbox)) return;
     trees.targetsUsable = true;
+    TargetList list{MakeScratch<Target>(extent.triangles), MakeScratch<BoxItem>(extent.triangles)};
+    VisitLeaves(root, [&](OCTREENODE* leaf) { AddLeaf(list, leaf); });
+    if (list.count == 0) return;
+    BoxTree& tree = trees.targetTree = BuildBoxTree(list.item, list.count);
+    trees.target = InOrderOf(tree, list.target);
+    trees.targetBoxes = MakeScratch<TargetBoxes>(static_cast<std::size_t>(tree.quadCount));
+    trees.leafPlanes = MakeScratch<LeafPlanes>(static_cast<std::size_t>(tree.leafCount));
+    TargetBuilder build{trees, list.item, extent.reach, 0, {}, {}, {}};
+    std::vector<Point3> corners;
+    FillLane(build, tree, 0, 0, corners);
 }
 
 } // namespace
