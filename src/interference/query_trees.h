@@ -147,9 +147,9 @@ typename Builder::Node FillLane(Builder& build, const BoxTree& tree, int q, int 
         for (int child = 0; child < tree.Quad(quad.below[lane]).count; ++child)
             build.Merge(node, FillLane(build, tree, quad.below[lane], child, corners, fitted));
     double pad = 0;
-    ChooseBox(node.merged,
-              fitted ? build.PointsOf(items, pad) : std::span<const Point3>(corners).subspan(first),
-              pad);
+    const auto points =
+        fitted ? build.PointsOf(items, pad) : std::span<const Point3>(corners).subspan(first);
+    ChooseBox(node.merged, points, pad);
     build.Finish(items, node, q, lane);
     if (fitted && !below) {
         const auto box = CornersOf(node.merged.box);
