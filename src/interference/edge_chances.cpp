@@ -28,7 +28,7 @@ EdgeSight See(const LaneEdge& edge, const TargetBoxes& targets)
     Lanes apart[3], far{}, turned{};
     for (int r = 0; r < 3; ++r) {
         apart[r] = edge.middle[r] - targets.box.centre[r];
-        far += Abs(apart[r]);
+        far += Abs(apart[r]) + targets.box.half[r];
     }
     sight.rounding = edge.room + kRounding * (far + edge.length);
     for (int k = 0; k < 3; ++k) {
@@ -118,7 +118,7 @@ LaneMask MayHit(const LaneEdge& edge, const TargetBoxes& targets)
     for (int k = 0; k < 3; ++k) {
         const int i = (k + 1) % 3, j = (k + 2) % 3;
         const Lanes across = Abs(sight.apart[i] * sight.half[j] - sight.apart[j] * sight.half[i]);
-        const Lanes room = (2 * sight.rounding + kRounding * (half[i] + half[j])) * edge.length;
+        const Lanes room = 2 * sight.rounding * edge.length;
         apart |= across > (half[i] + sight.overSide) * sight.reach[j] +
                               (half[j] + sight.overSide) * sight.reach[i] + room;
     }

@@ -67,18 +67,6 @@ struct Query {
     }
 };
 
-/// Copies one lane into all of them, of a record made of lanes alone.
-template <class Record>
-Record SplatLane(const Record& from, int lane)
-{
-    constexpr std::size_t kCount = sizeof(Record) / sizeof(Lanes);
-    Record to;
-    const float* source = reinterpret_cast<const float*>(&from) + lane;
-    Lanes* target = reinterpret_cast<Lanes*>(&to);
-    for (std::size_t i = 0; i < kCount; ++i) target[i] = Splat(source[kLanes * i]);
-    return to;
-}
-
 /// A mover where the pass has it: a lane of some boxes, or all of them.
 struct PlacedNode {
     const PlacedBoxes& boxes;

@@ -13,7 +13,7 @@ constexpr float kAcross = 0.0033f; ///< more than the root of the 1e-5 of parall
 constexpr float kSphereProduct = 0.0064f;
 constexpr float kMostSphere = 0.114f;   ///< where min(u / 2, kSphereProduct / u) is greatest
 constexpr float kSphereReach = 0.0567f; ///< which is this
-constexpr double kPlaced = 1e-6;        ///< rounding of placed vertices and boxes, relative
+constexpr double kPlaced = 2e-6;        ///< rounding of placed vertices and boxes, relative
 constexpr float kRounding = 4e-6f;      ///< of sums of some products of floats, relative
 constexpr float kRigid = 1e-4f;         ///< the bend of a motion that only turns and shifts
 
@@ -180,9 +180,9 @@ Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& ta
     sight.rounding = Lanes{};
     for (int r = 0; r < 3; ++r) {
         sight.apart[r] = movers.centre[r] - targets.box.centre[r];
-        sight.rounding += kRounding * Abs(sight.apart[r]);
+        sight.rounding += kRounding * (Abs(sight.apart[r]) + targets.box.half[r]);
     }
-    sight.rounding += motion.room;
+    sight.rounding += motion.room; // which covers the movers' boxes too
     for (int k = 0; k < 3; ++k) {
         sight.sway[k] = Sway(motion, targets.box.axis[k]);
         sight.edge[k] = Lanes{};
@@ -207,9 +207,9 @@ LaneMask MayEndInPlane(const Motion& motion, const PlacedBoxes& movers, const Ta
 {
     const Lanes middle = Dot(sight.apart, targets.box.axis[0]), along = sight.cosine[0][0],
                 half = movers.half[0];
-    const Lanes across = height + kRounding * (half + sight.sway[0]) +
-                         (1 + kRounding) * (movers.half[1] * Abs(sight.cosine[0][1]) +
-                                            movers.half[2] * Abs(sight.cosine[0][2]));
+    const Lanes across = height + kRounding * sight.sway[0] +
+                         movers.half[1] * Abs(sight.cosine[0][1]) +
+                         movers.half[2] * Abs(sight.cosine[0][2]);
     const auto meets = [&](Lanes centre, Lanes from, Lanes to) {
         const Lanes a = centre + from * along, b = centre + to * along;
         return (from <= to) & ~(Smaller(a, b) > across) & ~(Larger(a, b) < -across);
@@ -257,12 +257,10 @@ void SetPass(Motion& motion, Pass pass)
 {
     motion.pass = pass;
     const bool walls = motion.hasWalls = pass == Pass::kWalls || pass == Pass::kWhole;
+    const float part = walls ? 0.5f : pass == Pass::kEnd ? 1.0f : 0.0f;
     double square = 0;
     for (int r = 0; r < 3; ++r) {
-        motion.middle[r] = motion.start[r] + (walls                ? 0.5f
-                                              : pass == Pass::kEnd ? 1.0f
-                                                                   : 0.0f) *
-                                                 motion.way[r];
+        motion.middle[r] = motion.start[r] + part * motion.way[r];
         motion.halfWay[r] = (walls ? 0.5f : 0.0f) * motion.way[r];
         square += double(motion.way[r][0]) * motion.way[r][0];
     }

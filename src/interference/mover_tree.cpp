@@ -264,6 +264,8 @@ void MoverBuilder::Finish(const BoxNode& items, MoverNode& node, int quad, int l
         boxes.slant[i][lane] = 1;
     }
     if (items.last - items.first <= kMostFitted) SetMeasures(items, node, boxes, lane);
+    if (lane == 0)
+        boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
 }
 
 void BuildMovers(SOLIDC& solid, QueryTrees& trees)

@@ -160,6 +160,18 @@ typename Builder::Node FillLane(Builder& build, const BoxTree& tree, int q, int 
 
 void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box);
 
+/// Copies one lane of a record that is made of lanes alone into all of them.
+template <class Record>
+Record SplatLane(const Record& from, int lane)
+{
+    constexpr std::size_t kCount = sizeof(Record) / sizeof(Lanes);
+    Record to;
+    const float* source = reinterpret_cast<const float*>(&from) + lane;
+    Lanes* target = reinterpret_cast<Lanes*>(&to);
+    for (std::size_t i = 0; i < kCount; ++i) target[i] = Splat(source[kLanes * i]);
+    return to;
+}
+
 /// A triangle for the tree.
 BoxItem MakeItem(const float (*corner)[3], const float* normal, int item);
 

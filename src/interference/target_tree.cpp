@@ -165,6 +165,8 @@ void TargetBuilder::Finish(const BoxNode& items, const TargetNode& node, int qua
     boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
     SetTurn(items, node, boxes, lane);
     SetSides(items, node, boxes, lane);
+    if (lane == 0)
+        boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
     const int below = trees.targetTree.Quad(quad).below[lane];
     if (below <= 0) SetPlanes(items, trees.leafPlanes[static_cast<std::size_t>(-below)]);
 }
