@@ -18,7 +18,7 @@ namespace
 TEST(FastDetect, AnswersAsThePlainWalk)
 {
     // More, and others, for a longer run: SCAPI_SCENES=first:count.
-    unsigned first = 1, count = 6000;
+    unsigned first = 1, count = 4000;
     if (const char* scenes = std::getenv("SCAPI_SCENES"))
         (void)std::sscanf(scenes, "%u:%u", &first, &count);
     int hits = 0;

@@ -32,20 +32,45 @@ Mesh BoxMesh(const Point& low, const Point& high)
     return mesh;
 }
 
+/// A point of the unit circle, that of `sector` of four times `quarter`. Only operations that round
+/// alike everywhere: no sine, no cosine.
+static std::array<double, 2> OnCircle(int sector, int quarter)
+{
+    const double t = double(sector % quarter) / quarter;
+    const double c = (1 - t * t) / (1 + t * t), s = 2 * t / (1 + t * t);
+    const std::array<double, 4> x{c, -s, -c, s}, y{s, c, -s, -c};
+    const auto turn = static_cast<std::size_t>(sector / quarter % 4);
+    return {x[turn], y[turn]};
+}
+
+Mesh TubeMesh(int quarter, float inner, float outer, float height)
+{
+    const auto at = [&](int sector, int corner) -> Point {
+        const auto [x, y] = OnCircle(sector, quarter);
+        const double radius = corner % 4 == 0 || corner % 4 == 3 ? outer : inner;
+        return {static_cast<float>(radius * x), static_cast<float>(radius * y),
+                corner % 4 < 2 ? height : 0};
+    };
+    Mesh mesh;
+    for (int i = 0; i < 4 * quarter; ++i)
+        for (int j = 0; j < 4; ++j) {
+            const Point a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
+            mesh.push_back({a, b, c});
+            mesh.push_back({a, c, d});
+        }
+    return mesh;
+}
+
 Mesh SphereMesh(int rings, float radius)
 {
-    // Only operations that round alike everywhere: no sine, no cosine.
     const int quarter = (rings + 1) / 2, sectors = 4 * quarter;
     const auto at = [&](int ring, int sector) -> Point {
         const double height = 1 - 2.0 * ring / rings, width = std::sqrt(1 - height * height);
-        const double t = double(sector % quarter) / quarter;
-        const double c = (1 - t * t) / (1 + t * t), s = 2 * t / (1 + t * t);
-        const std::array<double, 4> x{c, -s, -c, s}, y{s, c, -s, -c};
-        const auto turn = static_cast<std::size_t>(sector % sectors / quarter);
+        const auto [x, y] = OnCircle(sector, quarter);
         const double bump = radius * (1 + 0.02 * ((7 * ring + 3 * (sector % sectors)) % 5));
         if (ring == 0 || ring == rings) return {0, 0, static_cast<float>(radius * height)};
-        return {static_cast<float>(bump * width * x[turn]),
-                static_cast<float>(bump * width * y[turn]), static_cast<float>(bump * height)};
+        return {static_cast<float>(bump * width * x), static_cast<float>(bump * width * y),
+                static_cast<float>(bump * height)};
     };
     Mesh mesh;
     for (int i = 0; i < rings; ++i)

@@ -39,6 +39,8 @@ struct SolidInternals {
 Mesh BoxMesh(const Point& low, const Point& high);
 /// A closed, bumpy sphere round the origin, of about 4 * rings * rings triangles.
 Mesh SphereMesh(int rings, float radius);
+/// A closed tube round the z axis from z = 0, of 4 * `quarter` columns of long thin triangles.
+Mesh TubeMesh(int quarter, float inner, float outer, float height);
 /// `count` random triangles in a cube of the given size.
 Mesh SoupMesh(unsigned seed, int count, float size);
 

@@ -84,6 +84,11 @@ Scene RandomScene(const std::function<std::uint32_t()>& random)
     const float far = dice.Of(4) ? 0 : size * static_cast<float>(std::pow(10.0, dice.Of(4)));
     Mesh a = RandomMesh(dice, simple);
     Mesh b = RandomMesh(dice, false);
+    // A shaft in a bore: many nodes side by side, hits beside edges of all lengths.
+    if (dice.Of(4) == 0) {
+        a = TubeMesh(1 + dice.Of(25), 1, dice.In(1.1, 3), dice.In(0.2, 2));
+        b = TubeMesh(1 + dice.Of(25), 0.5f, 1 + dice.Gap(), dice.In(0.2, 4));
+    }
     // Sometimes so small that the floats around it swallow its edges.
     if (dice.Of(4) == 0) {
         const float small = static_cast<float>(std::pow(10.0, -1 - dice.Of(6)));
