@@ -42,6 +42,26 @@ std::vector<Triangle> Sphere(int triangles)
     return mesh;
 }
 
+std::vector<Triangle> Tube(int triangles, double inner, double outer, double length)
+{
+    const int columns = triangles / 8;
+    const auto at = [&](int column, int corner) -> Point {
+        const double angle = 2 * std::acos(-1.0) * (column % columns) / columns;
+        const double radius = corner % 4 == 0 || corner % 4 == 3 ? outer : inner;
+        return {static_cast<float>((corner % 4 < 2 ? 0.5 : -0.5) * length),
+                static_cast<float>(radius * std::cos(angle)),
+                static_cast<float>(radius * std::sin(angle))};
+    };
+    std::vector<Triangle> mesh;
+    for (int i = 0; i < columns; ++i)
+        for (int j = 0; j < 4; ++j) {
+            const Point a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
+            mesh.push_back({a, b, c});
+            mesh.push_back({a, c, d});
+        }
+    return mesh;
+}
+
 void WriteBinary(std::FILE* file, const std::vector<Triangle>& mesh)
 {
     const std::array<char, 80> header{};
@@ -71,14 +91,25 @@ void WriteText(std::FILE* file, const std::vector<Triangle>& mesh)
 
 } // namespace
 
-int WriteSphere(const std::string& path, int triangles, bool text)
+static File Create(const std::string& path)
 {
-    const std::vector<Triangle> mesh = Sphere(triangles);
-    const File file(std::fopen(path.c_str(), "wb"));
+    File file(std::fopen(path.c_str(), "wb"));
     if (!file) {
         std::perror(path.c_str());
         std::exit(2);
     }
+    return file;
+}
+
+int WriteSphere(const std::string& path, int triangles, bool text)
+{
+    const std::vector<Triangle> mesh = Sphere(triangles);
+    const File file = Create(path);
     text ? WriteText(file.get(), mesh) : WriteBinary(file.get(), mesh);
     return static_cast<int>(mesh.size());
+}
+
+void WriteTube(const std::string& path, int triangles, double inner, double outer, double length)
+{
+    WriteBinary(Create(path).get(), Tube(triangles, inner, outer, length));
 }

@@ -7,4 +7,7 @@
 /// Writes a closed, bumpy sphere of about `triangles` triangles, radius 100. @return their number
 int WriteSphere(const std::string& path, int triangles, bool text);
 
+/// Writes a closed tube round the x axis, of about `triangles` triangles, long and thin ones.
+void WriteTube(const std::string& path, int triangles, double inner, double outer, double length);
+
 #endif

@@ -1,9 +1,11 @@
 // Time of a query, a new pose and its answer, for two bumpy spheres: apart; one inside the other,
-// with room between the surfaces; 0.01 apart; in contact. Placed, and moved by 30 to that pose.
+// with room between the surfaces; 0.01 apart; in contact. And for a shaft in a bore, with 0.05 of
+// air all round. Placed, and moved by 30 to that pose. And of the first query after a load.
 // Each row shows how many of its answers were contact, so that a change of an answer shows.
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <string>
@@ -45,7 +47,7 @@ float ContactAt(float angle)
     return clear;
 }
 
-enum Situation { kApart, kNested, kNear, kHit };
+enum Situation { kApart, kNested, kNear, kHit, kFit };
 
 std::array<Pose, kPoses> MakePoses(Situation situation)
 {
@@ -63,6 +65,9 @@ std::array<Pose, kPoses> MakePoses(Situation situation)
         case kNear:
             poses[static_cast<std::size_t>(i)] = MakePose(1, angle, ContactAt(angle) + 0.01f);
             break;
+        case kFit:
+            poses[static_cast<std::size_t>(i)] = MakePose(1, angle, 0.5f * step);
+            break;
         case kHit:
             poses[static_cast<std::size_t>(i)] = MakePose(1, angle, ContactAt(angle) - 0.5f);
             break;
@@ -71,24 +76,51 @@ std::array<Pose, kPoses> MakePoses(Situation situation)
     return poses;
 }
 
-/// Two spheres of a size in slots 0 and 1, loaded once for all rows of that size.
-void LoadSpheres(int triangles)
+void LoadInto(int slot, std::string path)
 {
-    static int loaded = 0;
-    if (loaded == triangles) return;
-    const auto folder = std::filesystem::temp_directory_path() / "scapi_bench_query";
-    std::filesystem::create_directories(folder);
-    std::string path = (folder / "sphere.stl").string();
-    WriteSphere(path, triangles, false);
-    for (int slot = 0; slot < 2; ++slot)
-        SCAPI_LoadSTL(slot, reinterpret_cast<unsigned char*>(path.data()), 0);
-    std::filesystem::remove_all(folder);
-    loaded = triangles;
+    SCAPI_LoadSTL(slot, reinterpret_cast<unsigned char*>(path.data()), 0);
+}
+
+/// The solids of a situation in slots 0 and 1, of a size, loaded from their caches where the
+/// situation before was alike.
+void Load(int triangles, bool fit)
+{
+    static const auto folder = std::filesystem::temp_directory_path() / "scapi_bench_query";
+    static int written = 0;
+    const int wanted = fit ? -triangles : triangles;
+    const std::string first = (folder / "first.stl").string(),
+                      second = (folder / "second.stl").string();
+    if (written != wanted) {
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directories(folder);
+        if (fit) {
+            WriteTube(first, triangles, 18, 60, 24);
+            WriteTube(second, triangles, 5, 17.95, 60);
+        } else {
+            WriteSphere(first, triangles, false);
+            WriteSphere(second, triangles, false);
+        }
+        written = wanted;
+    }
+    LoadInto(0, first);
+    LoadInto(1, second);
+}
+
+void FirstQuery(benchmark::State& state, bool fit)
+{
+    Pose pose = MakePose(1, 0, 0);
+    for (auto _ : state) {
+        Load(static_cast<int>(state.range(0)), fit);
+        const auto start = std::chrono::steady_clock::now();
+        benchmark::DoNotOptimize(Touches(pose));
+        state.SetIterationTime(
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
 }
 
 void Query(benchmark::State& state, Situation situation, bool moves)
 {
-    LoadSpheres(static_cast<int>(state.range(0)));
+    Load(static_cast<int>(state.range(0)), situation == kFit);
     std::array<Pose, kPoses> ends = MakePoses(situation), starts = ends;
     for (Pose& start : starts)
         if (moves) start.row[0][3] += kMotion;
@@ -107,7 +139,7 @@ void Query(benchmark::State& state, Situation situation, bool moves)
 
 void DefSweep(benchmark::State& state, bool moves)
 {
-    LoadSpheres(static_cast<int>(state.range(0)));
+    Load(static_cast<int>(state.range(0)), false);
     Pose start = MakePose(1, 0, 400), end = start;
     if (moves) start.row[0][3] += kMotion;
     for (auto _ : state) {
@@ -121,6 +153,12 @@ void Sizes(benchmark::internal::Benchmark* bench)
     bench->RangeMultiplier(10)->Range(1000, 100000)->Unit(benchmark::kMicrosecond);
 }
 
+/// Refinement makes thirty triangles of each that is long and thin.
+void SmallSizes(benchmark::internal::Benchmark* bench)
+{
+    bench->RangeMultiplier(10)->Range(1000, 10000)->Unit(benchmark::kMicrosecond);
+}
+
 BENCHMARK_CAPTURE(DefSweep, placed, false)->Apply(Sizes);
 BENCHMARK_CAPTURE(DefSweep, moved, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, apart_placed, kApart, false)->Apply(Sizes);
@@ -131,6 +169,10 @@ BENCHMARK_CAPTURE(Query, apart_moved, kApart, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, nested_moved, kNested, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, near_moved, kNear, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, hit_moved, kHit, true)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, fit_placed, kFit, false)->Apply(SmallSizes);
+BENCHMARK_CAPTURE(Query, fit_moved, kFit, true)->Apply(SmallSizes);
+BENCHMARK_CAPTURE(FirstQuery, spheres, false)->Apply(Sizes)->UseManualTime();
+BENCHMARK_CAPTURE(FirstQuery, fit, true)->Apply(SmallSizes)->UseManualTime();
 
 } // namespace
 

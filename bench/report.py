@@ -12,10 +12,12 @@ import matplotlib.pyplot as plt
 def read_rows(path):
     """Rows of a result file: name -> {triangles: time}, and the unit of the times."""
     rows, unit = {}, ""
-    for run in json.loads(path.read_text())["benchmarks"]:
+    text = path.read_text()
+    # A filter that matches nothing leaves an empty file.
+    for run in json.loads(text)["benchmarks"] if text.strip() else []:
         if run.get("error_occurred") or run.get("run_type") == "aggregate":
             continue
-        name, size = run["name"].rsplit("/", 1)
+        name, size = run["name"].removesuffix("/manual_time").rsplit("/", 1)
         rows.setdefault(name, {})[int(size)] = run["real_time"]
         unit = run["time_unit"]
     return rows, unit
@@ -49,6 +51,8 @@ def main():
     parts = []
     for path in sorted(folder.glob("*.json")):
         rows, unit = read_rows(path)
+        if not rows:
+            continue
         parts.append(f"## {path.stem}\n\n{table(rows, unit)}\n")
         draw(rows, unit, path.stem, folder / f"{path.stem}.svg")
     report = folder / "table.md"
