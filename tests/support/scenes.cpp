@@ -74,11 +74,50 @@ Matrix RandomTurn(Dice& dice)
     return m;
 }
 
+/// Anything between two bounds, small as often as large.
+float AnySize(Dice& dice, double low, double high)
+{
+    double size = low, root = high / low;
+    for (int bit = 0; bit < 6; ++bit) {
+        root = std::sqrt(root);
+        if (dice.Of(2)) size *= root;
+    }
+    return static_cast<float>(size);
+}
+
+/// Something small beside a face, in its plane but for the contact tolerance, where only crossing
+/// points beyond the ends of edges and segments that count as parallel can hit. Boxes far away make
+/// large cells of the octree.
+Scene BesideScene(Dice& dice)
+{
+    const float length = AnySize(dice, 0.5, 8), width = AnySize(dice, 0.01, 4);
+    Mesh a = BoxMesh({0, 0, -AnySize(dice, 0.05, 2)}, {length, width, 0});
+    const float far = AnySize(dice, 1, 30);
+    for (const float at : {-far - 3, far}) {
+        const Mesh box = BoxMesh({at, at, at}, {at + 1, at + 1, at + 1});
+        a.insert(a.end(), box.begin(), box.end());
+    }
+    const Point size{AnySize(dice, 1e-3, 2), AnySize(dice, 1e-3, 2), AnySize(dice, 1e-3, 2)};
+    const Mesh b =
+        dice.Of(3) ? BoxMesh({0, 0, 0}, size) : TubeMesh(1 + dice.Of(8), 0.1f, 0.3f, size[2]);
+    Scene scene{LoadedSolid(a), LoadedSolid(b), RandomTurn(dice), {}};
+    scene.start[0][3] = dice.In(-3, length + 3);
+    scene.start[1][3] = dice.In(-2, width + 2);
+    scene.start[2][3] = dice.In(-3e-4, 3e-4);
+    scene.end = scene.start;
+    if (dice.Of(3) == 0) return scene;
+    const float way = AnySize(dice, 1e-3, 6);
+    for (std::size_t axis = 0; axis < 2; ++axis) scene.end[axis][3] += dice.In(-1, 1) * way;
+    scene.end[2][3] += dice.In(-3e-4, 3e-4);
+    return scene;
+}
+
 } // namespace
 
 Scene RandomScene(const std::function<std::uint32_t()>& random)
 {
     Dice dice{random};
+    if (dice.Of(3) == 0) return BesideScene(dice);
     const bool simple = dice.Of(4) == 0;
     const float size = static_cast<float>(std::pow(10.0, dice.Of(7) - 3));
     const float far = dice.Of(4) ? 0 : size * static_cast<float>(std::pow(10.0, dice.Of(4)));
