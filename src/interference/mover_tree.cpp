@@ -257,6 +257,7 @@ void MoverBuilder::Finish(const BoxNode& items, MoverNode& node, int quad, int l
     SetLane(boxes.box, lane, box);
     boxes.longest[lane] = node.longest;
     boxes.shortest[lane] = boxes.shortestAlong[lane] = node.shortest;
+    boxes.bare[0][lane] = boxes.bare[1][lane] = 0;
     for (int i = 0; i < 3; ++i) {
         boxes.low[i][lane] = node.around.low[i];
         boxes.high[i][lane] = node.around.high[i];
