@@ -125,7 +125,7 @@ Scene RandomScene(const std::function<std::uint32_t()>& random)
     Mesh b = RandomMesh(dice, false);
     // A shaft in a bore: many nodes side by side, hits beside edges of all lengths.
     if (dice.Of(4) == 0) {
-        const int columns[] = {1 + dice.Of(25), 1 + dice.Of(25)};
+        const int columns[] = {1 + dice.Of(12), 1 + dice.Of(12)};
         const float reach[] = {dice.In(1.1, 3), dice.In(0.2, 2), 1 + dice.Gap(), dice.In(0.2, 4)};
         a = TubeMesh(columns[0], 1, reach[0], reach[1]);
         b = TubeMesh(columns[1], 0.5f, reach[2], reach[3]);
