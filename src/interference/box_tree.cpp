@@ -10,10 +10,10 @@
 
 // Where a node is cut decides what a query costs: two surfaces side by side are told apart as soon
 // as the boxes of their nodes are thinner than the gap. So each node is cut where the room that
-// both halves fill is least, for each item of theirs: across the middle, or between parts that face
-// different ways. The room is told by the second moments of the corners, which see a flat part as
-// flat however it lies. The cuts that are tried are the borders of a few bins, as in binned
-// surface-area splits (Wald 2007).
+// both parts fill is least, weighted with the root of the number of their items: across the middle,
+// or between parts that face different ways. The room is told by the second moments of the corners,
+// which see a flat part as flat however it lies. The cuts that are tried are the borders of a few
+// bins, as in binned surface-area splits (Wald 2007).
 
 namespace
 {
@@ -61,7 +61,7 @@ struct Moments {
 };
 
 /// The product of the spreads along the principal axes, where none counts as less than a small part
-/// of all.
+/// of all; times that of all, since long parts meet more than compact ones.
 double RoomOf(const Moments& m)
 {
     const double scale = 1 / (3 * m.count);

@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "interference/reach.h"
 #include "interference/tests.h"
 
 namespace
 {
-
-constexpr float kRounding = 4e-6f; ///< of sums of some products of floats, relative
 
 /// How an edge lies to the boxes of targets, along their axes.
 struct EdgeSight {
@@ -30,7 +29,7 @@ EdgeSight See(const LaneEdge& edge, const TargetBoxes& targets)
         apart[r] = edge.middle[r] - targets.box.centre[r];
         far += Abs(apart[r]) + targets.box.half[r];
     }
-    sight.rounding = edge.room + kRounding * (far + edge.length);
+    sight.rounding = edge.room + kBoundRounding * (far + edge.length);
     for (int k = 0; k < 3; ++k) {
         sight.apart[k] = Dot(apart, targets.box.axis[k]);
         sight.half[k] = Dot(edge.half, targets.box.axis[k]);
@@ -56,7 +55,7 @@ void KeepToEdge(EdgeSight& sight, const TargetBoxes& targets)
 {
     const Lanes height = targets.box.half[0] +
                          Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
-                         kRounding * targets.box.half[0];
+                         kBoundRounding * targets.box.half[0];
     const LaneMask ends = (Abs(sight.apart[0] - sight.half[0]) <= height) |
                           (Abs(sight.apart[0] + sight.half[0]) <= height);
     const Lanes none{};
@@ -69,7 +68,6 @@ void KeepToEdge(EdgeSight& sight, const TargetBoxes& targets)
 
 LaneEdge SplatEdge(const float (*ends)[3], float room)
 {
-    constexpr float kAcross = 0.0033f, kSphereProduct = 0.0064f; // as in motion.cpp
     constexpr float kWider = 1 + 1e-6f;
     LaneEdge edge;
     float half[3], square = 0;
@@ -102,7 +100,7 @@ LaneMask MayHit(const LaneEdge& edge, const TargetBoxes& targets)
                     room = k ? beyond + sight.overSide
                              : Larger(Smaller(beyond, sight.turned),
                                       sight.overSide * targets.turnAtAll);
-        apart |= Abs(sight.apart[k]) - reach - sight.rounding - kRounding * reach > room;
+        apart |= Abs(sight.apart[k]) - reach - sight.rounding - kBoundRounding * reach > room;
     }
     if (AllOf(apart)) return ~apart;
     // Along the edge, and across it and an axis of the box. A hit beyond the end of an edge is on
@@ -113,7 +111,7 @@ LaneMask MayHit(const LaneEdge& edge, const TargetBoxes& targets)
         reach += Abs(sight.cosine[k]) * half[k];
         seen += Abs(sight.cosine[k]);
     }
-    apart |= Abs(along) - reach - 2 * sight.rounding - kRounding * reach >
+    apart |= Abs(along) - reach - 2 * sight.rounding - kBoundRounding * reach >
              sight.partBeyond * edge.length + sight.overSide * seen;
     for (int k = 0; k < 3; ++k) {
         const int i = (k + 1) % 3, j = (k + 2) % 3;

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 #include "interference/motion.h"
@@ -12,7 +10,6 @@
 #include "interference/mover_leaf.h"
 #include "interference/query_trees.h"
 #include "interference/swept_first.h"
-#include "solid/bbox.h"
 #include "sweep/define.h"
 
 namespace

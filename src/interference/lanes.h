@@ -26,7 +26,7 @@ inline Lanes Larger(Lanes a, Lanes b) { return a > b ? a : b; }
 
 inline bool AllOf(LaneMask mask) { return (mask[0] & mask[1] & mask[2] & mask[3]) != 0; }
 
-/// Of two vectors of three, or three times as many lanes of them.
+/// Of two vectors of three, in each lane.
 inline Lanes Dot(const Lanes* a, const Lanes* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 #endif

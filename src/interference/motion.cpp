@@ -3,18 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "interference/reach.h"
 #include "interference/tests.h"
-#include "solid/bbox.h"
 
 namespace
 {
 
-constexpr float kAcross = 0.0033f; ///< more than the root of the 1e-5 of parallel segments
-constexpr float kSphereProduct = 0.0064f;
 constexpr float kMostSphere = 0.114f;   ///< where min(u / 2, kSphereProduct / u) is greatest
 constexpr float kSphereReach = 0.0567f; ///< which is this
 constexpr double kPlaced = 2e-6;        ///< rounding of placed vertices and boxes, relative
-constexpr float kRounding = 4e-6f;      ///< of sums of some products of floats, relative
 constexpr float kRigid = 1e-4f;         ///< the bend of a motion that only turns and shifts
 
 /// The most and the least by which a length grows, by Gershgorin's circles round the diagonal of
@@ -77,20 +74,17 @@ void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& pl
     }
 }
 
-/// To an edge of length u a side of length v is parallel that goes across it by less than 0.0033 /
-/// u. Then an end of the edge can lie beside the side, in the sphere over it: by v / 2, and by four
-/// times that. An end of the side can lie beside the edge by 0.0064 / u and u / 2. A diagonal of a
-/// wall can be as short as it likes, and an edge that is short against the floats around it can
-/// come out without length.
+/// How far parallel segments reach, see reach.h. A diagonal of a wall can be as short as it likes,
+/// and an edge that is short against the floats around it can come out without length.
 void PlaceLengths(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
 {
     const Lanes none{};
     placed.longest = motion.scale * boxes.longest + motion.room;
-    Lanes shortest = motion.leastScale * boxes.shortest * (1 - kRounding) - 2 * motion.room;
+    Lanes shortest = motion.leastScale * boxes.shortest * (1 - kBoundRounding) - 2 * motion.room;
     if (motion.hasWalls) shortest = none;
     const Lanes along =
         shortest > none
-            ? motion.leastScale * boxes.shortestAlong * (1 - kRounding) - 2 * motion.room
+            ? motion.leastScale * boxes.shortestAlong * (1 - kBoundRounding) - 2 * motion.room
             : none;
     placed.besideAlong = along > none ? 4 * kAcross / along : Splat(HUGE_VALF);
     placed.across = shortest > none ? kAcross / shortest : Splat(HUGE_VALF);
@@ -111,7 +105,7 @@ LaneMask TakesPart(const Motion& motion, const MoverBoxes& boxes)
         const Lanes a = motion.direction[r] * boxes.low[r], b = motion.direction[r] * boxes.high[r];
         low += Smaller(a, b);
         high += Larger(a, b);
-        slack += kRounding * Larger(Abs(a), Abs(b));
+        slack += kBoundRounding * Larger(Abs(a), Abs(b));
     }
     const LaneMask someTrail = low - slack < trailing, someDoNot = high + slack >= trailing;
     if (motion.pass == Pass::kStart) return someTrail;
@@ -124,7 +118,7 @@ LaneMask MeetBox(const Motion& motion, const PlacedBoxes& placed, const float* b
     for (int r = 0; r < 3; ++r) {
         Lanes reach = Abs(motion.halfWay[r]);
         for (int i = 0; i < 3; ++i) reach += placed.half[i] * Abs(placed.axis[i][r]);
-        reach += motion.room + kRounding * reach;
+        reach += motion.room + kBoundRounding * reach;
         apart |= (placed.centre[r] - reach > box[r + 3]) | (placed.centre[r] + reach < box[r]);
     }
     return ~apart;
@@ -180,7 +174,7 @@ Sight See(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& ta
     sight.rounding = Lanes{};
     for (int r = 0; r < 3; ++r) {
         sight.apart[r] = movers.centre[r] - targets.box.centre[r];
-        sight.rounding += kRounding * (Abs(sight.apart[r]) + targets.box.half[r]);
+        sight.rounding += kBoundRounding * (Abs(sight.apart[r]) + targets.box.half[r]);
     }
     sight.rounding += motion.room; // which covers the movers' boxes too
     for (int k = 0; k < 3; ++k) {
@@ -207,7 +201,7 @@ LaneMask MayEndInPlane(const Motion& motion, const PlacedBoxes& movers, const Ta
 {
     const Lanes middle = Dot(sight.apart, targets.box.axis[0]), along = sight.cosine[0][0],
                 half = movers.half[0];
-    const Lanes across = height + kRounding * sight.sway[0] +
+    const Lanes across = height + kBoundRounding * sight.sway[0] +
                          movers.half[1] * Abs(sight.cosine[0][1]) +
                          movers.half[2] * Abs(sight.cosine[0][2]);
     const auto meets = [&](Lanes centre, Lanes from, Lanes to) {
@@ -293,8 +287,8 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
     for (int k = 0; k < 3; ++k) {
         Lanes reach = targets.box.half[k] + sight.sway[k];
         for (int i = 0; i < 3; ++i) reach += movers.half[i] * Abs(sight.cosine[k][i]);
-        const Lanes gap =
-            Abs(Dot(sight.apart, targets.box.axis[k])) - reach - sight.rounding - kRounding * reach;
+        const Lanes gap = Abs(Dot(sight.apart, targets.box.axis[k])) - reach - sight.rounding -
+                          kBoundRounding * reach;
         // Where the hit is off the edge, an end of it lies in the target's plane, as the hit does.
         const Lanes most =
             k ? sight.edge[k] + sight.overSide
@@ -312,7 +306,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
         Lanes reach = movers.extent[i];
         for (int k = 0; k < 3; ++k) reach += targets.box.half[k] * Abs(sight.cosine[k][i]);
         const Lanes gap = Abs(Dot(sight.apart, movers.axis[i])) - reach -
-                          motion.scale * sight.rounding - kRounding * reach;
+                          motion.scale * sight.rounding - kBoundRounding * reach;
         const Lanes seen =
             Abs(sight.cosine[1][i]) + Abs(sight.cosine[2][i]) + motion.scale * targets.turnAtAll;
         beside |= gap > none;
@@ -322,7 +316,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
     }
     const Lanes height = targets.box.half[0] +
                          Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
-                         kRounding * targets.box.half[0];
+                         kBoundRounding * targets.box.half[0];
     apart |= beside & ~MayEndInPlane(motion, movers, targets, sight, height);
     chances.any = ~apart;
     chances.onEdge = ~beside;

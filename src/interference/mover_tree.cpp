@@ -264,7 +264,7 @@ void MoverBuilder::Finish(const BoxNode& items, MoverNode& node, int quad, int l
         boxes.edge[i][lane] = node.longest;
         boxes.slant[i][lane] = 1;
     }
-    if (items.last - items.first <= kMostFitted) SetMeasures(items, node, boxes, lane);
+    if (IsFitted(items)) SetMeasures(items, node, boxes, lane);
     if (lane == 0)
         boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
 }

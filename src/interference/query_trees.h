@@ -123,6 +123,8 @@ void ChooseBox(MergedNode& node, std::span<const Point3> points, double pad);
 /// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
 constexpr int kMostFitted = 4096;
 
+inline bool IsFitted(const BoxNode& items) { return items.last - items.first <= kMostFitted; }
+
 /// Goes through all nodes that a query looks at, children first, as deep as half the tree. Of each
 /// the builder is asked for:
 /// - Prepare(items), of the topmost nodes that are fitted;
@@ -137,7 +139,7 @@ typename Builder::Node FillLane(Builder& build, const BoxTree& tree, int q, int 
 {
     const BoxQuad& quad = tree.Quad(q);
     const BoxNode& items = tree.At(quad.node[lane]);
-    const bool fitted = items.last - items.first <= kMostFitted;
+    const bool fitted = IsFitted(items);
     if (fitted && !below) build.Prepare(items);
     const std::size_t first = corners.size();
     typename Builder::Node node = build.EmptyNode();

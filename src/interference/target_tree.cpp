@@ -119,7 +119,7 @@ void TargetBuilder::SetTurn(const BoxNode& items, const TargetNode& node, Target
     for (int k = 0; k < 3; ++k) {
         const float* axis = node.merged.box.axis[k];
         double turn = 0;
-        if (items.last - items.first > kMostFitted || node.holdsCells)
+        if (!IsFitted(items) || node.holdsCells)
             turn = TurnAlong(node.merged.normals, normal, axis);
         else
             for (int i = items.first; i < items.last; ++i)

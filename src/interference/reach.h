@@ -1,0 +1,14 @@
+// What the bounds of nodes and those of single edges share.
+#ifndef SCAPI_INTERFERENCE_REACH_H
+#define SCAPI_INTERFERENCE_REACH_H
+
+// To an edge of length u a side of length v is parallel that goes across it by less than
+// kAcross / u, more than the root of the 1e-5 of parallel segments. Then an end of the edge can lie
+// beside the side, in the sphere over it: by v / 2, and by four times that. An end of the side can
+// lie beside the edge by kSphereProduct / u and u / 2.
+constexpr float kAcross = 0.0033f;
+constexpr float kSphereProduct = 0.0064f;
+
+constexpr float kBoundRounding = 4e-6f; ///< of sums of some products of floats, relative
+
+#endif
