@@ -175,57 +175,72 @@ std::size_t Divide(Items items, int depth)
     return left == 0 || left == items.size() ? Halve(items) : left;
 }
 
-void Build(BoxTree& tree, Items items, int first, int depth)
-{
-    const auto at = static_cast<std::size_t>(tree.nodeCount++);
-    const auto count = static_cast<int>(items.size());
-    tree.node[at] = {first, first + count, 0};
-    if (count <= kItemsPerLeaf) return;
-    const std::size_t left = Divide(items, depth);
-    Build(tree, items.first(left), first, depth + 1);
-    tree.node[at].right = tree.nodeCount;
-    Build(tree, items.subspan(left), first + static_cast<int>(left), depth + 1);
-}
+/// Divides nodes of some items that lie side by side.
+struct Divider {
+    BoxTree& tree;
+    Items items;
+    int first; ///< number of the first item
+    int most;  ///< a node of so many is not divided
 
-/// @return the number of the quad of a node's grandchildren
-int BuildQuads(BoxTree& tree, int n);
+    Items In(const BoxRange& range) const
+    {
+        return items.subspan(static_cast<std::size_t>(range.first - first),
+                             static_cast<std::size_t>(range.Count()));
+    }
+    BoxRange Left(const BoxRange& range, int depth) const
+    {
+        return {range.first, range.first + static_cast<int>(Divide(In(range), depth))};
+    }
 
-void AddToQuad(BoxTree& tree, int q, int n)
-{
-    const int below = tree.IsLeaf(n) ? -tree.leafCount++ : BuildQuads(tree, n);
-    BoxQuad& quad = tree.quad[static_cast<std::size_t>(q)];
-    quad.node[quad.count] = n;
-    quad.below[quad.count++] = below;
-}
-
-int BuildQuads(BoxTree& tree, int n)
-{
-    const int q = tree.quadCount++;
-    for (const int child : {tree.Left(n), tree.Right(n)}) {
-        if (tree.IsLeaf(child)) {
-            AddToQuad(tree, q, child);
+    /// Adds a node to a quad, or instead of it its children.
+    void AddLane(BoxQuad& quad, const BoxRange& range, int depth, bool divide) const
+    {
+        if (divide && range.Count() > most) {
+            const BoxRange left = Left(range, depth);
+            AddLane(quad, left, depth + 1, false);
+            AddLane(quad, {left.last, range.last}, depth + 1, false);
         } else {
-            AddToQuad(tree, q, tree.Left(child));
-            AddToQuad(tree, q, tree.Right(child));
+            quad.items[quad.count++] = range;
         }
     }
-    return q;
-}
+
+    /// @return what stands in `below` for a node
+    int Below(const BoxRange& range, int depth) const
+    {
+        if (range.Count() <= kItemsPerLeaf) return -tree.leafCount++;
+        return range.Count() > most ? MakeQuad(range, depth) : BoxQuad::kUngrown;
+    }
+
+    int MakeQuad(const BoxRange& range, int depth) const
+    {
+        const int q = tree.quadCount++;
+        tree.quad.Reach(tree.quadCount);
+        BoxQuad& quad = tree.quad[q];
+        const BoxRange left = Left(range, depth);
+        AddLane(quad, left, depth + 1, true);
+        AddLane(quad, {left.last, range.last}, depth + 1, true);
+        for (int lane = 0; lane < quad.count; ++lane)
+            quad.below[lane] = Below(quad.items[lane], depth + 2);
+        return q;
+    }
+};
 
 } // namespace
 
-BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count)
+BoxTree BuildBoxTree(Items items)
 {
     BoxTree tree;
-    if (count == 0) return tree;
-    const auto size = static_cast<std::size_t>(count);
-    tree.itemCount = count;
-    tree.node = MakeScratch<BoxNode>(2 * size); // pages that are not touched cost nothing
-    Build(tree, Items(&items[0], size), 0, 0);
-    tree.quad = MakeScratch<BoxQuad>(static_cast<std::size_t>(tree.nodeCount));
+    if (items.empty()) return tree;
     tree.quadCount = 1;
-    AddToQuad(tree, 0, 0);
-    tree.item = MakeScratch<std::int32_t>(size);
-    for (std::size_t i = 0; i < size; ++i) tree.item[i] = items[i].item;
+    tree.quad.Reach(1);
+    BoxQuad& root = tree.quad[0];
+    root.count = 1;
+    root.items[0] = {0, static_cast<int>(items.size())};
+    root.below[0] = Divider{tree, items, 0, kCrowd}.Below(root.items[0], 0);
     return tree;
+}
+
+int GrowBoxTree(BoxTree& tree, const BoxRange& crowd, Items items)
+{
+    return Divider{tree, items, crowd.first, kItemsPerLeaf}.MakeQuad(crowd, 0);
 }

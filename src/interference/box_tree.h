@@ -1,13 +1,17 @@
 // A binary tree over triangles in space: the hierarchy of both sides of a query. It is an order of
-// the items and where it is cut; what is kept for each node is the owner's.
+// the items and where it is cut; what is kept for each node is the owner's. It grows as queries go
+// into it, since most of a solid is never looked at closely.
 #ifndef SCAPI_INTERFERENCE_BOX_TREE_H
 #define SCAPI_INTERFERENCE_BOX_TREE_H
 
+#include <climits>
 #include <cstdint>
+#include <span>
 
-#include "solid/memory.h"
+#include "interference/blocks.h"
 
 constexpr int kItemsPerLeaf = 4; ///< at the most
+constexpr int kCrowd = 1024;     ///< nodes of up to so many items are left undivided at first
 
 /// What is given for each item: a triangle, finite, and which way it faces.
 struct BoxItem {
@@ -16,47 +20,39 @@ struct BoxItem {
     std::int32_t item; ///< the caller's number
 };
 
-/// A node with its items: from first, up to last. Nodes lie in preorder, so the left child is the
-/// next node.
-struct BoxNode {
+/// The items of a node: from first, up to last.
+struct BoxRange {
     std::int32_t first, last;
-    std::int32_t right; ///< child, or 0 for a leaf
+
+    std::int32_t Count() const { return last - first; }
 };
 
 /// Up to four nodes, taken together: below the first one, which holds the root alone, the children
-/// of the children of a node, or a child itself that is a leaf. So a walk goes down two levels at
-/// once.
+/// of the children of a node, or a child itself that is not divided. So a walk goes down two levels
+/// at once.
 struct BoxQuad {
+    /// What stands in `below` for a node that has yet to be divided.
+    static constexpr std::int32_t kUngrown = INT_MIN;
+
     std::int32_t count;
-    std::int32_t node[4];
+    BoxRange items[4];
     std::int32_t below[4]; ///< the quad below each, or for a leaf its number, negative or 0
+
+    bool IsLeaf(int lane) const { return below[lane] <= 0 && below[lane] != kUngrown; }
 };
 
 struct BoxTree {
-    int itemCount = 0, nodeCount = 0, quadCount = 0, leafCount = 0;
-    Scratch<BoxNode> node;
-    Scratch<BoxQuad> quad;
-    Scratch<std::int32_t> item; ///< the caller's numbers, those of a node side by side
-
-    const BoxNode& At(int n) const { return node[static_cast<std::size_t>(n)]; }
-    const BoxQuad& Quad(int q) const { return quad[static_cast<std::size_t>(q)]; }
-    bool IsLeaf(int n) const { return At(n).right == 0; }
-    int Left(int n) const { return n + 1; }
-    int Right(int n) const { return At(n).right; }
+    int quadCount = 0, leafCount = 0;
+    Blocks<BoxQuad> quad; ///< children behind their node
 };
 
-/// Builds a tree over items, whose order it changes. Its depth is below 100.
-BoxTree BuildBoxTree(Scratch<BoxItem>& items, int count);
+/// Builds a tree over items, down to crowds, and puts them into its order. Neither the tree nor
+/// what grows in a crowd is deeper than 100.
+BoxTree BuildBoxTree(std::span<BoxItem> items);
 
-/// Moves an array into the order of the tree, so that what belongs to a node lies side by side.
-template <class Record>
-Scratch<Record> InOrderOf(const BoxTree& tree, const Scratch<Record>& from)
-{
-    auto to = MakeScratch<Record>(static_cast<std::size_t>(tree.itemCount));
-    for (int i = 0; i < tree.itemCount; ++i)
-        to[static_cast<std::size_t>(i)] =
-            from[static_cast<std::size_t>(tree.item[static_cast<std::size_t>(i)])];
-    return to;
-}
+/// Divides a crowd down to leaves.
+/// @param items  of the crowd; come out in their order
+/// @return the quad that is to be the one below it
+int GrowBoxTree(BoxTree& tree, const BoxRange& crowd, std::span<BoxItem> items);
 
 #endif

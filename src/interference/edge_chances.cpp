@@ -1,6 +1,5 @@
 #include "interference/edge_chances.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "interference/reach.h"
@@ -9,7 +8,7 @@
 namespace
 {
 
-/// How an edge lies to the boxes of targets, along their axes.
+/// How edges lie to the boxes of targets, along their axes.
 struct EdgeSight {
     Lanes apart[3]; ///< of its middle from their centres
     Lanes half[3];  ///< half of the edge
@@ -21,7 +20,7 @@ struct EdgeSight {
     Lanes turned;     ///< by so much along the first axis, if that lies in the plane of a target
 };
 
-EdgeSight See(const LaneEdge& edge, const TargetBoxes& targets)
+EdgeSight See(const LaneEdges& edge, const TargetBoxes& targets)
 {
     EdgeSight sight;
     Lanes apart[3], far{}, turned{};
@@ -66,29 +65,35 @@ void KeepToEdge(EdgeSight& sight, const TargetBoxes& targets)
 
 } // namespace
 
-LaneEdge SplatEdge(const float (*ends)[3], float room)
+LaneEdges GatherEdges(std::span<const MovedEdge> edges, float room)
 {
     constexpr float kWider = 1 + 1e-6f;
-    LaneEdge edge;
-    float half[3], square = 0;
+    LaneEdges gathered;
+    Lanes length{};
     for (int r = 0; r < 3; ++r) {
-        half[r] = float(0.5 * (double(ends[1][r]) - ends[0][r]));
-        edge.middle[r] = Splat(float(0.5 * (double(ends[0][r]) + ends[1][r])));
-        edge.half[r] = Splat(half[r]);
-        square += 4 * half[r] * half[r];
+        Lanes from, to;
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            const MovedEdge& edge = edges[lane < edges.size() ? lane : 0];
+            from[lane] = edge.ends[0][r];
+            to[lane] = edge.ends[1][r];
+        }
+        gathered.half[r] = 0.5f * (to - from);
+        gathered.middle[r] = 0.5f * (from + to);
+        length += 4 * gathered.half[r] * gathered.half[r];
     }
-    const float length = std::sqrt(square);
-    const float perLength = length > 0 ? 1 / length : HUGE_VALF;
+    for (int lane = 0; lane < kLanes; ++lane) length[lane] = std::sqrt(length[lane]);
+    const Lanes none{};
+    const Lanes perLength = length > none ? 1 / length : Splat(HUGE_VALF);
     for (int r = 0; r < 3; ++r)
-        edge.unit[r] = length > 0 ? Splat(2 * half[r] * perLength) : Lanes{};
-    edge.length = Splat(length * kWider);
-    edge.room = Splat(room);
-    edge.across = Splat(kAcross * perLength);
-    edge.besideEdge = Splat(std::min(0.5f * length * kWider, kSphereProduct * perLength));
-    return edge;
+        gathered.unit[r] = length > none ? 2 * gathered.half[r] * perLength : none;
+    gathered.length = length * kWider;
+    gathered.room = Splat(room);
+    gathered.across = kAcross * perLength;
+    gathered.besideEdge = Smaller(0.5f * gathered.length, kSphereProduct * perLength);
+    return gathered;
 }
 
-LaneMask MayHit(const LaneEdge& edge, const TargetBoxes& targets)
+LaneMask MayHit(const LaneEdges& edge, const TargetBoxes& targets)
 {
     EdgeSight sight = See(edge, targets);
     KeepToEdge(sight, targets);

@@ -1,12 +1,15 @@
-// Which nodes of targets a single edge can hit: what is left to ask when a query has come down to
-// the edges of a mover.
+// Which nodes of targets single edges can hit: what is left to ask when a query has come down to
+// the edges of movers.
 #ifndef SCAPI_INTERFERENCE_EDGE_CHANCES_H
 #define SCAPI_INTERFERENCE_EDGE_CHANCES_H
 
+#include <span>
+
+#include "interference/moved_pieces.h"
 #include "interference/query_trees.h"
 
-/// An edge where it is, in all lanes.
-struct LaneEdge {
+/// An edge in each lane, where it is.
+struct LaneEdges {
     Lanes middle[3], half[3]; ///< half of the way between its ends
     Lanes length, unit[3];    ///< and its direction
     Lanes room;               ///< for rounding
@@ -14,10 +17,11 @@ struct LaneEdge {
     Lanes across, besideEdge;
 };
 
-/// @param room  for rounding of the coordinates
-LaneEdge SplatEdge(const float (*ends)[3], float room);
+/// @param edges  one to four; the lanes left over are as the first
+/// @param room   for rounding of the coordinates
+LaneEdges GatherEdges(std::span<const MovedEdge> edges, float room);
 
-/// Which of four nodes an edge can hit.
-LaneMask MayHit(const LaneEdge& edge, const TargetBoxes& targets);
+/// In which lanes the edge can hit the node.
+LaneMask MayHit(const LaneEdges& edges, const TargetBoxes& targets);
 
 #endif

@@ -15,6 +15,8 @@
 namespace
 {
 
+using Motions = std::array<Motion, kPasses>;
+
 /// Two nodes, each by its quad and lane.
 struct NodePair {
     int target, mover;
@@ -45,23 +47,17 @@ struct LaterPairs {
 struct Query {
     SOLIDC& a;
     SOLIDC& b;
-    const QueryTrees& targets;
-    const QueryTrees& movers;
+    QueryTrees& targets;
+    QueryTrees& movers;
     MoverLeaf& moved;
     LaterPairs& later;
-    const std::array<Motion, kPasses>& motions; ///< by pass
+    const Motions& motions; ///< by pass
     Pass pass;
     bool onEdges = true; ///< leave pairs for later that can hit beside edges only
 
     const Motion& MotionNow() const { return motions[static_cast<std::size_t>(pass)]; }
-    const MoverBoxes& MoversOf(int quad) const
-    {
-        return movers.moverBoxes[static_cast<std::size_t>(quad)];
-    }
-    const TargetBoxes& TargetsOf(int quad) const
-    {
-        return targets.targetBoxes[static_cast<std::size_t>(quad)];
-    }
+    const MoverBoxes& MoversOf(int quad) const { return movers.moverBoxes[quad]; }
+    const TargetBoxes& TargetsOf(int quad) const { return targets.targetBoxes[quad]; }
 };
 
 /// A mover where the pass has it: a lane of some boxes, or all of them.
@@ -101,7 +97,7 @@ bool TargetsHit(Query& query, int quad, int moverNumber, const PlacedNode& place
         return TargetsHit(query, quad, moverNumber, {mover, 0, true});
     }
     const Chances chances = ChancesOf(query.MotionNow(), placed.boxes, query.TargetsOf(quad));
-    const int count = query.targets.targetTree.Quad(quad).count;
+    const int count = query.targets.targetTree.quad[quad].count;
     return AnyLaneHits(chances, chances.any, count, [&](int lane) {
         return PairHits(query, {NodePair::Number(quad, lane), moverNumber}, placed,
                         chances.onEdge[lane] != 0);
@@ -117,7 +113,7 @@ bool MoversHit(Query& query, int targetNumber, int quad)
     const TargetBoxes target =
         SplatLane(query.TargetsOf(NodePair::QuadOf(targetNumber)), NodePair::LaneOf(targetNumber));
     const Chances chances = ChancesOf(query.MotionNow(), placed, target);
-    const int count = query.movers.moverTree.Quad(quad).count;
+    const int count = query.movers.moverTree.quad[quad].count;
     return AnyLaneHits(chances, chances.any & present, count, [&](int lane) {
         return PairHits(query, {targetNumber, NodePair::Number(quad, lane)}, {placed, lane, false},
                         chances.onEdge[lane] != 0);
@@ -131,35 +127,36 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool 
     if (!onEdge && query.onEdges && query.pass != Pass::kWhole && query.later.Add(pair, query.pass))
         return false;
     const int targetQuad = NodePair::QuadOf(pair.target),
-              targetLane = NodePair::LaneOf(pair.target), moverLane = NodePair::LaneOf(pair.mover);
-    const BoxQuad& moving = query.movers.moverTree.Quad(NodePair::QuadOf(pair.mover));
-    const bool leaf = moving.below[moverLane] <= 0;
+              targetLane = NodePair::LaneOf(pair.target), moverQuad = NodePair::QuadOf(pair.mover),
+              moverLane = NodePair::LaneOf(pair.mover);
+    const BoxQuad& moving = query.movers.moverTree.quad[moverQuad];
+    const bool leaf = moving.IsLeaf(moverLane);
     constexpr float kLarge = 2.5f; // in half extents
     if (query.pass == Pass::kWhole &&
         (leaf || mover.boxes.half[0][mover.lane] < kLarge * query.MotionNow().extraLength[0]))
         return PassesHit(query, pair);
     if (leaf) {
-        PlaceEdges(query.a, query.b, query.movers, query.MotionNow(), moving.node[moverLane],
+        PlaceEdges(query.a, query.b, query.movers, query.MotionNow(), moving.items[moverLane],
                    query.moved);
-        return EdgesHit(query.a, query.targets, query.moved, targetQuad, targetLane,
-                        query.MotionNow().room[0], onEdge);
+        return EdgesHit(query.a, query.targets, query.moved, targetQuad, targetLane);
     }
     const TargetBoxes& targets = query.TargetsOf(targetQuad);
-    const int below = query.targets.targetTree.Quad(targetQuad).below[targetLane];
+    const bool targetLeaf = query.targets.targetTree.quad[targetQuad].IsLeaf(targetLane);
     // Of flat targets, movers that have no end in their plane are soon told.
     constexpr float kThin = 0.01f;
     const bool thin =
         !onEdge && targets.box.half[0][targetLane] +
                            mover.boxes.longest[mover.lane] * targets.turnAtAll[targetLane] <
                        kThin;
-    if (below > 0 && !thin && targets.box.halfArea[targetLane] > mover.boxes.halfArea[mover.lane])
-        return TargetsHit(query, below, pair.mover, mover);
-    return MoversHit(query, pair.target, moving.below[moverLane]);
+    if (!targetLeaf && !thin && targets.box.halfArea[targetLane] > mover.boxes.halfArea[mover.lane])
+        return TargetsHit(query, TargetsBelow(query.targets, targetQuad, targetLane), pair.mover,
+                          mover);
+    return MoversHit(query, pair.target, MoversBelow(query.b, query.movers, moverQuad, moverLane));
 }
 
 void StartPass(Query& query, Pass pass)
 {
-    if (query.pass != pass) query.moved.node = -1;
+    if (query.pass != pass) query.moved.first = -1;
     query.pass = pass;
 }
 
@@ -221,20 +218,37 @@ bool IsPlainPair(const SOLIDC& a, const SOLIDC& b)
            b.edgeCount >= kLeastEdges && HasTolerance(b) && MotionIsPlain(b);
 }
 
-int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTrees& movers,
-                  const Motion& motion)
+Motions MotionsOf(const SOLIDC& b, const Motion& motion)
 {
-    MoverLeaf moved;
-    LaterPairs later;
-    std::array<Motion, kPasses> motions;
+    Motions motions;
     for (const Pass pass : {Pass::kEnd, Pass::kStart, Pass::kWalls, Pass::kWhole}) {
         if (pass != Pass::kEnd && !b.isSwept) break;
         motions[static_cast<std::size_t>(pass)] = motion;
         SetPass(motions[static_cast<std::size_t>(pass)], pass);
     }
-    Query query{a,     b,     targets, movers,
-                moved, later, motions, b.isSwept ? Pass::kWhole : Pass::kEnd};
-    return MoversHit(query, 0, 0) || LaterPairsHit(query);
+    return motions;
+}
+
+enum class Answer { kNone, kHit, kUnknown };
+
+Answer DetectByTrees(SOLIDC& a, SOLIDC& b)
+{
+    const QueryTrees* bounds = MoverBounds(b);
+    if (!bounds || !IsPlainBox(a.octree->root->bbox)) return Answer::kUnknown;
+    const Motion motion = ReadMotion(b, bounds->bounds);
+    if (!IsModerate(motion)) return Answer::kUnknown;
+    const Motions motions = MotionsOf(b, motion);
+    const Pass first = b.isSwept ? Pass::kWhole : Pass::kEnd;
+    // Most solids are far from each other, and get by without trees.
+    if (!MayMeet(motions[static_cast<std::size_t>(first)], bounds->bounds, a.octree->root->bbox))
+        return Answer::kNone;
+    QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
+    if (!targets || !movers) return Answer::kUnknown;
+    if (targets->target.empty() || movers->moverTriangle.empty()) return Answer::kNone;
+    MoverLeaf moved;
+    LaterPairs later;
+    Query query{a, b, *targets, *movers, moved, later, motions, first};
+    return MoversHit(query, 0, 0) || LaterPairsHit(query) ? Answer::kHit : Answer::kNone;
 }
 
 } // namespace
@@ -242,16 +256,12 @@ int DetectByTrees(SOLIDC& a, SOLIDC& b, const QueryTrees& targets, const QueryTr
 int DetectFast(SOLIDC& a, SOLIDC& b)
 {
     if (IsPlainPair(a, b)) {
-        const QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
-        if (targets && movers) {
-            if (targets->targetTree.itemCount == 0 || movers->moverTree.itemCount == 0) return 0;
-            const Motion motion = ReadMotion(b, movers->moverBoxes[0].box);
-            if (IsModerate(motion)) return DetectByTrees(a, b, *targets, *movers, motion);
-        }
+        const Answer answer = DetectByTrees(a, b);
+        if (answer != Answer::kUnknown) return answer == Answer::kHit;
     }
     SettleSweep(a);
     SettleSweep(b);
     if (a.isSwept && b.isSwept && HasTolerance(b))
-        if (const QueryTrees* movers = MoverTrees(b)) return DetectSweptFirst(a, b, *movers);
+        if (QueryTrees* movers = MoverTrees(b)) return DetectSweptFirst(a, b, *movers);
     return a.SC_DetectIntersection(&b);
 }

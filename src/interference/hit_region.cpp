@@ -10,9 +10,11 @@
 // Crossing points. PointInsideTriangle takes a point P when c_i * (P - T_i) < t for all three
 // sides, where c_i is the side's vector times the normal, all floats. With the very floats that the
 // test uses, this is a triangle again, larger by t over the length of each side: its corners are
-// where two of the lines c_i * (P - T_i) = t meet. P also lies near the plane: on it, up to
-// rounding, when it was computed for this triangle; within three tolerances when it was carried
-// over, because then the edge runs almost parallel to the plane with an end within one.
+// where two of the lines c_i * (P - T_i) = t meet. The only rounding in it is that of P - T_i,
+// which is as small as the triangle however far that is from the origin; corners of slivers move by
+// many times of what their sides do. P also lies near the plane: on it, up to its own rounding,
+// when it was computed for this triangle; within three tolerances when it was carried over, because
+// then the edge runs almost parallel to the plane with an end within one.
 //
 // In the plane. Where lines cross, SegmentsIntersecting asks for a point within a tolerance of
 // both. Where it calls them parallel it compares ends by spheres: that room is the query's to give,
@@ -24,6 +26,7 @@ namespace
 constexpr double kThickness = 4e-4; ///< more than three contact tolerances
 constexpr double kTwoContacts = 2e-4;
 constexpr double kRounding = 1e-6;  ///< of floats, some times over, relative
+constexpr double kOnce = 6.1e-8;    ///< of one float, relative
 constexpr double kLeastSine = 1e-5; ///< of the angle between two sides
 constexpr double kMostGrowth = 1e3; ///< of the larger triangle over the sides
 
@@ -31,85 +34,88 @@ using Vector = std::array<double, 3>;
 
 struct SideLine {
     Vector c;      ///< outward, not unit
-    double offset; ///< c * (P - T0) is below it
+    double offset; ///< c * (P - T0) is below it, but for rounding
     double length; ///< of c
 };
 
 double Dot(const Vector& a, const Vector& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 /// The side that ends at corner i, as PointInsideTriangle computes it.
-SideLine MakeSide(const float (*corners)[3], const float* normal, int i, double slack)
+SideLine MakeSide(const float (*corners)[3], const float* normal, int i)
 {
-    float e[3], c[3], toCorner[3];
+    float e[3], c[3];
     Subtract(corners[i], corners[(i + 2) % 3], e);
     cross(e, normal, c);
-    Subtract(corners[i], corners[0], toCorner);
-    SideLine side{{c[0], c[1], c[2]}, 0, std::sqrt(dot(c, c))};
-    side.offset = Dot(side.c, {toCorner[0], toCorner[1], toCorner[2]}) + double(kContact) +
-                  side.length * slack;
+    SideLine side{{c[0], c[1], c[2]}, double(kContact), std::sqrt(dot(c, c))};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        side.offset += side.c[axis] * (double(corners[i][axis]) - corners[0][axis]);
     return side;
 }
 
 /// Where two side lines meet in the plane, relative to corner 0: x with c_i * x = offset_i.
+/// @param slack  by which both lie farther out
 /// @return false when they run too nearly alike, or turn the wrong way
-bool Meet(const SideLine& a, const SideLine& b, const Vector& normal, Vector& x)
+bool Meet(const SideLine& a, const SideLine& b, const Vector& normal, double slack, Vector& x)
 {
     const double determinant = normal[0] * (a.c[1] * b.c[2] - a.c[2] * b.c[1]) +
                                normal[1] * (a.c[2] * b.c[0] - a.c[0] * b.c[2]) +
                                normal[2] * (a.c[0] * b.c[1] - a.c[1] * b.c[0]);
     if (!(determinant > kLeastSine * a.length * b.length)) return false;
     // x = (offset_a * (b x n) + offset_b * (n x a)) / determinant
+    const double offsetA = (a.offset + slack * a.length) / determinant,
+                 offsetB = (b.offset + slack * b.length) / determinant;
     for (std::size_t i = 0; i < 3; ++i) {
         const std::size_t j = (i + 1) % 3, k = (i + 2) % 3;
-        x[i] = (a.offset * (b.c[j] * normal[k] - b.c[k] * normal[j]) +
-                b.offset * (normal[j] * a.c[k] - normal[k] * a.c[j])) /
-               determinant;
+        x[i] = offsetA * (b.c[j] * normal[k] - b.c[k] * normal[j]) +
+               offsetB * (normal[j] * a.c[k] - normal[k] * a.c[j]);
     }
     return true;
 }
 
-/// Corners of the larger triangle, relative to corner 0. @return false when it cannot be bounded
-bool LargerTriangle(const float (*corners)[3], const float* plane, double slack,
-                    std::array<Vector, 3>& larger, double& size)
+/// Corners of the larger triangle, relative to corner 0.
+/// @param height  the most by which P can lie off the plane through that corner
+/// @return false when it cannot be bounded
+bool LargerTriangle(const float (*corners)[3], const float* plane, double height,
+                    std::array<Vector, 3>& larger)
 {
     const Vector normal{plane[0], plane[1], plane[2]};
     std::array<SideLine, 3> sides{};
-    for (int i = 0; i < 3; ++i)
-        sides[static_cast<std::size_t>(i)] = MakeSide(corners, plane, i, slack);
-    size = 0;
-    for (std::size_t i = 0; i < 3; ++i) {
-        if (!Meet(sides[i], sides[(i + 1) % 3], normal, larger[i])) return false;
-        size = std::max(size, std::sqrt(Dot(larger[i], larger[i])));
-    }
+    for (int i = 0; i < 3; ++i) sides[static_cast<std::size_t>(i)] = MakeSide(corners, plane, i);
     const double longest = std::max({sides[0].length, sides[1].length, sides[2].length});
-    return size < kMostGrowth * longest;
+    // The more slack the farther it reaches, and the farther the more.
+    for (double growth = 1.5; growth < kMostGrowth; growth *= 4) {
+        const double most = growth * longest, slack = kOnce * (most + longest) + 4 * kOnce * height;
+        double farthest = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            if (!Meet(sides[i], sides[(i + 1) % 3], normal, slack, larger[i])) return false;
+            farthest = std::max(farthest, Dot(larger[i], larger[i]));
+        }
+        if (farthest < most * most) return true;
+    }
+    return false;
 }
 
 } // namespace
 
 bool CalcHitRegion(const float (*corners)[3], const float* plane, double reach, HitRegion& region)
 {
-    std::array<Vector, 3> larger{};
-    double size = 0, size2 = 0;
-    // First to learn how far a point may be, then with the rounding that goes with it.
-    if (!LargerTriangle(corners, plane, 0, larger, size)) return false;
-    const double slack = kRounding * (reach + 2 * size);
-    if (!LargerTriangle(corners, plane, slack, larger, size2)) return false;
     // The plane of the floats may pass corner 0 by: points on it lie by so much beside.
-    const double besides = std::fabs(dot(plane, corners[0]) + plane[3]) + kTwoContacts;
+    const double rounding = kRounding * reach,
+                 besides = std::fabs(dot(plane, corners[0]) + plane[3]) + kTwoContacts + rounding;
+    std::array<Vector, 3> larger{};
+    if (!LargerTriangle(corners, plane, kThickness + besides, larger)) return false;
     for (int axis = 0; axis < 3; ++axis) {
         for (std::size_t i = 0; i < 3; ++i)
             region.corner[i][axis] =
                 float(corners[0][axis] + larger[i][static_cast<std::size_t>(axis)]);
-        const double margin =
-            (kThickness + slack) * std::fabs(double(plane[axis])) + besides + 3 * slack;
+        const double margin = kThickness * std::fabs(double(plane[axis])) + besides + 3 * rounding;
         const auto [low, high] =
             std::minmax({region.corner[0][axis], region.corner[1][axis], region.corner[2][axis]});
         region.box[axis] = RoundDown(low - margin);
         region.box[axis + 3] = RoundUp(high + margin);
     }
     region.corners = 3;
-    region.pad = RoundUp(kThickness + besides + 4 * slack);
+    region.pad = RoundUp(kThickness + besides + 4 * rounding);
     return true;
 }
 
@@ -124,13 +130,14 @@ bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const f
     // What of the way is inside all three sides.
     double from = kFrom, to = kTo;
     for (int i = 0; i < 3; ++i) {
-        const SideLine side = MakeSide(corners, plane, i, 4 * kRounding * reach);
+        const SideLine side = MakeSide(corners, plane, i);
         Vector first{}, way{};
         for (std::size_t axis = 0; axis < 3; ++axis) {
             first[axis] = double(edge[0][axis]) - corners[0][axis];
             way[axis] = double(edge[1][axis]) - edge[0][axis];
         }
-        const double start = side.offset - Dot(side.c, first), climb = Dot(side.c, way);
+        const double slack = 4 * kRounding * reach * side.length;
+        const double start = side.offset + slack - Dot(side.c, first), climb = Dot(side.c, way);
         if (climb > 0) to = std::min(to, start / climb);
         if (climb < 0) from = std::max(from, start / climb);
         if (climb == 0 && start < 0) return false;

@@ -52,6 +52,15 @@ Lanes Sway(const Motion& motion, const Lanes* direction)
     return motion.hasWalls ? Abs(Dot(motion.halfWay, direction)) : Lanes{};
 }
 
+void Place(const Motion& motion, const LaneBoxes& boxes, PlacedBoxes& placed)
+{
+    for (int r = 0; r < 3; ++r) {
+        placed.centre[r] = motion.middle[r] + Dot(motion.m[r], boxes.centre);
+        for (int i = 0; i < 3; ++i) placed.axis[i][r] = Dot(motion.m[r], boxes.axis[i]);
+        placed.half[r] = boxes.half[r];
+    }
+}
+
 void PlaceExtents(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& placed)
 {
     const Lanes *half = placed.half, *edge = placed.edge;
@@ -261,15 +270,18 @@ void SetPass(Motion& motion, Pass pass)
     motion.extraLength = Splat(walls ? RoundUp(std::sqrt(square) * (1 + kPlaced)) : 0);
 }
 
+bool MayMeet(const Motion& motion, const LaneBoxes& boxes, const float* box)
+{
+    PlacedBoxes placed;
+    Place(motion, boxes, placed);
+    return MeetBox(motion, placed, box)[0] != 0;
+}
+
 LaneMask PlaceBoxes(const Motion& motion, const MoverBoxes& boxes, const float* box,
                     PlacedBoxes& placed)
 {
-    for (int r = 0; r < 3; ++r) {
-        placed.centre[r] = motion.middle[r] + Dot(motion.m[r], boxes.box.centre);
-        for (int i = 0; i < 3; ++i) placed.axis[i][r] = Dot(motion.m[r], boxes.box.axis[i]);
-        placed.half[r] = boxes.box.half[r];
-        placed.edge[r] = boxes.edge[r];
-    }
+    Place(motion, boxes.box, placed);
+    std::copy_n(boxes.edge, 3, placed.edge);
     std::copy_n(boxes.bare, 2, placed.bare);
     placed.halfArea = boxes.box.halfArea;
     PlaceExtents(motion, boxes, placed);

@@ -52,15 +52,18 @@ struct PlacedBoxes {
     Lanes halfArea;    ///< of the box at rest
 };
 
-/// @param rest  boxes of which the first is that of all movers
+/// @param rest  boxes of which the first holds all movers
 Motion ReadMotion(const SOLIDC& b, const LaneBoxes& rest);
 void SetPass(Motion& motion, Pass pass);
 
 /// Whether bounds carried along stay far from where floats end.
 bool IsModerate(const Motion& motion);
 
-/// @return which of the nodes can hold an edge that the pass is about, and that meets a box along
-///         the coordinate axes; no other is tested
+/// Whether the first of some boxes can hold an edge of the pass that meets a box along the
+/// coordinate axes; no other is tested.
+bool MayMeet(const Motion& motion, const LaneBoxes& boxes, const float* box);
+
+/// @return which of the nodes can hold an edge that the pass is about, and that meets a box
 LaneMask PlaceBoxes(const Motion& motion, const MoverBoxes& boxes, const float* box,
                     PlacedBoxes& placed);
 

@@ -1,5 +1,6 @@
 #include "interference/mover_leaf.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "interference/hit_region.h"
@@ -51,51 +52,40 @@ LaneMask StaysOff(const LeafPlanes& planes, const MovedEdge& edge)
     return ((height[0] > room) & (height[1] > room)) | ((height[0] < -room) & (height[1] < -room));
 }
 
-/// What an edge is held against.
-struct Against {
-    const SOLIDC& a;
-    const QueryTrees& targets;
-    const MovedEdge& edge;
-    const LaneEdge& lanes;
+bool HitsLeaf(const SOLIDC& a, const QueryTrees& targets, const MovedEdge& edge,
+              const BoxRange& items, int leaf)
+{
+    const LeafPlanes& planes = targets.leafPlanes[leaf];
+    const LaneMask off = StaysOff(planes, edge);
+    const Target* target = &targets.target[static_cast<std::size_t>(items.first)];
+    for (int lane = 0; lane < items.Count(); ++lane)
+        if (!off[lane] && EdgeHits(a, edge, target[lane], planes, lane)) return true;
+    return false;
+}
 
-    bool HitsLeaf(const BoxNode& items, int leaf) const
-    {
-        const LeafPlanes& planes = targets.leafPlanes[static_cast<std::size_t>(leaf)];
-        const LaneMask off = StaysOff(planes, edge);
-        const Target* target = &targets.target[static_cast<std::size_t>(items.first)];
-        for (int lane = 0; lane < items.last - items.first; ++lane)
-            if (!off[lane] && EdgeHits(a, edge, target[lane], planes, lane)) return true;
-        return false;
-    }
-
-    /// As deep as half the tree.
-    bool HitsQuad(int quad) const
-    {
-        const LaneMask may = MayHit(lanes, targets.targetBoxes[static_cast<std::size_t>(quad)]);
-        for (int lane = 0; lane < targets.targetTree.Quad(quad).count; ++lane)
-            if (may[lane] && HitsLane(quad, lane)) return true;
-        return false;
-    }
-
-    bool HitsLane(int quad, int lane) const
-    {
-        const BoxQuad& boxes = targets.targetTree.Quad(quad);
-        const int below = boxes.below[lane];
-        return below > 0 ? HitsQuad(below)
-                         : HitsLeaf(targets.targetTree.At(boxes.node[lane]), -below);
-    }
-};
+/// Goes on with an edge that has a chance. As deep as half the tree.
+/// @param edgeLane  of the lanes, that of the edge
+bool HitsBelow(const SOLIDC& a, QueryTrees& targets, const MovedEdge& edge, const LaneEdges& lanes,
+               int edgeLane, int quad, int lane)
+{
+    const int below = TargetsBelow(targets, quad, lane);
+    if (below <= 0)
+        return HitsLeaf(a, targets, edge, targets.targetTree.quad[quad].items[lane], -below);
+    const LaneEdges splat = SplatLane(lanes, edgeLane);
+    const LaneMask may = MayHit(splat, targets.targetBoxes[below]);
+    for (int child = 0; child < targets.targetTree.quad[below].count; ++child)
+        if (may[child] && HitsBelow(a, targets, edge, splat, 0, below, child)) return true;
+    return false;
+}
 
 } // namespace
 
 void PlaceEdges(const SOLIDC& a, const SOLIDC& b, const QueryTrees& movers, const Motion& motion,
-                int node, MoverLeaf& leaf)
+                const BoxRange& items, MoverLeaf& leaf)
 {
-    if (leaf.node == node) return;
-    leaf.node = node;
+    if (leaf.first == items.first) return;
+    leaf.first = items.first;
     leaf.count = 0;
-    leaf.splat = false;
-    const BoxNode& items = movers.moverTree.At(node);
     for (int i = items.first; i < items.last; ++i) {
         const Mover& mover = movers.mover[static_cast<std::size_t>(i)];
         MovedPieces pieces;
@@ -105,22 +95,22 @@ void PlaceEdges(const SOLIDC& a, const SOLIDC& b, const QueryTrees& movers, cons
             CollectOwnEdges(b, mover, motion.pass == Pass::kStart, a.octree->root->bbox, pieces);
         for (int e = 0; e < pieces.count; ++e) leaf.edge[leaf.count++] = pieces.edge[e];
     }
+    const std::span<const MovedEdge> edges(leaf.edge, static_cast<std::size_t>(leaf.count));
+    for (std::size_t first = 0; first < edges.size(); first += kLanes)
+        leaf.lanes[first / kLanes] =
+            GatherEdges(edges.subspan(first, std::min<std::size_t>(kLanes, edges.size() - first)),
+                        motion.room[0]);
 }
 
-bool EdgesHit(const SOLIDC& a, const QueryTrees& targets, MoverLeaf& leaf, int quad, int lane,
-              float room, bool onEdge)
+bool EdgesHit(const SOLIDC& a, QueryTrees& targets, const MoverLeaf& leaf, int quad, int lane)
 {
-    // Four planes are sooner looked at than their box.
-    const bool needsBoxes = !onEdge || targets.targetTree.Quad(quad).below[lane] > 0;
-    if (needsBoxes && !leaf.splat) {
-        for (int e = 0; e < leaf.count; ++e) leaf.lanes[e] = SplatEdge(leaf.edge[e].ends, room);
-        leaf.splat = true;
-    }
-    const TargetBoxes& boxes = targets.targetBoxes[static_cast<std::size_t>(quad)];
-    for (int e = 0; e < leaf.count; ++e) {
-        const Against against{a, targets, leaf.edge[e], leaf.lanes[e]};
-        if ((!needsBoxes || MayHit(against.lanes, boxes)[lane]) && against.HitsLane(quad, lane))
-            return true;
+    const TargetBoxes boxes = SplatLane(targets.targetBoxes[quad], lane);
+    for (int first = 0; first < leaf.count; first += kLanes) {
+        const LaneEdges& edges = leaf.lanes[first / kLanes];
+        const LaneMask may = MayHit(edges, boxes);
+        for (int e = 0; e < std::min(kLanes, leaf.count - first); ++e)
+            if (may[e] && HitsBelow(a, targets, leaf.edge[first + e], edges, e, quad, lane))
+                return true;
     }
     return false;
 }

@@ -10,21 +10,17 @@
 
 /// The movers of one leaf of the tree, with the edges that the walk would come by.
 struct MoverLeaf {
-    int node = -1; ///< of the tree
+    int first = -1; ///< item, which tells leaves apart
     int count = 0;
     MovedEdge edge[kItemsPerLeaf * 9];
-    bool splat = false; ///< whether the lanes are filled in
-    LaneEdge lanes[kItemsPerLeaf * 9];
+    LaneEdges lanes[kItemsPerLeaf * 9 / kLanes]; ///< the same, four by four
 };
 
 /// Fills in the edges of a leaf for the pass of a motion, if they are not there already.
 void PlaceEdges(const SOLIDC& a, const SOLIDC& b, const QueryTrees& movers, const Motion& motion,
-                int node, MoverLeaf& leaf);
+                const BoxRange& items, MoverLeaf& leaf);
 
 /// Whether one of the edges hits a target of a lane of a quad, or below.
-/// @param room    for rounding of the coordinates
-/// @param onEdge  as Chances have it
-bool EdgesHit(const SOLIDC& a, const QueryTrees& targets, MoverLeaf& leaf, int quad, int lane,
-              float room, bool onEdge);
+bool EdgesHit(const SOLIDC& a, QueryTrees& targets, const MoverLeaf& leaf, int quad, int lane);
 
 #endif

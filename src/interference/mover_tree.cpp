@@ -43,31 +43,23 @@ void VisitShapes(const SOLIDC& solid, const Mover& mover, Visit visit)
     }
 }
 
-/// @return false when a vertex is out of range or something is too far away or not finite
-bool MakeMover(const SOLIDC& solid, int index, Mover& mover)
+Mover MakeMover(const SOLIDC& solid, int index)
 {
     const T_LIST& triangle = solid.triangles[index];
-    if (!IsNearby(triangle.normal)) return false;
-    mover.hasForeign = false;
+    Mover mover{};
+    mover.index = index;
+    std::copy_n(triangle.normal, 3, mover.normal);
     for (int slot = 0; slot < 3; ++slot) {
-        const int v = triangle.vertex[slot];
-        if (!InRange(v, solid.vertexCount)) return false;
-        std::copy_n(solid.vertices[v].position, 3, mover.corner[slot]);
+        std::copy_n(solid.vertices[triangle.vertex[slot]].position, 3, mover.corner[slot]);
         Mover::Side& side = mover.side[slot] = SideOf(solid, index, slot);
         if (side == Mover::kForeign) mover.hasForeign = true;
         if (side != Mover::kNotOwn && !OwnsEdge(solid, index, slot)) side = Mover::kNotOwn;
     }
-    std::copy_n(triangle.normal, 3, mover.normal);
-    mover.index = index;
     for (int slot = 0; slot < 3; ++slot) {
         const double length = distance(mover.corner[slot], mover.corner[PreviousSlot(slot)]);
         mover.perLength[slot] = length > 0 ? RoundUp(1 / length) : 0;
     }
-    bool nearby = true;
-    VisitShapes(solid, mover, [&](std::span<const float[3]> points) {
-        for (const auto& point : points) nearby = nearby && IsNearby(point);
-    });
-    return nearby;
+    return mover;
 }
 
 /// The normals of a mover and of the triangles across its edges.
@@ -169,18 +161,21 @@ struct MoverBuilder {
     using Node = MoverNode;
     const SOLIDC& solid;
     QueryTrees& trees;
-    std::vector<Point3> points;
+    // Of the items that were prepared last:
+    int first = 0;
+    std::vector<Mover> movers{};
+    std::vector<Point3> points{};
 
-    const Mover& MoverAt(int i) const { return trees.mover[static_cast<std::size_t>(i)]; }
+    const Mover& MoverAt(int i) const { return movers[static_cast<std::size_t>(i - first)]; }
 
     static MoverNode EmptyNode();
-    void Prepare(const BoxNode&) {}
-    void ReadLeaf(const BoxNode& items, MoverNode& node) const;
+    void Prepare(const BoxRange& items);
+    void ReadItems(const BoxRange& items, MoverNode& node) const;
     static void Merge(MoverNode& node, const MoverNode& below);
-    std::span<const Point3> PointsOf(const BoxNode& items, double& pad);
-    void Finish(const BoxNode& items, MoverNode& node, int quad, int lane) const;
+    std::span<const Point3> PointsOf(const BoxRange& items, double& pad);
+    void Finish(const BoxRange& items, MoverNode& node, int quad, int lane) const;
 
-    void SetMeasures(const BoxNode& items, const MoverNode& node, MoverBoxes& boxes,
+    void SetMeasures(const BoxRange& items, const MoverNode& node, MoverBoxes& boxes,
                      int lane) const;
 };
 
@@ -191,7 +186,15 @@ MoverNode MoverBuilder::EmptyNode()
     return node;
 }
 
-void MoverBuilder::ReadLeaf(const BoxNode& items, MoverNode& node) const
+void MoverBuilder::Prepare(const BoxRange& items)
+{
+    first = items.first;
+    movers.clear();
+    for (int i = items.first; i < items.last; ++i)
+        movers.push_back(MakeMover(solid, trees.moverTriangle[static_cast<std::size_t>(i)]));
+}
+
+void MoverBuilder::ReadItems(const BoxRange& items, MoverNode& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
         const Mover& mover = MoverAt(i);
@@ -216,7 +219,7 @@ void MoverBuilder::Merge(MoverNode& node, const MoverNode& below)
     node.shortest = std::min(node.shortest, below.shortest);
 }
 
-std::span<const Point3> MoverBuilder::PointsOf(const BoxNode& items, double&)
+std::span<const Point3> MoverBuilder::PointsOf(const BoxRange& items, double&)
 {
     points.clear();
     for (int i = items.first; i < items.last; ++i)
@@ -226,12 +229,12 @@ std::span<const Point3> MoverBuilder::PointsOf(const BoxNode& items, double&)
     return points;
 }
 
-void MoverBuilder::SetMeasures(const BoxNode& items, const MoverNode& node, MoverBoxes& boxes,
+void MoverBuilder::SetMeasures(const BoxRange& items, const MoverNode& node, MoverBoxes& boxes,
                                int lane) const
 {
     constexpr int kMostSlants = 256;
     Measures measures{node.merged.box};
-    bool slanted = items.last - items.first <= kMostSlants;
+    bool slanted = items.Count() <= kMostSlants;
     for (int i = items.first; i < items.last; ++i) {
         VisitShapes(solid, MoverAt(i),
                     [&](std::span<const float[3]> shape) { measures.AddPoints(shape); });
@@ -247,13 +250,14 @@ void MoverBuilder::SetMeasures(const BoxNode& items, const MoverNode& node, Move
     if (slanted) boxes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
 }
 
-void MoverBuilder::Finish(const BoxNode& items, MoverNode& node, int quad, int lane) const
+void MoverBuilder::Finish(const BoxRange& items, MoverNode& node, int quad, int lane) const
 {
     OrientedBox& box = node.merged.box;
     const int longest = LargestAxis(box.half);
     std::swap(box.axis[0], box.axis[longest]);
     std::swap(box.half[0], box.half[longest]);
-    MoverBoxes& boxes = trees.moverBoxes[static_cast<std::size_t>(quad)];
+    trees.moverBoxes.Reach(quad + 1);
+    MoverBoxes& boxes = trees.moverBoxes[quad];
     SetLane(boxes.box, lane, box);
     boxes.longest[lane] = node.longest;
     boxes.shortest[lane] = boxes.shortestAlong[lane] = node.shortest;
@@ -267,35 +271,57 @@ void MoverBuilder::Finish(const BoxNode& items, MoverNode& node, int quad, int l
     if (IsFitted(items)) SetMeasures(items, node, boxes, lane);
     if (lane == 0)
         boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
+    if (trees.moverTree.quad[quad].IsLeaf(lane))
+        for (int i = items.first; i < items.last; ++i)
+            trees.mover[static_cast<std::size_t>(i)] = MoverAt(i);
 }
 
-void BuildMovers(SOLIDC& solid, QueryTrees& trees)
+BoxItem ItemOf(const SOLIDC& solid, int triangle, int number)
 {
-    const auto count = static_cast<std::size_t>(solid.triangleCount);
-    auto items = MakeScratch<BoxItem>(count);
-    auto movers = MakeScratch<Mover>(count);
-    for (std::size_t t = 0; t < count; ++t) {
-        if (!MakeMover(solid, static_cast<int>(t), movers[t])) return;
-        items[t] = MakeItem(movers[t].corner, movers[t].normal, static_cast<int>(t));
-    }
-    trees.moversUsable = true;
-    if (count == 0) return;
-    BoxTree& tree = trees.moverTree = BuildBoxTree(items, solid.triangleCount);
-    items.reset();
-    trees.mover = InOrderOf(tree, movers);
-    movers.reset();
-    trees.moverBoxes = MakeScratch<MoverBoxes>(static_cast<std::size_t>(tree.quadCount));
-    MoverBuilder build{solid, trees, {}};
+    const T_LIST& from = solid.triangles[triangle];
+    float corner[3][3];
+    for (int slot = 0; slot < 3; ++slot)
+        std::copy_n(solid.vertices[from.vertex[slot]].position, 3, corner[slot]);
+    return MakeItem(corner, from.normal, number);
+}
+
+void BuildMovers(const SOLIDC& solid, QueryTrees& trees)
+{
+    std::vector<BoxItem> items;
+    items.reserve(static_cast<std::size_t>(solid.triangleCount));
+    for (int t = 0; t < solid.triangleCount; ++t) items.push_back(ItemOf(solid, t, t));
+    if (items.empty()) return;
+    trees.moverTree = BuildBoxTree(items);
+    trees.moverTriangle.resize(items.size());
+    std::ranges::transform(items, trees.moverTriangle.begin(), &BoxItem::item);
+    trees.mover = MakeScratch<Mover>(items.size());
+    MoverBuilder build{solid, trees};
     std::vector<Point3> corners;
-    FillLane(build, tree, 0, 0, corners);
+    FillLane(build, trees.moverTree, 0, 0, corners);
 }
 
 } // namespace
 
-const QueryTrees* MoverTrees(SOLIDC& solid)
+int GrowMovers(const SOLIDC& solid, QueryTrees& trees, int quad, int lane)
 {
+    const BoxRange& range = trees.moverTree.quad[quad].items[lane];
+    const std::span<std::int32_t> triangles(
+        &trees.moverTriangle[static_cast<std::size_t>(range.first)],
+        static_cast<std::size_t>(range.Count()));
+    std::vector<BoxItem> items;
+    for (const int triangle : triangles)
+        items.push_back(ItemOf(solid, triangle, static_cast<int>(items.size())));
+    const int below = GrowBoxTree(trees.moverTree, range, items);
+    Reorder(triangles, items);
+    MoverBuilder build{solid, trees};
+    return FillCrowd(build, trees.moverTree, quad, lane, below);
+}
+
+QueryTrees* MoverTrees(SOLIDC& solid)
+{
+    if (!MoverBounds(solid)) return nullptr;
     QueryTrees& trees = TreesOf(solid);
-    if (!trees.triedMovers && !solid.isSimple) BuildMovers(solid, trees);
+    if (!trees.triedMovers) BuildMovers(solid, trees);
     trees.triedMovers = true;
-    return trees.moversUsable ? &trees : nullptr;
+    return &trees;
 }

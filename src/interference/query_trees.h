@@ -1,5 +1,7 @@
-// What a solid keeps for fast queries: one tree over its triangles as targets, one over them as
-// movers. Made on first need, gone with the octree or the lists.
+// What a solid keeps for fast queries: bounds of all that moves, one tree over its triangles as
+// targets, one over them as movers. Each is made on first need, and the trees only down to crowds
+// of triangles, which are divided when a query goes into one. All are gone with the octree or the
+// lists.
 #ifndef SCAPI_INTERFERENCE_QUERY_TREES_H
 #define SCAPI_INTERFERENCE_QUERY_TREES_H
 
@@ -70,25 +72,49 @@ struct LeafPlanes {
 static_assert(kItemsPerLeaf <= kLanes);
 
 struct QueryTrees {
-    bool triedTargets = false, triedMovers = false;
-    bool targetsUsable = false;
+    bool triedBounds = false, canMove = false;
+    LaneBoxes bounds; ///< of all vertices, in all lanes
+
+    bool triedTargets = false, targetsUsable = false;
+    double reach = 0; ///< greatest magnitude of a coordinate of a target
     BoxTree targetTree;
-    Scratch<Target> target;           ///< by item
-    Scratch<TargetBoxes> targetBoxes; ///< by quad
-    Scratch<LeafPlanes> leafPlanes;   ///< by leaf
-    bool moversUsable = false;
+    std::vector<Target> target;      ///< by item
+    Blocks<TargetBoxes> targetBoxes; ///< by quad
+    Blocks<LeafPlanes> leafPlanes;   ///< by leaf
+
+    bool triedMovers = false;
     BoxTree moverTree;
-    Scratch<Mover> mover;           ///< by item
-    Scratch<MoverBoxes> moverBoxes; ///< by quad
+    std::vector<std::int32_t> moverTriangle; ///< by item
+    Scratch<Mover> mover;                    ///< by item, filled in where crowds are divided
+    Blocks<MoverBoxes> moverBoxes;           ///< by quad
 };
 
-/// The trees of a solid, with the role that is asked for filled in.
+/// Bounds of a solid that moves, without a tree.
+/// @return null when a vertex or normal is not IsNearby, or a number of a vertex is out of range
+const QueryTrees* MoverBounds(SOLIDC& solid);
+
+/// The trees of a solid, with the role that is asked for filled in, down to crowds.
 ///
-/// Targets need an octree. Movers need three vertices in range for each triangle. Both need
-/// coordinates, and movers normals, that are IsNearby.
+/// Targets need an octree with coordinates that are IsNearby, movers what MoverBounds ask for.
 /// @return null when the solid cannot play the role
-const QueryTrees* TargetTrees(SOLIDC& solid);
-const QueryTrees* MoverTrees(SOLIDC& solid);
+QueryTrees* TargetTrees(SOLIDC& solid);
+QueryTrees* MoverTrees(SOLIDC& solid);
+
+/// Divides the crowd of a lane. @return the quad below
+int GrowTargets(QueryTrees& trees, int quad, int lane);
+int GrowMovers(const SOLIDC& solid, QueryTrees& trees, int quad, int lane);
+
+/// As BoxQuad has it, but a crowd is divided first.
+inline int TargetsBelow(QueryTrees& trees, int quad, int lane)
+{
+    const int below = trees.targetTree.quad[quad].below[lane];
+    return below == BoxQuad::kUngrown ? GrowTargets(trees, quad, lane) : below;
+}
+inline int MoversBelow(const SOLIDC& solid, QueryTrees& trees, int quad, int lane)
+{
+    const int below = trees.moverTree.quad[quad].below[lane];
+    return below == BoxQuad::kUngrown ? GrowMovers(solid, trees, quad, lane) : below;
+}
 
 /// Gives the trees back; they come again when they are needed.
 void ReleaseQueryTrees(SOLIDC& solid);
@@ -99,6 +125,9 @@ QueryTrees& TreesOf(SOLIDC& solid);
 
 /// Whether a point lies so near that the walk's own stand-in for "no edge", at 1e10, is far away.
 bool IsNearby(const float* point);
+
+/// Whether the corners of a box are, and come in their order.
+bool IsPlainBox(const float* box);
 
 /// The length of a side, to either side of its rounding.
 struct SideLength {
@@ -123,41 +152,66 @@ void ChooseBox(MergedNode& node, std::span<const Point3> points, double pad);
 /// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
 constexpr int kMostFitted = 4096;
 
-inline bool IsFitted(const BoxNode& items) { return items.last - items.first <= kMostFitted; }
+inline bool IsFitted(const BoxRange& items) { return items.Count() <= kMostFitted; }
 
-/// Goes through all nodes that a query looks at, children first, as deep as half the tree. Of each
-/// the builder is asked for:
+/// Goes through a lane and all that is grown below it, children first, as deep as half the tree. Of
+/// each the builder is asked for:
 /// - Prepare(items), of the topmost nodes that are fitted;
-/// - a Node with `merged`, which starts as EmptyNode() and goes through ReadLeaf(items, node), or
-///   through Merge(node, below) for each node below it;
+/// - a Node with `merged`, which starts as EmptyNode() and goes through ReadItems(items, node)
+/// where
+///   nothing is grown, or through Merge(node, below) for each node below it;
 /// - PointsOf(items, pad), what the box of a fitted node has to hold;
 /// - Finish(items, node, quad, lane), when the box is chosen.
-/// @param corners  of the fitted boxes found so far
+/// @param corners   of the fitted boxes found so far
+/// @param prepared  whether the items are
 template <class Builder>
 typename Builder::Node FillLane(Builder& build, const BoxTree& tree, int q, int lane,
-                                std::vector<Point3>& corners, bool below = false)
+                                std::vector<Point3>& corners, bool prepared = false)
 {
-    const BoxQuad& quad = tree.Quad(q);
-    const BoxNode& items = tree.At(quad.node[lane]);
+    const BoxQuad& quad = tree.quad[q];
+    const BoxRange& items = quad.items[lane];
     const bool fitted = IsFitted(items);
-    if (fitted && !below) build.Prepare(items);
+    if (fitted && !prepared) build.Prepare(items);
     const std::size_t first = corners.size();
     typename Builder::Node node = build.EmptyNode();
-    if (quad.below[lane] <= 0)
-        build.ReadLeaf(items, node);
+    const int below = quad.below[lane];
+    if (below <= 0)
+        build.ReadItems(items, node);
     else
-        for (int child = 0; child < tree.Quad(quad.below[lane]).count; ++child)
-            build.Merge(node, FillLane(build, tree, quad.below[lane], child, corners, fitted));
+        for (int child = 0; child < tree.quad[below].count; ++child)
+            build.Merge(node, FillLane(build, tree, below, child, corners, fitted));
     double pad = 0;
     const auto points =
         fitted ? build.PointsOf(items, pad) : std::span<const Point3>(corners).subspan(first);
     ChooseBox(node.merged, points, pad);
     build.Finish(items, node, q, lane);
-    if (fitted && !below) {
+    if (fitted && !prepared) {
         const auto box = CornersOf(node.merged.box);
         corners.insert(corners.end(), box.begin(), box.end());
     }
     return node;
+}
+
+/// Fills in what has grown below a crowd, and only then joins it to the tree: where memory runs out
+/// in between, the crowd is still one.
+/// @return the quad below
+template <class Builder>
+int FillCrowd(Builder& build, const BoxTree& tree, int quad, int lane, int below)
+{
+    std::vector<Point3> corners;
+    build.Prepare(tree.quad[quad].items[lane]);
+    for (int child = 0; child < tree.quad[below].count; ++child)
+        FillLane(build, tree, below, child, corners, true);
+    return tree.quad[quad].below[lane] = below;
+}
+
+/// Moves what belongs to some items into the order that they have come into.
+template <class Record>
+void Reorder(std::span<Record> records, std::span<const BoxItem> items)
+{
+    const std::vector<Record> before(records.begin(), records.end());
+    for (std::size_t i = 0; i < items.size(); ++i)
+        records[i] = before[static_cast<std::size_t>(items[i].item)];
 }
 
 void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box);

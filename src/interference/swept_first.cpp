@@ -11,52 +11,68 @@
 namespace
 {
 
-struct SweptBox {
-    float bounds[6];
+struct SweptBoxes {
+    float bounds[4][6]; ///< by lane
 };
 
-/// The boxes of the swept triangles below each node.
-Scratch<SweptBox> MakeBoxes(const SOLIDC& solid, const BoxTree& tree)
-{
-    auto boxes = MakeScratch<SweptBox>(static_cast<std::size_t>(tree.nodeCount));
-    // Children lie behind their node.
-    for (int n = tree.nodeCount - 1; n >= 0; --n) {
-        float* box = boxes[static_cast<std::size_t>(n)].bounds;
-        ClearBbox(box);
-        if (tree.IsLeaf(n)) {
-            for (int i = tree.At(n).first; i < tree.At(n).last; ++i) {
-                const float* swept =
-                    solid.triangles[tree.item[static_cast<std::size_t>(i)]].sweepBbox;
-                // One that is not a number meets nothing, and must not hide the others.
-                if (std::none_of(swept, swept + 6, [](float x) { return std::isnan(x); }))
-                    MergeBbox(box, swept);
-            }
-        } else {
-            for (const int child : {tree.Left(n), tree.Right(n)})
-                MergeBbox(box, boxes[static_cast<std::size_t>(child)].bounds);
-        }
-    }
-    return boxes;
-}
-
+/// The boxes of the swept triangles below each node of a tree that is grown to its leaves.
 struct Search {
     const SOLIDC& solid;
-    const BoxTree& tree;
-    Scratch<SweptBox> boxes;
+    const QueryTrees& trees;
+    Scratch<SweptBoxes> boxes;
     std::vector<std::int32_t> found;
 
-    void Find(const float* box, int n)
+    int TriangleAt(int i) const { return trees.moverTriangle[static_cast<std::size_t>(i)]; }
+    float* BoundsOf(int quad, int lane) const
     {
-        if (!BboxesMeet(box, boxes[static_cast<std::size_t>(n)].bounds, solid.tolerance)) return;
-        if (!tree.IsLeaf(n)) {
-            Find(box, tree.Left(n));
-            Find(box, tree.Right(n));
-            return;
+        return boxes[static_cast<std::size_t>(quad)].bounds[lane];
+    }
+
+    void MakeBounds(const BoxQuad& quad, int lane, float* box) const
+    {
+        ClearBbox(box);
+        const int below = quad.below[lane];
+        for (int child = 0; below > 0 && child < trees.moverTree.quad[below].count; ++child)
+            MergeBbox(box, BoundsOf(below, child));
+        for (int i = quad.items[lane].first; below <= 0 && i < quad.items[lane].last; ++i) {
+            const float* swept = solid.triangles[TriangleAt(i)].sweepBbox;
+            // One that is not a number meets nothing, and must not hide the others.
+            if (std::none_of(swept, swept + 6, [](float x) { return std::isnan(x); }))
+                MergeBbox(box, swept);
         }
-        for (int i = tree.At(n).first; i < tree.At(n).last; ++i)
-            found.push_back(tree.item[static_cast<std::size_t>(i)]);
+    }
+
+    void MakeBoxes()
+    {
+        const BoxTree& tree = trees.moverTree;
+        boxes = MakeScratch<SweptBoxes>(static_cast<std::size_t>(tree.quadCount));
+        // Children lie behind their node.
+        for (int q = tree.quadCount - 1; q >= 0; --q)
+            for (int lane = 0; lane < tree.quad[q].count; ++lane)
+                MakeBounds(tree.quad[q], lane, BoundsOf(q, lane));
+    }
+
+    void Find(const float* box, int q)
+    {
+        const BoxQuad& quad = trees.moverTree.quad[q];
+        for (int lane = 0; lane < quad.count; ++lane) {
+            if (!BboxesMeet(box, BoundsOf(q, lane), solid.tolerance)) continue;
+            if (quad.below[lane] > 0) {
+                Find(box, quad.below[lane]);
+                continue;
+            }
+            for (int i = quad.items[lane].first; i < quad.items[lane].last; ++i)
+                found.push_back(TriangleAt(i));
+        }
     }
 };
+
+void GrowAll(const SOLIDC& solid, QueryTrees& trees)
+{
+    for (int q = 0; q < trees.moverTree.quadCount; ++q)
+        for (int lane = 0; lane < trees.moverTree.quad[q].count; ++lane)
+            MoversBelow(solid, trees, q, lane);
+}
 
 /// Walks b's edges under a triangle, run by run of the triangles found.
 int WalkFound(const std::vector<std::int32_t>& found, SOLIDC& b, const float (*corners)[3],
@@ -83,10 +99,12 @@ int WalkFound(const std::vector<std::int32_t>& found, SOLIDC& b, const float (*c
 
 } // namespace
 
-int DetectSweptFirst(SOLIDC& a, SOLIDC& b, const QueryTrees& movers)
+int DetectSweptFirst(SOLIDC& a, SOLIDC& b, QueryTrees& movers)
 {
-    if (movers.moverTree.itemCount == 0) return 0;
-    Search search{b, movers.moverTree, MakeBoxes(b, movers.moverTree), {}};
+    if (movers.moverTree.quadCount == 0) return 0;
+    GrowAll(b, movers);
+    Search search{b, movers, {}, {}};
+    search.MakeBoxes();
     for (int t = 0; t < a.triangleCount; ++t) {
         const T_LIST& triangle = a.triangles[t];
         float box[6];

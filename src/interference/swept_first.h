@@ -8,6 +8,6 @@
 /// between, which find nothing, take the time of that many triangles for each triangle of a.
 /// @param movers  of b, whose sweep is settled; its tolerance is finite
 /// @return 1 or 0
-int DetectSweptFirst(SOLIDC& a, SOLIDC& b, const QueryTrees& movers);
+int DetectSweptFirst(SOLIDC& a, SOLIDC& b, QueryTrees& movers);
 
 #endif

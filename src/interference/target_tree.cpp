@@ -24,35 +24,40 @@ struct TargetNode {
 struct TargetBuilder {
     using Node = TargetNode;
     QueryTrees& trees;
-    const Scratch<BoxItem>& item; ///< in the order of the tree, and so nearer than the triangles
-    double reach;                 ///< greatest magnitude of a coordinate
+    /// In the order of the tree, and so nearer than the triangles; the first has this number.
+    std::span<const BoxItem> item;
+    int firstItem;
     // Of the items that were prepared last:
     int first = 0;
-    std::vector<std::array<float, 4>> plane;
-    std::vector<HitRegion> region;
-    std::vector<Point3> points;
+    std::vector<std::array<float, 4>> plane{};
+    std::vector<HitRegion> region{};
+    std::vector<Point3> points{};
 
     const Target& TargetAt(int i) const { return trees.target[static_cast<std::size_t>(i)]; }
-    const float (*CornersAt(int i) const)[3] { return item[static_cast<std::size_t>(i)].corner; }
+    const float (*CornersAt(int i) const)[3]
+    {
+        return item[static_cast<std::size_t>(i - firstItem)].corner;
+    }
     const HitRegion& RegionAt(int i) const { return region[static_cast<std::size_t>(i - first)]; }
     const float* PlaneAt(int i) const { return plane[static_cast<std::size_t>(i - first)].data(); }
 
     static TargetNode EmptyNode() { return {::EmptyNode()}; }
-    void Prepare(const BoxNode& items);
-    void ReadLeaf(const BoxNode& items, TargetNode& node) const;
+    void Prepare(const BoxRange& items);
+    void ReadItems(const BoxRange& items, TargetNode& node) const;
     static void Merge(TargetNode& node, const TargetNode& below);
-    std::span<const Point3> PointsOf(const BoxNode& items, double& pad);
-    void Finish(const BoxNode& items, const TargetNode& node, int quad, int lane) const;
+    std::span<const Point3> PointsOf(const BoxRange& items, double& pad);
+    void Finish(const BoxRange& items, const TargetNode& node, int quad, int lane) const;
 
-    void SetTurn(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes, int lane) const;
-    void SetSides(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes, int lane) const;
-    void SetPlanes(const BoxNode& leaf, LeafPlanes& planes) const;
+    void SetTurn(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes, int lane) const;
+    void SetSides(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes,
+                  int lane) const;
+    void SetPlanes(const BoxRange& leaf, LeafPlanes& planes) const;
 };
 
-void TargetBuilder::Prepare(const BoxNode& items)
+void TargetBuilder::Prepare(const BoxRange& items)
 {
     first = items.first;
-    plane.assign(static_cast<std::size_t>(items.last - items.first), {});
+    plane.assign(static_cast<std::size_t>(items.Count()), {});
     region.resize(plane.size());
     for (std::size_t i = 0; i < plane.size(); ++i) {
         const int at = first + static_cast<int>(i);
@@ -60,12 +65,13 @@ void TargetBuilder::Prepare(const BoxNode& items)
         if (target.triangle) CalcPlane(CornersAt(at)[0], 3, plane[i].data());
         // Nothing hits a triangle but edges whose box meets the leaf, so its cell bounds what has
         // no bounds of its own.
-        if (!target.triangle || !CalcHitRegion(CornersAt(at), plane[i].data(), reach, region[i]))
+        if (!target.triangle ||
+            !CalcHitRegion(CornersAt(at), plane[i].data(), trees.reach, region[i]))
             SetToBox(region[i], target.leaf->bbox);
     }
 }
 
-void TargetBuilder::ReadLeaf(const BoxNode& items, TargetNode& node) const
+void TargetBuilder::ReadItems(const BoxRange& items, TargetNode& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
         MergeBbox(node.merged.bounds, RegionAt(i).box);
@@ -85,7 +91,7 @@ void TargetBuilder::Merge(TargetNode& node, const TargetNode& below)
     node.holdsCells = node.holdsCells || below.holdsCells;
 }
 
-std::span<const Point3> TargetBuilder::PointsOf(const BoxNode& items, double& pad)
+std::span<const Point3> TargetBuilder::PointsOf(const BoxRange& items, double& pad)
 {
     points.clear();
     for (int i = items.first; i < items.last; ++i) {
@@ -108,7 +114,7 @@ double TurnAlong(const NormalBounds& normals, const float* first, const float* a
     return std::max(-low, high);
 }
 
-void TargetBuilder::SetTurn(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes,
+void TargetBuilder::SetTurn(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes,
                             int lane) const
 {
     const auto widened = [&](double turn) {
@@ -129,11 +135,11 @@ void TargetBuilder::SetTurn(const BoxNode& items, const TargetNode& node, Target
 }
 
 /// Exactly for nodes of not too many.
-void TargetBuilder::SetSides(const BoxNode& items, const TargetNode& node, TargetBoxes& boxes,
+void TargetBuilder::SetSides(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes,
                              int lane) const
 {
     constexpr int kMost = 256;
-    const bool many = items.last - items.first > kMost || node.holdsCells;
+    const bool many = items.Count() > kMost || node.holdsCells;
     for (int k = 0; k < 3; ++k) {
         const float* axis = node.merged.box.axis[k];
         double most = many ? node.longest : 0;
@@ -148,18 +154,19 @@ void TargetBuilder::SetSides(const BoxNode& items, const TargetNode& node, Targe
     }
 }
 
-void TargetBuilder::SetPlanes(const BoxNode& leaf, LeafPlanes& planes) const
+void TargetBuilder::SetPlanes(const BoxRange& leaf, LeafPlanes& planes) const
 {
-    for (int lane = 0; lane < leaf.last - leaf.first; ++lane) {
+    for (int lane = 0; lane < leaf.Count(); ++lane) {
         const float* one = PlaneAt(leaf.first + lane);
         for (int r = 0; r < 3; ++r) planes.normal[r][lane] = one[r];
         planes.d[lane] = one[3];
     }
 }
 
-void TargetBuilder::Finish(const BoxNode& items, const TargetNode& node, int quad, int lane) const
+void TargetBuilder::Finish(const BoxRange& items, const TargetNode& node, int quad, int lane) const
 {
-    TargetBoxes& boxes = trees.targetBoxes[static_cast<std::size_t>(quad)];
+    trees.targetBoxes.Reach(quad + 1);
+    TargetBoxes& boxes = trees.targetBoxes[quad];
     SetLane(boxes.box, lane, node.merged.box);
     boxes.longest[lane] = node.longest;
     boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
@@ -167,92 +174,105 @@ void TargetBuilder::Finish(const BoxNode& items, const TargetNode& node, int qua
     SetSides(items, node, boxes, lane);
     if (lane == 0)
         boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
-    const int below = trees.targetTree.Quad(quad).below[lane];
-    if (below <= 0) SetPlanes(items, trees.leafPlanes[static_cast<std::size_t>(-below)]);
+    const BoxQuad& own = trees.targetTree.quad[quad];
+    if (!own.IsLeaf(lane)) return;
+    const int leaf = -own.below[lane];
+    trees.leafPlanes.Reach(leaf + 1);
+    SetPlanes(items, trees.leafPlanes[leaf]);
+}
+
+/// The triangle that stands for a target in the tree.
+const T_LIST& ShownBy(const Target& target)
+{
+    return target.triangle ? *target.triangle : *target.leaf->listHead;
 }
 
 /// The targets as the octree has them.
 struct TargetList {
-    Scratch<Target> target;
-    Scratch<BoxItem> item;
-    int count = 0;
-
-    void Add(const Target& added, const float* plane)
-    {
-        const auto at = static_cast<std::size_t>(count);
-        target[at] = added;
-        item[at] =
-            MakeItem(added.triangle ? added.triangle->corners : added.leaf->listHead->corners,
-                     plane, count++);
-    }
-};
-
-void AddLeaf(TargetList& list, OCTREENODE* leaf)
-{
-    const int first = list.count;
-    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
-        float plane[4] = {};
-        if (!CalcPlane(triangle->corners[0], 3, plane)) {
-            list.count = first;
-            return list.Add({nullptr, leaf}, plane);
-        }
-        list.Add({triangle, leaf}, plane);
-    }
-}
-
-template <class Visit>
-void VisitLeaves(OCTREENODE* node, Visit visit)
-{
-    if (node->listHead) visit(node);
-    for (OCTREENODE* child : node->children)
-        if (child) VisitLeaves(child, visit);
-}
-
-struct Extent {
-    std::size_t triangles = 0;
+    std::vector<Target> target;
+    std::vector<BoxItem> item;
     double reach = 0; ///< greatest magnitude of a coordinate
     bool nearby = true;
 
-    void Add(const OCTREENODE* leaf)
+    void Add(const Target& added, const float* plane)
     {
-        for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
-            ++triangles;
-            for (const auto& corner : triangle->corners) {
-                nearby = nearby && IsNearby(corner);
-                for (const float x : corner) reach = std::max(reach, double(std::fabs(x)));
-            }
+        item.push_back(MakeItem(ShownBy(added).corners, plane, static_cast<int>(target.size())));
+        target.push_back(added);
+    }
+
+    void See(const T_LIST& triangle)
+    {
+        for (const auto& corner : triangle.corners) {
+            nearby = nearby && IsNearby(corner);
+            for (const float x : corner) reach = std::max(reach, double(std::fabs(x)));
         }
+    }
+
+    /// Adds the triangles of a leaf, or the leaf if one of them has no plane.
+    void AddLeaf(OCTREENODE* leaf)
+    {
+        const std::size_t first = target.size();
+        bool whole = false;
+        for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
+            See(*triangle);
+            float plane[4] = {};
+            whole = !CalcPlane(triangle->corners[0], 3, plane) || whole;
+            if (!whole) Add({triangle, leaf}, plane);
+        }
+        if (!whole) return;
+        target.resize(first);
+        item.resize(first);
+        const float none[4] = {};
+        Add({nullptr, leaf}, none);
+    }
+
+    void AddLeaves(OCTREENODE* node)
+    {
+        if (node->listHead) AddLeaf(node);
+        for (OCTREENODE* child : node->children)
+            if (child) AddLeaves(child);
     }
 };
 
-bool IsPlainBox(const float* box)
-{
-    return IsNearby(box) && IsNearby(box + 3) && box[0] <= box[3] && box[1] <= box[4] &&
-           box[2] <= box[5];
-}
-
 void BuildTargets(SOLIDC& solid, QueryTrees& trees)
 {
-    OCTREENODE* const root = solid.octree->root;
-    Extent extent;
-    VisitLeaves(root, [&](OCTREENODE* leaf) { extent.Add(leaf); });
-    if (!extent.nearby || !IsPlainBox(root->bbox)) return;
-    trees.targetsUsable = true;
-    TargetList list{MakeScratch<Target>(extent.triangles), MakeScratch<BoxItem>(extent.triangles)};
-    VisitLeaves(root, [&](OCTREENODE* leaf) { AddLeaf(list, leaf); });
-    if (list.count == 0) return;
-    BoxTree& tree = trees.targetTree = BuildBoxTree(list.item, list.count);
-    trees.target = InOrderOf(tree, list.target);
-    trees.targetBoxes = MakeScratch<TargetBoxes>(static_cast<std::size_t>(tree.quadCount));
-    trees.leafPlanes = MakeScratch<LeafPlanes>(static_cast<std::size_t>(tree.leafCount));
-    TargetBuilder build{trees, list.item, extent.reach, 0, {}, {}, {}};
+    if (!IsPlainBox(solid.octree->root->bbox)) return;
+    TargetList list;
+    list.target.reserve(static_cast<std::size_t>(solid.triangleCount));
+    list.item.reserve(static_cast<std::size_t>(solid.triangleCount));
+    list.AddLeaves(solid.octree->root);
+    trees.targetsUsable = list.nearby;
+    if (!list.nearby || list.item.empty()) return;
+    trees.reach = list.reach;
+    trees.targetTree = BuildBoxTree(list.item);
+    trees.target = std::move(list.target);
+    Reorder<Target>(trees.target, list.item);
+    TargetBuilder build{trees, list.item, 0};
     std::vector<Point3> corners;
-    FillLane(build, tree, 0, 0, corners);
+    FillLane(build, trees.targetTree, 0, 0, corners);
 }
 
 } // namespace
 
-const QueryTrees* TargetTrees(SOLIDC& solid)
+int GrowTargets(QueryTrees& trees, int quad, int lane)
+{
+    const BoxRange& range = trees.targetTree.quad[quad].items[lane];
+    const std::span<Target> targets(&trees.target[static_cast<std::size_t>(range.first)],
+                                    static_cast<std::size_t>(range.Count()));
+    std::vector<BoxItem> items;
+    for (const Target& target : targets) {
+        float plane[4] = {};
+        const T_LIST& shown = ShownBy(target);
+        if (target.triangle) CalcPlane(shown.corners[0], 3, plane);
+        items.push_back(MakeItem(shown.corners, plane, static_cast<int>(items.size())));
+    }
+    const int below = GrowBoxTree(trees.targetTree, range, items);
+    Reorder(targets, items);
+    TargetBuilder build{trees, items, range.first};
+    return FillCrowd(build, trees.targetTree, quad, lane, below);
+}
+
+QueryTrees* TargetTrees(SOLIDC& solid)
 {
     QueryTrees& trees = TreesOf(solid);
     if (!trees.triedTargets && solid.octree) BuildTargets(solid, trees);

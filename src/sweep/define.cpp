@@ -87,7 +87,7 @@ void DefineSweepLate(SOLIDC& solid, float (*start)[4], float (*end)[4])
 {
     // A vertex that a matrix cannot map keeps the place that the motion before gave it, which must
     // then be paid for first. Movers have finite vertices only.
-    if (solid.isSimple || !HasAffineRow(start) || !HasAffineRow(end) || !MoverTrees(solid)) {
+    if (solid.isSimple || !HasAffineRow(start) || !HasAffineRow(end) || !MoverBounds(solid)) {
         solid.SC_GTsweep(start, end);
         return;
     }

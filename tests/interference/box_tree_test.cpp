@@ -10,26 +10,33 @@
 namespace
 {
 
-/// Sees each node on the way down, and counts how often the quads come by each item.
+/// Sees each node on the way down, grows what is not, and counts how often it comes by each item.
 struct TreeWalk {
-    const BoxTree& tree;
-    std::vector<int> seen = std::vector<int>(static_cast<std::size_t>(tree.itemCount));
-    int deepest = 0;
+    BoxTree& tree;
+    std::vector<BoxItem>& items;
+    std::vector<int> seen = std::vector<int>(items.size());
+    int deepest = 0, grown = 0;
 
     void Quad(int q, int depth)
     {
         deepest = std::max(deepest, depth);
-        const BoxQuad& quad = tree.Quad(q);
+        const BoxQuad& quad = tree.quad[q];
         ASSERT_GE(quad.count, 1);
         for (int lane = 0; lane < quad.count; ++lane) {
-            if (quad.below[lane] > 0) {
+            const auto own =
+                std::span(items).subspan(static_cast<std::size_t>(quad.items[lane].first),
+                                         static_cast<std::size_t>(quad.items[lane].Count()));
+            if (quad.below[lane] == BoxQuad::kUngrown) {
+                ASSERT_LE(own.size(), kCrowd);
+                tree.quad[q].below[lane] = GrowBoxTree(tree, quad.items[lane], own);
+                ++grown;
+            }
+            if (!quad.IsLeaf(lane)) {
                 Quad(quad.below[lane], depth + 1);
                 continue;
             }
-            const BoxNode& leaf = tree.At(quad.node[lane]);
-            ASSERT_LE(leaf.last - leaf.first, kItemsPerLeaf);
-            for (int i = leaf.first; i < leaf.last; ++i)
-                ++seen[static_cast<std::size_t>(tree.item[static_cast<std::size_t>(i)])];
+            ASSERT_LE(own.size(), kItemsPerLeaf);
+            for (const BoxItem& item : own) ++seen[static_cast<std::size_t>(item.item)];
         }
     }
 };
@@ -55,18 +62,19 @@ TEST(BoxTree, CrowdedItemsNeitherGetLostNorMakeItDeep)
     for (const Case& one : cases)
         for (const int count : {1, 4, 5, 6, 17, 3000}) {
             SCOPED_TRACE(testing::Message() << one.name << ' ' << count);
-            auto items = MakeScratch<BoxItem>(static_cast<std::size_t>(count));
+            std::vector<BoxItem> items(static_cast<std::size_t>(count), BoxItem{});
             for (int i = 0; i < count; ++i) {
                 BoxItem& item = items[static_cast<std::size_t>(i)];
                 item.item = i;
                 for (auto& corner : item.corner) corner[i % 3] = one.place(i);
                 item.normal[i % 2] = one.facing(i);
             }
-            const BoxTree tree = BuildBoxTree(items, count);
-            TreeWalk walk{tree};
+            BoxTree tree = BuildBoxTree(items);
+            TreeWalk walk{tree, items};
             walk.Quad(0, 0);
             EXPECT_EQ(walk.seen, std::vector<int>(static_cast<std::size_t>(count), 1));
-            EXPECT_LT(walk.deepest, 50);
+            EXPECT_LT(walk.deepest, 100);
+            EXPECT_EQ(walk.grown > 0, count > kItemsPerLeaf);
         }
 }
 
