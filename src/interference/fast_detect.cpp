@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "interference/corner_planes.h"
 #include "interference/motion.h"
 #include "interference/moved_pieces.h"
 #include "interference/mover_leaf.h"
@@ -120,8 +121,51 @@ bool MoversHit(Query& query, int targetNumber, int quad)
     });
 }
 
+/// Whether no corner of a node of few movers lies in a plane of a node of few targets, as a hit
+/// beside an edge asks for. Targets that are judged by cells have none that counts.
+bool NoneTouches(Query& query, const NodePair& pair)
+{
+    const int quad = NodePair::QuadOf(pair.target), lane = NodePair::LaneOf(pair.target),
+              moverQuad = NodePair::QuadOf(pair.mover), moverLane = NodePair::LaneOf(pair.mover);
+    const BoxRange& targets = query.targets.targetTree.quad[quad].items[lane];
+    if (query.pass == Pass::kWhole || targets.Count() > kFew ||
+        query.TargetsOf(quad).holdsCells[lane] != 0)
+        return false;
+    FewCorners corners;
+    if (query.movers.moverTree.quad[moverQuad].IsLeaf(moverLane))
+        corners = CornersOfLeaf(query.movers.MoversOf(moverQuad, moverLane));
+    else
+        corners = query.movers.FewCornersOf(moverQuad, moverLane);
+    if (corners.groups == 0) return false;
+    TargetsBelow(query.targets, quad, lane); // planes come with it
+    return !MayTouchPlanes(query.MotionNow(), corners,
+                           {&query.targets.plane[static_cast<std::size_t>(targets.first)],
+                            static_cast<std::size_t>(targets.Count())});
+}
+
+/// Whether it is the targets' turn to be parted.
+bool PartsTargets(const Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge)
+{
+    const int quad = NodePair::QuadOf(pair.target), lane = NodePair::LaneOf(pair.target);
+    const BoxQuad& own = query.targets.targetTree.quad[quad];
+    if (own.IsLeaf(lane)) return false;
+    const TargetBoxes& targets = query.TargetsOf(quad);
+    if (!onEdge) {
+        // Of flat targets, movers that have no end in their plane are soon told.
+        constexpr float kThin = 0.01f;
+        const float thickness =
+            targets.box.half[0][lane] + mover.boxes.longest[mover.lane] * targets.turnAtAll[lane];
+        if (thickness < kThin) return false;
+        // Down to where corners can be held against planes.
+        const FewCorners& corners =
+            query.movers.FewCornersOf(NodePair::QuadOf(pair.mover), NodePair::LaneOf(pair.mover));
+        if (corners.groups > 0 && own.items[lane].Count() > kFew) return true;
+    }
+    return targets.box.halfArea[lane] > mover.boxes.halfArea[mover.lane];
+}
+
 /// Goes on with a pair of nodes that has a chance. Each step goes down two levels of one tree, so
-/// the depth is that of both, a hundred at the most.
+/// the depth is that of both, two hundred at the most.
 bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge)
 {
     if (!onEdge && query.onEdges && query.pass != Pass::kWhole && query.later.Add(pair, query.pass))
@@ -135,20 +179,13 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool 
     if (query.pass == Pass::kWhole &&
         (leaf || mover.boxes.half[0][mover.lane] < kLarge * query.MotionNow().extraLength[0]))
         return PassesHit(query, pair);
+    if (!onEdge && NoneTouches(query, pair)) return false;
     if (leaf) {
         PlaceEdges(query.a, query.b, query.movers, query.MotionNow(), moving.items[moverLane],
                    query.moved);
         return EdgesHit(query.a, query.targets, query.moved, targetQuad, targetLane);
     }
-    const TargetBoxes& targets = query.TargetsOf(targetQuad);
-    const bool targetLeaf = query.targets.targetTree.quad[targetQuad].IsLeaf(targetLane);
-    // Of flat targets, movers that have no end in their plane are soon told.
-    constexpr float kThin = 0.01f;
-    const bool thin =
-        !onEdge && targets.box.half[0][targetLane] +
-                           mover.boxes.longest[mover.lane] * targets.turnAtAll[targetLane] <
-                       kThin;
-    if (!targetLeaf && !thin && targets.box.halfArea[targetLane] > mover.boxes.halfArea[mover.lane])
+    if (PartsTargets(query, pair, mover, onEdge))
         return TargetsHit(query, TargetsBelow(query.targets, targetQuad, targetLane), pair.mover,
                           mover);
     return MoversHit(query, pair.target, MoversBelow(query.b, query.movers, moverQuad, moverLane));

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "interference/hit_region.h"
+#include "interference/reach.h"
 #include "interference/tests.h"
 #include "solid/bbox.h"
 
@@ -20,14 +22,13 @@ bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
 }
 
 bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target,
-              const LeafPlanes& planes, int lane)
+              const TargetPlane& plane)
 {
     if (!target.triangle)
         return a.octree->IntersectingBboxes(target.leaf->bbox, edge.box) &&
                WalkLeaf(edge, target.leaf);
     CrossingState state;
-    for (int r = 0; r < 3; ++r) state.plane[r] = planes.normal[r][lane];
-    state.plane[3] = planes.d[lane];
+    std::memcpy(state.plane, &plane, sizeof state.plane);
     const Crossing crossing = EdgeCrossesPlane(edge.ends, target.triangle->corners, state);
     if (crossing == Crossing::kNone) return false;
     if (!a.octree->IntersectingBboxes(target.leaf->bbox, edge.box)) return false;
@@ -36,30 +37,35 @@ bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target,
            WalkLeaf(edge, target.leaf);
 }
 
-/// Which planes an edge leaves alone: both ends are off them, to the same side.
-LaneMask StaysOff(const LeafPlanes& planes, const MovedEdge& edge)
+/// Which of four planes an edge leaves alone: both ends are off them, to the same side.
+LaneMask StaysOff(const TargetPlane* planes, const MovedEdge& edge)
 {
-    constexpr float kRounding = 1e-6f; // of these sums of floats
-    Lanes height[2], far = Abs(planes.d);
+    Lanes normal[3], d;
+    for (int lane = 0; lane < kLanes; ++lane) {
+        for (int r = 0; r < 3; ++r) normal[r][lane] = planes[lane].normal[r];
+        d[lane] = planes[lane].d;
+    }
+    Lanes height[2], far = Abs(d);
     for (int end = 0; end < 2; ++end) {
-        height[end] = planes.d;
+        height[end] = d;
         for (int r = 0; r < 3; ++r) {
-            height[end] += planes.normal[r] * edge.ends[end][r];
+            height[end] += normal[r] * edge.ends[end][r];
             far += std::fabs(edge.ends[end][r]);
         }
     }
-    const Lanes room = kContact + kRounding * far;
+    const Lanes room = kContact + kPlaneRounding * far;
     return ((height[0] > room) & (height[1] > room)) | ((height[0] < -room) & (height[1] < -room));
 }
 
 bool HitsLeaf(const SOLIDC& a, const QueryTrees& targets, const MovedEdge& edge,
-              const BoxRange& items, int leaf)
+              const BoxRange& items)
 {
-    const LeafPlanes& planes = targets.leafPlanes[leaf];
+    const auto first = static_cast<std::size_t>(items.first);
+    const Target* target = &targets.target[first];
+    const TargetPlane* planes = &targets.plane[first];
     const LaneMask off = StaysOff(planes, edge);
-    const Target* target = &targets.target[static_cast<std::size_t>(items.first)];
     for (int lane = 0; lane < items.Count(); ++lane)
-        if (!off[lane] && EdgeHits(a, edge, target[lane], planes, lane)) return true;
+        if (!off[lane] && EdgeHits(a, edge, target[lane], planes[lane])) return true;
     return false;
 }
 
@@ -69,8 +75,7 @@ bool HitsBelow(const SOLIDC& a, QueryTrees& targets, const MovedEdge& edge, cons
                int edgeLane, int quad, int lane)
 {
     const int below = TargetsBelow(targets, quad, lane);
-    if (below <= 0)
-        return HitsLeaf(a, targets, edge, targets.targetTree.quad[quad].items[lane], -below);
+    if (below <= 0) return HitsLeaf(a, targets, edge, targets.targetTree.quad[quad].items[lane]);
     const LaneEdges splat = SplatLane(lanes, edgeLane);
     const LaneMask may = MayHit(splat, targets.targetBoxes[below]);
     for (int child = 0; child < targets.targetTree.quad[below].count; ++child)

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <span>
 
+#include "interference/corner_planes.h"
 #include "interference/query_trees.h"
 #include "solid/bbox.h"
 #include "solid/triangle.h"
@@ -175,6 +176,7 @@ struct MoverBuilder {
     std::span<const Point3> PointsOf(const BoxRange& items, double& pad);
     void Finish(const BoxRange& items, MoverNode& node, int quad, int lane) const;
 
+    void SetCorners(const BoxRange& items, int quad, int lane) const;
     void SetMeasures(const BoxRange& items, const MoverNode& node, MoverBoxes& boxes,
                      int lane) const;
 };
@@ -250,6 +252,16 @@ void MoverBuilder::SetMeasures(const BoxRange& items, const MoverNode& node, Mov
     if (slanted) boxes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
 }
 
+void MoverBuilder::SetCorners(const BoxRange& items, int quad, int lane) const
+{
+    const FewCorners corners = GatherCorners({&MoverAt(items.first), std::size_t(items.Count())});
+    if (corners.groups == 0) return;
+    const int number = ++trees.fewCornersCount;
+    trees.fewCorners.Reach(number + 1);
+    trees.fewCorners[number] = corners;
+    trees.fewCornersNumber[quad][static_cast<std::size_t>(lane)] = number;
+}
+
 void MoverBuilder::Finish(const BoxRange& items, MoverNode& node, int quad, int lane) const
 {
     OrientedBox& box = node.merged.box;
@@ -271,9 +283,14 @@ void MoverBuilder::Finish(const BoxRange& items, MoverNode& node, int quad, int 
     if (IsFitted(items)) SetMeasures(items, node, boxes, lane);
     if (lane == 0)
         boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
-    if (trees.moverTree.quad[quad].IsLeaf(lane))
+    trees.fewCorners.Reach(1);
+    trees.fewCornersNumber.Reach(quad + 1);
+    if (trees.moverTree.quad[quad].IsLeaf(lane)) {
         for (int i = items.first; i < items.last; ++i)
             trees.mover[static_cast<std::size_t>(i)] = MoverAt(i);
+    } else if (items.Count() <= kFew) {
+        SetCorners(items, quad, lane);
+    }
 }
 
 BoxItem ItemOf(const SOLIDC& solid, int triangle, int number)

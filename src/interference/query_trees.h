@@ -65,11 +65,19 @@ struct MoverBoxes {
     Lanes low[3], high[3];   ///< bounds of the normals of the movers and their neighbours
 };
 
-/// The planes of the targets of a leaf, side by side; 0 for a leaf of the octree.
-struct LeafPlanes {
-    Lanes normal[3], d;
+/// Of a triangle; 0 for a leaf of the octree.
+struct TargetPlane {
+    float normal[3], d;
 };
-static_assert(kItemsPerLeaf <= kLanes);
+
+/// The corners of a node of few movers, four by four; the lanes left over are as the first.
+struct FewCorners {
+    static constexpr int kMostGroups = 4;
+    std::int32_t groups; ///< 0 where there are more, or where edges run elsewhere
+    Lanes at[kMostGroups][3];
+};
+
+constexpr int kFew = 16; ///< items that have FewCorners at the most, if they are no leaf
 
 struct QueryTrees {
     bool triedBounds = false, canMove = false;
@@ -80,13 +88,30 @@ struct QueryTrees {
     BoxTree targetTree;
     std::vector<Target> target;      ///< by item
     Blocks<TargetBoxes> targetBoxes; ///< by quad
-    Blocks<LeafPlanes> leafPlanes;   ///< by leaf
+    /// By item, filled in where crowds are divided; behind the last are some that are 0.
+    Scratch<TargetPlane> plane;
 
     bool triedMovers = false;
     BoxTree moverTree;
     std::vector<std::int32_t> moverTriangle; ///< by item
     Scratch<Mover> mover;                    ///< by item, filled in where crowds are divided
     Blocks<MoverBoxes> moverBoxes;           ///< by quad
+    Blocks<FewCorners> fewCorners;           ///< the first has no groups
+    int fewCornersCount = 0;
+    Blocks<std::array<std::int32_t, 4>> fewCornersNumber; ///< by quad, of each node's
+
+    /// Without groups for a leaf, and where there are many.
+    const FewCorners& FewCornersOf(int quad, int lane) const
+    {
+        return fewCorners[fewCornersNumber[quad][static_cast<std::size_t>(lane)]];
+    }
+    /// Of a leaf.
+    std::span<const Mover> MoversOf(int quad, int lane) const
+    {
+        const BoxRange& items = moverTree.quad[quad].items[lane];
+        return {&mover[static_cast<std::size_t>(items.first)],
+                static_cast<std::size_t>(items.Count())};
+    }
 };
 
 /// Bounds of a solid that moves, without a tree.

@@ -9,6 +9,7 @@
 constexpr float kAcross = 0.0033f;
 constexpr float kSphereProduct = 0.0064f;
 
+constexpr float kPlaneRounding = 1e-6f; ///< of the height of a point over a plane, relative
 constexpr float kBoundRounding = 4e-6f; ///< of sums of some products of floats, relative
 
 #endif

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 
 #include "interference/hit_region.h"
 #include "interference/query_trees.h"
@@ -51,7 +52,6 @@ struct TargetBuilder {
     void SetTurn(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes, int lane) const;
     void SetSides(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes,
                   int lane) const;
-    void SetPlanes(const BoxRange& leaf, LeafPlanes& planes) const;
 };
 
 void TargetBuilder::Prepare(const BoxRange& items)
@@ -154,15 +154,6 @@ void TargetBuilder::SetSides(const BoxRange& items, const TargetNode& node, Targ
     }
 }
 
-void TargetBuilder::SetPlanes(const BoxRange& leaf, LeafPlanes& planes) const
-{
-    for (int lane = 0; lane < leaf.Count(); ++lane) {
-        const float* one = PlaneAt(leaf.first + lane);
-        for (int r = 0; r < 3; ++r) planes.normal[r][lane] = one[r];
-        planes.d[lane] = one[3];
-    }
-}
-
 void TargetBuilder::Finish(const BoxRange& items, const TargetNode& node, int quad, int lane) const
 {
     trees.targetBoxes.Reach(quad + 1);
@@ -174,11 +165,9 @@ void TargetBuilder::Finish(const BoxRange& items, const TargetNode& node, int qu
     SetSides(items, node, boxes, lane);
     if (lane == 0)
         boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
-    const BoxQuad& own = trees.targetTree.quad[quad];
-    if (!own.IsLeaf(lane)) return;
-    const int leaf = -own.below[lane];
-    trees.leafPlanes.Reach(leaf + 1);
-    SetPlanes(items, trees.leafPlanes[leaf]);
+    if (!trees.targetTree.quad[quad].IsLeaf(lane)) return;
+    for (int i = items.first; i < items.last; ++i)
+        std::memcpy(&trees.plane[static_cast<std::size_t>(i)], PlaneAt(i), sizeof(TargetPlane));
 }
 
 /// The triangle that stands for a target in the tree.
@@ -247,6 +236,7 @@ void BuildTargets(SOLIDC& solid, QueryTrees& trees)
     trees.targetTree = BuildBoxTree(list.item);
     trees.target = std::move(list.target);
     Reorder<Target>(trees.target, list.item);
+    trees.plane = MakeScratch<TargetPlane>(trees.target.size() + kLanes);
     TargetBuilder build{trees, list.item, 0};
     std::vector<Point3> corners;
     FillLane(build, trees.targetTree, 0, 0, corners);
