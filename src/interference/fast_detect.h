@@ -3,9 +3,10 @@
 //
 // The walk's answer is yes when any edge that it comes by hits a triangle in any leaf whose cell
 // the edge's box overlaps. So the order of edges does not matter, and whole groups of pairs may be
-// left out as long as none of them could have been a yes. Two trees of boxes, made once for each
-// solid (query_trees.h), are walked together, four nodes at a time (motion.h), down to the single
-// edges of a leaf of movers (mover_leaf.h, edge_chances.h). What makes it delicate:
+// left out as long as none of them could have been a yes. Two trees of boxes, one of each solid,
+// which grow where queries go (query_trees.h), are walked together, four nodes at a time
+// (motion.h), down to the single edges of a leaf of movers (mover_leaf.h, edge_chances.h). What
+// makes it delicate:
 //
 // - Where a hit may lie. The margin of PointInsideTriangle grows as sides get short. Each target
 //   has a region that holds all its hits: hit_region.cpp.
@@ -13,8 +14,9 @@
 //   segments that count as parallel lie beside each other by up to half a side. Both only when an
 //   end of the edge is within the contact tolerance of the target's plane, and the first by little
 //   when the edge is steep to the plane. So boxes are parted with all that room between them; but
-//   where a hit would need it, a corner has to lie where the planes of the targets can run. Such
-//   pairs wait until none of the likelier ones has given a hit.
+//   where a hit would need it, a corner has to lie where the planes of the targets can run: near
+//   the boxes, and once both nodes are small near a plane itself (corner_planes.h). Such pairs wait
+//   until none of the likelier ones has given a hit.
 // - The plane and the crossing point are carried along a leaf's chain. A leaf with a triangle that
 //   has no plane is one target and is walked whole; so is the leaf of a target whose crossing point
 //   would have to be a carried one.
