@@ -195,7 +195,7 @@ struct Divider {
     /// Adds a node to a quad, or instead of it its children.
     void AddLane(BoxQuad& quad, const BoxRange& range, int depth, bool divide) const
     {
-        if (divide && range.Count() > most) {
+        if (divide && range.Count() > kItemsPerLeaf) {
             const BoxRange left = Left(range, depth);
             AddLane(quad, left, depth + 1, false);
             AddLane(quad, {left.last, range.last}, depth + 1, false);

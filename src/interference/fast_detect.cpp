@@ -73,8 +73,8 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool 
 /// Asks about all edges of a pair of nodes, each kind where it is.
 bool PassesHit(Query& query, const NodePair& pair);
 
-/// Calls `hits` with each lane that has a chance, the deepest first: where there is a hit at all it
-/// is found soonest there. @return whether one of them did
+/// Calls `hits` with each lane that has a chance, those first whose boxes share most: where there
+/// is a hit at all it is found soonest there. @return whether one of them did
 template <class Hits>
 bool AnyLaneHits(const Chances& chances, LaneMask any, int count, Hits hits)
 {
@@ -83,7 +83,7 @@ bool AnyLaneHits(const Chances& chances, LaneMask any, int count, Hits hits)
     for (int lane = 0; lane < count; ++lane) {
         if (!any[lane]) continue;
         int at = found++;
-        for (; at > 0 && chances.depth[order[std::size_t(at - 1)]] < chances.depth[lane]; --at)
+        for (; at > 0 && chances.overlap[order[std::size_t(at - 1)]] < chances.overlap[lane]; --at)
             order[std::size_t(at)] = order[std::size_t(at - 1)];
         order[std::size_t(at)] = lane;
     }

@@ -227,6 +227,21 @@ LaneMask MayEndInPlane(const Motion& motion, const PlacedBoxes& movers, const Ta
     return mayEnd(middle - way) | mayEnd(middle + way);
 }
 
+/// How much boxes share, axis by axis: where that is most a hit is likeliest. At rest it is the
+/// part of their sizes by which they lie in each other, up to a good part. In motion they are long,
+/// and the least depth tells more.
+struct Overlap {
+    const bool moving;
+    Lanes shared = Splat(moving ? HUGE_VALF : 1);
+
+    void Add(Lanes gap, Lanes reach)
+    {
+        constexpr float kDeep = 0.7f;
+        const Lanes none{}, part = Larger(-gap / reach, none);
+        shared = moving ? Smaller(shared, -gap) : shared * Smaller(part, Splat(kDeep));
+    }
+};
+
 } // namespace
 
 Motion ReadMotion(const SOLIDC& b, const LaneBoxes& rest)
@@ -295,7 +310,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
     const Sight sight = See(motion, movers, targets);
     const Lanes none{};
     LaneMask apart{}, beside{};
-    Lanes depth = Splat(HUGE_VALF);
+    Overlap overlap{motion.hasWalls};
     for (int k = 0; k < 3; ++k) {
         Lanes reach = targets.box.half[k] + sight.sway[k];
         for (int i = 0; i < 3; ++i) reach += movers.half[i] * Abs(sight.cosine[k][i]);
@@ -307,7 +322,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
               : Larger(Smaller(sight.edge[0], sight.turned), sight.overSide * targets.turnAtAll);
         beside |= gap > none;
         apart |= gap > most;
-        depth = Smaller(depth, -gap);
+        overlap.Add(gap, reach);
     }
     Chances chances;
     if (AllOf(apart)) {
@@ -324,7 +339,7 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
         beside |= gap > none;
         apart |=
             gap > movers.beyond[i] + sight.partBeyond * movers.swayOn[i] + sight.overSide * seen;
-        depth = Smaller(depth, -gap);
+        overlap.Add(gap, reach);
     }
     const Lanes height = targets.box.half[0] +
                          Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
@@ -332,6 +347,6 @@ Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetB
     apart |= beside & ~MayEndInPlane(motion, movers, targets, sight, height);
     chances.any = ~apart;
     chances.onEdge = ~beside;
-    chances.depth = depth;
+    chances.overlap = overlap.shared;
     return chances;
 }

@@ -71,7 +71,7 @@ LaneMask PlaceBoxes(const Motion& motion, const MoverBoxes& boxes, const float* 
 struct Chances {
     LaneMask any;    ///< at all
     LaneMask onEdge; ///< by any point; else by one beyond an end, or beside a side that is parallel
-    Lanes depth; ///< the least way by which they would have to be moved apart, along the axes seen
+    Lanes overlap;   ///< the more, the likelier is a hit
 };
 Chances ChancesOf(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets);
 

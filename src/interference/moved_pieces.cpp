@@ -32,19 +32,13 @@ struct Stop {
     const float* box;
     int index;
     bool trailing;
-    bool passes; ///< whether its sweepBbox meets the box of the walk
+    bool hasWall[3]; ///< in each slot, whether a wall hangs on the edge
+    bool passes;     ///< whether its sweepBbox meets the box of the walk
 
     const EdgeRec* EdgeIn(int slot) const
     {
         const int e = solid.triangles[index].edge[slot];
         return InRange(e, solid.edgeCount) ? &solid.edges[e] : nullptr;
-    }
-
-    /// Whether a wall hangs on the edge in a slot. @pre  trailing
-    bool HasWall(int slot) const
-    {
-        const EdgeRec* edge = EdgeIn(slot);
-        return edge && OrientOf(solid, AcrossEdge(*edge, index)) != -1;
     }
 };
 
@@ -59,7 +53,7 @@ void SweptBox(const Stop& stop, float* box)
         ExtendBbox(box, point);
     }
     for (int slot = 0; stop.trailing && slot < 3; ++slot)
-        if (stop.HasWall(slot))
+        if (stop.hasWall[slot])
             for (const int vertex : stop.EdgeIn(slot)->vertex)
                 for (const bool atStart : {true, false}) {
                     Place(stop.solid, vertex, atStart, point);
@@ -67,12 +61,28 @@ void SweptBox(const Stop& stop, float* box)
                 }
 }
 
-Stop MakeStop(const SOLIDC& solid, int index, const float* box)
+/// What the normals tell of a stop.
+Stop FacingStop(const SOLIDC& solid, int index, const float* box)
 {
-    Stop stop{solid, box, index, OrientOf(solid, index) == -1, false};
+    Stop stop{solid, box, index, OrientOf(solid, index) == -1, {}, false};
+    for (int slot = 0; stop.trailing && slot < 3; ++slot) {
+        const EdgeRec* edge = stop.EdgeIn(slot);
+        stop.hasWall[slot] = edge && OrientOf(solid, AcrossEdge(*edge, index)) != -1;
+    }
+    return stop;
+}
+
+bool Passes(const Stop& stop)
+{
     float sweptBox[6];
     SweptBox(stop, sweptBox);
-    stop.passes = BboxesMeet(box, sweptBox, solid.tolerance);
+    return BboxesMeet(stop.box, sweptBox, stop.solid.tolerance);
+}
+
+Stop MakeStop(const SOLIDC& solid, int index, const float* box)
+{
+    Stop stop = FacingStop(solid, index, box);
+    stop.passes = Passes(stop);
     return stop;
 }
 
@@ -96,7 +106,7 @@ bool TakeForeignEdge(const Stop& stop, int slot, MovedEdge& out)
 /// As GetSweptEdge.
 bool TakeWallEdge(const Stop& stop, int piece, MovedEdge& out)
 {
-    if (!stop.trailing || !stop.HasWall(piece / 3)) return false;
+    if (!stop.hasWall[piece / 3]) return false;
     const EdgeRec& edge = *stop.EdgeIn(piece / 3);
     const int va = edge.vertex[0], vb = edge.vertex[1];
     switch (piece % 3) {
@@ -180,8 +190,9 @@ void CollectWallEdges(const SOLIDC& solid, const Mover& mover, const float* box,
 {
     pieces.count = 0;
     if (SweepOrientOf(mover.normal, solid.sweepDirection) != -1) return;
-    const Stop stop = MakeStop(solid, mover.index, box);
-    if (!stop.passes) return;
+    const Stop stop = FacingStop(solid, mover.index, box);
+    // Few triangles have walls.
+    if (!(stop.hasWall[0] || stop.hasWall[1] || stop.hasWall[2]) || !Passes(stop)) return;
     for (int piece = 0; piece < 9; ++piece)
         if (TakeWallEdge(stop, piece, pieces.edge[pieces.count])) {
             ++pieces.count;
