@@ -213,8 +213,8 @@ struct Divider {
 
     int MakeQuad(const BoxRange& range, int depth) const
     {
+        tree.quad.Reach(tree.quadCount + 1);
         const int q = tree.quadCount++;
-        tree.quad.Reach(tree.quadCount);
         BoxQuad& quad = tree.quad[q];
         const BoxRange left = Left(range, depth);
         AddLane(quad, left, depth + 1, true);

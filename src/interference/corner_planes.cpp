@@ -38,12 +38,13 @@ FewCorners GatherCorners(std::span<const Mover> movers)
     constexpr std::size_t kMost = static_cast<std::size_t>(kLanes) * FewCorners::kMostGroups;
     std::array<Point3, kMost> found;
     std::size_t count = 0;
+    if (std::ranges::any_of(movers, &Mover::hasForeign)) return {};
     for (const Mover& mover : movers)
         for (const auto& corner : mover.corner) {
             const Point3 point{corner[0], corner[1], corner[2]};
             const auto end = found.begin() + static_cast<std::ptrdiff_t>(count);
             if (std::find(found.begin(), end, point) != end) continue;
-            if (mover.hasForeign || count == kMost) return {};
+            if (count == kMost) return {};
             found[count++] = point;
         }
     FewCorners corners{};

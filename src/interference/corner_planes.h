@@ -9,7 +9,8 @@
 #include "interference/motion.h"
 #include "interference/query_trees.h"
 
-/// Gathers the corners of a few movers, each once. @return none when there are too many
+/// Gathers the corners of a few movers, each once. @return none when there are too many, or when an
+/// edge of theirs runs elsewhere
 FewCorners GatherCorners(std::span<const Mover> movers);
 
 /// The same for a leaf, with those that movers share once for each.

@@ -3,9 +3,10 @@
 
 #include "interference/oriented_box.h"
 
-/// Where every point lies by which an edge can hit a triangle: the crossing point, or, for an edge
-/// in the triangle's plane, a point near one of its sides; but for the room that parallel segments
-/// have, see motion.cpp. All of it lies in a box, and within `pad` of the hull of the corners.
+/// Where every point lies by which an edge can hit a triangle, up to the rounding of coordinates:
+/// the crossing point, or, for an edge in the triangle's plane, a point near one of its sides; but
+/// for the room that parallel segments have, see motion.cpp. All of it lies in a box, and within
+/// `pad` of the hull of the corners.
 struct HitRegion {
     float box[6]; ///< rounded outwards
     float corner[3][3];

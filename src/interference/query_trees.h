@@ -1,7 +1,7 @@
 // What a solid keeps for fast queries: bounds of all that moves, one tree over its triangles as
 // targets, one over them as movers. Each is made on first need, and the trees only down to crowds
-// of triangles, which are divided when a query goes into one. All are gone with the octree or the
-// lists.
+// of triangles, which are divided when a query goes into one. All are gone when the octree, a list
+// or a record changes.
 #ifndef SCAPI_INTERFERENCE_QUERY_TREES_H
 #define SCAPI_INTERFERENCE_QUERY_TREES_H
 
@@ -73,7 +73,7 @@ struct TargetPlane {
 /// The corners of a node of few movers, four by four; the lanes left over are as the first.
 struct FewCorners {
     static constexpr int kMostGroups = 4;
-    std::int32_t groups; ///< 0 where there are more, or where edges run elsewhere
+    std::int32_t groups; ///< 0 where there are more, or where an edge runs elsewhere
     Lanes at[kMostGroups][3];
 };
 
@@ -176,6 +176,8 @@ void ChooseBox(MergedNode& node, std::span<const Point3> points, double pad);
 
 /// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
 constexpr int kMostFitted = 4096;
+
+static_assert(kCrowd <= kMostFitted && kFew <= kCrowd);
 
 inline bool IsFitted(const BoxRange& items) { return items.Count() <= kMostFitted; }
 

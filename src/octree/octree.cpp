@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "interference/query_trees.h"
 #include "octree/sizing.h"
 #include "solid/bbox.h"
 #include "solid/memory.h"
@@ -31,6 +32,7 @@ OCTREEC& OCTREEC::operator=(const OCTREEC& other) = default;
 
 void OCTREEC::OC_AddTriangle(T_LIST* triangle)
 {
+    if (owner) ReleaseQueryTrees(*owner);
     currentDepth = 0;
     OC_AddTriangleToNode(root, triangle);
 }

@@ -1,4 +1,5 @@
 // Edge flips between the passes of refinement.
+#include "interference/query_trees.h"
 #include "scapi/solid.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
@@ -69,6 +70,7 @@ void Flip(SOLIDC& solid, int e)
 
 void SOLIDC::Simplify2Triangles(void)
 {
+    ReleaseQueryTrees(*this);
     for (int e = 0; e < edgeCount; ++e)
         if (ShouldFlip(*this, edges[e])) Flip(*this, e);
 }

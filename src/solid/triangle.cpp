@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "interference/query_trees.h"
 #include "solid/bbox.h"
 #include "solid/vector.h"
 
@@ -52,6 +53,7 @@ int SOLIDC::CalcTriangleBbox(float (*const corners)[3], float* const box)
 
 int SOLIDC::AddTriangle(float* const a, float* const b, float* const c)
 {
+    ReleaseQueryTrees(*this);
     AppendTriangle(*this, a, b, c);
     return 0;
 }

@@ -1,6 +1,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "interference/query_trees.h"
 #include "scapi/solid.h"
 #include "solid/matrix.h"
 #include "sweep/define.h"
@@ -29,6 +30,7 @@ void SOLIDC::SC_Rotate(float (*const matrix)[4])
     // A sweep counts with the normals that it was defined on.
     SettleSweep(*this);
     isRotated = 1;
+    ReleaseQueryTrees(*this);
     // A corner that cannot be mapped takes the place that the same corner of an earlier triangle
     // got, and stays where it is when there is none.
     float mapped[3][3] = {};

@@ -108,6 +108,51 @@ TEST(FastDetect, LargeNodesBesideSmallOnesAreNotTakenForBare)
     EXPECT_GT(hits, 5);
 }
 
+Mesh Joined(Mesh first, const Mesh& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+TEST(FastDetect, EdgesThatRunElsewhereEndAtNoCornerOfTheirTriangle)
+{
+    // A plate high over whose top the solid hangs, all but one corner, in which an edge is made to
+    // end that belongs elsewhere. Two boxes far off make the cells large.
+    const float touch = 0.9e-4f, clear = 2.2e-4f;
+    const auto a = LoadedSolid(
+        Joined(BoxMesh({2.6f, -1, -0.5f}, {3.4f, 1, 0}),
+               Joined(BoxMesh({-9, -9, -9}, {-8, -8, -8}), BoxMesh({8, 8, 8}, {9, 9, 9}))));
+    const Mesh mesh =
+        Joined(BoxMesh({0, 0, clear}, {1, 1, 1}), BoxMesh({2, 0, touch}, {2.1f, 0.1f, 0.1f}));
+    const int edges = LoadedSolid(mesh)->edgeCount;
+    int hits = 0;
+    for (int end = 0; end < 2 * edges; ++end) {
+        const auto b = LoadedSolid(mesh);
+        int corner = 0;
+        while (b->vertices[corner].position[0] != 2 || b->vertices[corner].position[1] != 0 ||
+               b->vertices[corner].position[2] != touch)
+            ++corner;
+        EdgeRec& edge = b->edges[end / 2];
+        if (b->vertices[edge.vertex[1 - end % 2]].position[2] != clear) continue;
+        edge.vertex[end % 2] = corner;
+        hits += AgreedAnswer(*a, *b, Translation(0, 0, 0));
+    }
+    EXPECT_GT(hits, 20);
+}
+
+TEST(FastDetect, TreesAreNotGrownFromRecordsThatChanged)
+{
+    // Inversion leaves numbers in `vertex` that name no vertex.
+    const auto a = LoadedSolid(BoxMesh({-1, -1, -1}, {1, 1, 1})),
+               apart = LoadedSolid(SphereMesh(12, 1)), near = LoadedSolid(SphereMesh(12, 1));
+    EXPECT_EQ(AgreedAnswer(*a, *apart, Translation(9, 9, 9)), 0);
+    EXPECT_EQ(AgreedAnswer(*a, *near, Translation(0.6f, 0.2f, 0.1f)), 1);
+    for (SOLIDC* b : {apart.get(), near.get()}) {
+        SolidInternals::Invert(*b);
+        EXPECT_EQ(AgreedAnswer(*a, *b, Translation(0.7f, 0.2f, 0.1f)), 1);
+    }
+}
+
 TEST(FastDetect, LateSweepPaysWhatAPromptOneGives)
 {
     Matrix poses[] = {Translation(1, 2, 3), Translation(9, 2, 3), Translation(0, 0, 0)};
