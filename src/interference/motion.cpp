@@ -227,18 +227,19 @@ LaneMask MayEndInPlane(const Motion& motion, const PlacedBoxes& movers, const Ta
     return mayEnd(middle - way) | mayEnd(middle + way);
 }
 
-/// How much boxes share, axis by axis: where that is most a hit is likeliest. At rest it is the
-/// part of their sizes by which they lie in each other, up to a good part. In motion they are long,
-/// and the least depth tells more.
+/// How much boxes share, axis by axis: where that is most a hit is likeliest. At rest it is how
+/// deep they lie in each other, times what part of their sizes that is, up to a good part. In
+/// motion they are long, and the least depth tells more.
 struct Overlap {
     const bool moving;
     Lanes shared = Splat(moving ? HUGE_VALF : 1);
 
     void Add(Lanes gap, Lanes reach)
     {
-        constexpr float kDeep = 0.7f;
-        const Lanes none{}, part = Larger(-gap / reach, none);
-        shared = moving ? Smaller(shared, -gap) : shared * Smaller(part, Splat(kDeep));
+        constexpr float kGoodPart = 0.7f;
+        const Lanes depth = Larger(-gap, Lanes{});
+        shared = moving ? Smaller(shared, depth)
+                        : shared * depth * Smaller(depth / reach, Splat(kGoodPart));
     }
 };
 
