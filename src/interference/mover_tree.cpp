@@ -5,7 +5,7 @@
 #include <span>
 
 #include "interference/corner_planes.h"
-#include "interference/query_trees.h"
+#include "interference/tree_builder.h"
 #include "solid/bbox.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "interference/tree_builder.h"
 #include "solid/bbox.h"
 #include "solid/triangle.h"
-#include "solid/vector.h"
 
 namespace
 {
@@ -74,27 +74,6 @@ const QueryTrees* MoverBounds(SOLIDC& solid)
     return trees.canMove ? &trees : nullptr;
 }
 
-MergedNode EmptyNode()
-{
-    MergedNode node{};
-    ClearBbox(node.bounds);
-    ClearNormals(node.normals);
-    return node;
-}
-
-void Merge(MergedNode& node, const MergedNode& below)
-{
-    MergeBbox(node.bounds, below.bounds);
-    AddNormals(node.normals, below.normals.low, below.normals.high);
-}
-
-void ChooseBox(MergedNode& node, std::span<const Point3> points, double pad)
-{
-    const OrientedBox aligned = AlignedBox(node.normals, node.bounds),
-                      fitted = FitBox(node.normals, points, pad);
-    node.box = fitted.halfArea < aligned.halfArea ? fitted : aligned;
-}
-
 void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box)
 {
     for (int i = 0; i < 3; ++i) {
@@ -103,19 +82,4 @@ void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box)
         boxes.half[i][lane] = box.half[i];
     }
     boxes.halfArea[lane] = box.halfArea;
-}
-
-SideLength LengthOf(const float* a, const float* b)
-{
-    const double length = distance(a, b);
-    return {float(length * 0.999999), float(length * 1.000001)};
-}
-
-BoxItem MakeItem(const float (*corner)[3], const float* normal, int item)
-{
-    BoxItem made;
-    std::copy_n(corner[0], 9, made.corner[0]);
-    std::copy_n(normal, 3, made.normal);
-    made.item = item;
-    return made;
 }

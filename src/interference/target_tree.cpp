@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "interference/hit_region.h"
-#include "interference/query_trees.h"
 #include "interference/tests.h"
+#include "interference/tree_builder.h"
 #include "solid/bbox.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
