@@ -39,8 +39,8 @@ EdgeSight See(const LaneEdges& edge, const TargetBoxes& targets)
     const Lanes climb = 2 * sight.reach[0] - turned - edge.room, most = 2 * (kContact + edge.room);
     sight.partBeyond = climb > most + most ? most / climb : Splat(1);
     sight.turned = sight.partBeyond * Smaller(edge.length * targets.turnAtAll, turned);
-    Lanes side = edge.across;
-    for (int k = 0; k < 3; ++k) side += Abs(sight.cosine[k]) * targets.side[k];
+    const Lanes part[3] = {Abs(sight.cosine[0]), Abs(sight.cosine[1]), Abs(sight.cosine[2])};
+    const Lanes side = LongestParallel(targets, part, edge.across);
     const Lanes beside = Smaller(4 * edge.across, 0.5f * Smaller(side, targets.longest));
     // Parallel segments are only looked for in the plane, which a steep edge is not in.
     sight.overSide = climb > most + most ? Lanes{}

@@ -99,9 +99,12 @@ void PlaceLengths(const Motion& motion, const MoverBoxes& boxes, PlacedBoxes& pl
     placed.across = shortest > none ? kAcross / shortest : Splat(HUGE_VALF);
     const Lanes shrunk = shortest > none ? 1 / motion.leastScale : Splat(HUGE_VALF);
     for (int i = 0; i < 3; ++i) placed.slant[i] = boxes.slant[i] * shrunk;
-    placed.besideEdges =
-        Smaller(0.5f * (placed.longest + motion.extraLength),
-                shortest > kMostSphere ? kSphereProduct / shortest : Splat(kSphereReach));
+    const auto reach = [&](Lanes least, Lanes most) {
+        return Smaller(0.5f * most,
+                       least > kMostSphere ? kSphereProduct / least : Splat(kSphereReach));
+    };
+    placed.besideEdges = Larger(reach(shortest, motion.scale * boxes.longestSlant + motion.room),
+                                reach(along, placed.longest + motion.extraLength));
 }
 
 /// Which nodes can hold what a pass is about, by how their normals and those of their neighbours
@@ -139,12 +142,13 @@ LaneMask MeetBox(const Motion& motion, const PlacedBoxes& placed, const float* b
 Lanes OverSide(const Motion& motion, const PlacedBoxes& movers, const TargetBoxes& targets,
                const Lanes (*cosine)[3])
 {
-    Lanes side = movers.across; // of those that are parallel to some edge
+    Lanes slant[3];
     for (int k = 0; k < 3; ++k) {
-        Lanes slant{};
-        for (int i = 0; i < 3; ++i) slant += Abs(cosine[k][i]) * movers.slant[i];
-        side += Smaller(slant, Splat(1)) * targets.side[k];
+        slant[k] = Lanes{};
+        for (int i = 0; i < 3; ++i) slant[k] += Abs(cosine[k][i]) * movers.slant[i];
+        slant[k] = Smaller(slant[k], Splat(1));
     }
+    const Lanes side = LongestParallel(targets, slant, movers.across);
     const Lanes beside = Smaller(Smaller(4 * movers.across, 0.5f * targets.longest),
                                  Larger(movers.besideAlong, 0.5f * side));
     return Larger(Larger(beside, movers.besideEdges),

@@ -122,7 +122,7 @@ void SetBare(const Occupied& occupied, double longest, MoverBoxes& boxes, int la
 struct Measures {
     const OrientedBox& box;
     Occupied occupied{box.half[0]};
-    double extent[3] = {}, slant[3] = {}, shortestAlong = kEmptyExtreme;
+    double extent[3] = {}, slant[3] = {}, shortestAlong = kEmptyExtreme, longestSlant = 0;
 
     void AddPoints(std::span<const float[3]> points)
     {
@@ -150,6 +150,7 @@ struct Measures {
                 shortestAlong = std::min(shortestAlong, 1 / perLength);
                 continue;
             }
+            longestSlant = std::max(longestSlant, 1 / perLength);
             for (int axis = 0; axis < 3; ++axis)
                 slant[axis] =
                     std::max(slant[axis], std::fabs(dot(box.axis[axis], side)) * perLength);
@@ -249,7 +250,9 @@ void MoverBuilder::SetMeasures(const BoxRange& items, const MoverNode& node, Mov
         boxes.edge[axis][lane] = RoundUp(measures.extent[axis] + 1e-6 * node.longest);
         if (slanted) boxes.slant[axis][lane] = RoundUp(measures.slant[axis] + 2e-6);
     }
-    if (slanted) boxes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
+    if (!slanted) return;
+    boxes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
+    boxes.longestSlant[lane] = RoundUp(measures.longestSlant * 1.00001);
 }
 
 void MoverBuilder::SetCorners(const BoxRange& items, int quad, int lane) const
@@ -271,7 +274,7 @@ void MoverBuilder::Finish(const BoxRange& items, MoverNode& node, int quad, int 
     trees.moverBoxes.Reach(quad + 1);
     MoverBoxes& boxes = trees.moverBoxes[quad];
     SetLane(boxes.box, lane, box);
-    boxes.longest[lane] = node.longest;
+    boxes.longest[lane] = boxes.longestSlant[lane] = node.longest;
     boxes.shortest[lane] = boxes.shortestAlong[lane] = node.shortest;
     boxes.bare[0][lane] = boxes.bare[1][lane] = 0;
     for (int i = 0; i < 3; ++i) {

@@ -49,9 +49,12 @@ struct TargetBuilder {
     std::span<const Point3> PointsOf(const BoxRange& items, double& pad);
     void Finish(const BoxRange& items, const TargetNode& node, int quad, int lane) const;
 
-    void SetTurn(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes, int lane) const;
-    void SetSides(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes,
-                  int lane) const;
+    template <class Visit>
+    void VisitSides(const BoxRange& items, Visit visit) const;
+    void SetSides(const BoxRange& items, const TargetNode& node, OrientedBox& box,
+                  TargetBoxes& boxes, int lane) const;
+    void SetTurn(const BoxRange& items, const TargetNode& node, const OrientedBox& box,
+                 TargetBoxes& boxes, int lane) const;
 };
 
 void TargetBuilder::Prepare(const BoxRange& items)
@@ -114,16 +117,16 @@ double TurnAlong(const NormalBounds& normals, const float* first, const float* a
     return std::max(-low, high);
 }
 
-void TargetBuilder::SetTurn(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes,
-                            int lane) const
+void TargetBuilder::SetTurn(const BoxRange& items, const TargetNode& node, const OrientedBox& box,
+                            TargetBoxes& boxes, int lane) const
 {
     const auto widened = [&](double turn) {
         return node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
     };
-    const float* normal = node.merged.box.axis[0];
+    const float* normal = box.axis[0];
     boxes.turnAtAll[lane] = widened(FarthestNormal(node.merged.normals, normal));
     for (int k = 0; k < 3; ++k) {
-        const float* axis = node.merged.box.axis[k];
+        const float* axis = box.axis[k];
         double turn = 0;
         if (!IsFitted(items) || node.holdsCells)
             turn = TurnAlong(node.merged.normals, normal, axis);
@@ -134,35 +137,64 @@ void TargetBuilder::SetTurn(const BoxRange& items, const TargetNode& node, Targe
     }
 }
 
+template <class Visit>
+void TargetBuilder::VisitSides(const BoxRange& items, Visit visit) const
+{
+    for (int i = items.first; i < items.last; ++i)
+        for (int c = 0; c < 3; ++c) {
+            float side[3];
+            Subtract(CornersAt(i)[c], CornersAt(i)[(c + 1) % 3], side);
+            visit(side);
+        }
+}
+
+/// Measures sides along the axes of a box, and puts that axis second along which they are longest.
 /// Exactly for nodes of not too many.
-void TargetBuilder::SetSides(const BoxRange& items, const TargetNode& node, TargetBoxes& boxes,
-                             int lane) const
+void TargetBuilder::SetSides(const BoxRange& items, const TargetNode& node, OrientedBox& box,
+                             TargetBoxes& boxes, int lane) const
 {
     constexpr int kMost = 256;
-    const bool many = items.Count() > kMost || node.holdsCells;
-    for (int k = 0; k < 3; ++k) {
-        const float* axis = node.merged.box.axis[k];
-        double most = many ? node.longest : 0;
-        for (int i = items.first; !many && i < items.last; ++i) {
-            const auto* corner = CornersAt(i);
-            const double a = dot(axis, corner[0]), b = dot(axis, corner[1]),
-                         c = dot(axis, corner[2]);
-            most = std::max({most, std::fabs(a - b), std::fabs(b - c), std::fabs(c - a)});
+    constexpr double kAlong = 0.1;
+    // The axes are not at right angles to the last bit.
+    const double slack = 1e-6 * node.longest;
+    double most[3] = {}, alongLeast = kEmptyExtreme, acrossLongest = 0;
+    if (items.Count() > kMost || node.holdsCells) {
+        std::fill_n(most, 3, node.longest);
+        alongLeast = 0;
+    } else {
+        VisitSides(items, [&](const float* side) {
+            for (int k = 0; k < 3; ++k)
+                most[k] = std::max(most[k], std::fabs(dot(box.axis[k], side)));
+        });
+        if (most[2] > most[1]) {
+            std::swap(most[1], most[2]);
+            std::swap(box.axis[1], box.axis[2]);
+            std::swap(box.half[1], box.half[2]);
         }
-        // The axes are not at right angles to the last bit.
-        boxes.side[k][lane] = RoundUp(most + 1e-6 * node.longest);
+        VisitSides(items, [&](const float* side) {
+            const double along = std::fabs(dot(box.axis[1], side)),
+                         length = std::sqrt(dot(side, side));
+            if (along > kAlong * length)
+                alongLeast = std::min(alongLeast, along);
+            else
+                acrossLongest = std::max(acrossLongest, length);
+        });
     }
+    for (int k = 0; k < 3; ++k) boxes.side[k][lane] = RoundUp(most[k] + slack);
+    boxes.alongLeast[lane] = RoundDown(std::max(0.0, alongLeast * 0.99999 - slack));
+    boxes.acrossLongest[lane] = RoundUp(acrossLongest * 1.00001);
 }
 
 void TargetBuilder::Finish(const BoxRange& items, const TargetNode& node, int quad, int lane) const
 {
     trees.targetBoxes.Reach(quad + 1);
     TargetBoxes& boxes = trees.targetBoxes[quad];
-    SetLane(boxes.box, lane, node.merged.box);
     boxes.longest[lane] = node.longest;
     boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
-    SetTurn(items, node, boxes, lane);
-    SetSides(items, node, boxes, lane);
+    OrientedBox box = node.merged.box;
+    SetSides(items, node, box, boxes, lane);
+    SetTurn(items, node, box, boxes, lane);
+    SetLane(boxes.box, lane, box);
     if (lane == 0)
         boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
     if (!trees.targetTree.quad[quad].IsLeaf(lane)) return;
