@@ -82,5 +82,5 @@ bool MayTouchPlanes(const Motion& motion, const FewCorners& corners,
     LaneMask touch{};
     for (const TargetPlane& plane : planes)
         for (std::size_t i = 0; i < count; ++i) touch |= TouchPlane(placed[i], plane, room);
-    return (touch[0] | touch[1] | touch[2] | touch[3]) != 0;
+    return !AllOf(~touch);
 }

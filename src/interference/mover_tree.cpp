@@ -44,19 +44,25 @@ void VisitShapes(const SOLIDC& solid, const Mover& mover, Visit visit)
     }
 }
 
+/// Where the vertices of a triangle are, which need not be where its corners are.
+void ReadCorners(const SOLIDC& solid, int triangle, float (*corner)[3])
+{
+    for (int slot = 0; slot < 3; ++slot)
+        std::copy_n(solid.vertices[solid.triangles[triangle].vertex[slot]].position, 3,
+                    corner[slot]);
+}
+
 Mover MakeMover(const SOLIDC& solid, int index)
 {
     const T_LIST& triangle = solid.triangles[index];
     Mover mover{};
     mover.index = index;
     std::copy_n(triangle.normal, 3, mover.normal);
+    ReadCorners(solid, index, mover.corner);
     for (int slot = 0; slot < 3; ++slot) {
-        std::copy_n(solid.vertices[triangle.vertex[slot]].position, 3, mover.corner[slot]);
         Mover::Side& side = mover.side[slot] = SideOf(solid, index, slot);
         if (side == Mover::kForeign) mover.hasForeign = true;
         if (side != Mover::kNotOwn && !OwnsEdge(solid, index, slot)) side = Mover::kNotOwn;
-    }
-    for (int slot = 0; slot < 3; ++slot) {
         const double length = distance(mover.corner[slot], mover.corner[PreviousSlot(slot)]);
         mover.perLength[slot] = length > 0 ? RoundUp(1 / length) : 0;
     }
@@ -298,11 +304,9 @@ void MoverBuilder::Finish(const BoxRange& items, MoverNode& node, int quad, int 
 
 BoxItem ItemOf(const SOLIDC& solid, int triangle, int number)
 {
-    const T_LIST& from = solid.triangles[triangle];
     float corner[3][3];
-    for (int slot = 0; slot < 3; ++slot)
-        std::copy_n(solid.vertices[from.vertex[slot]].position, 3, corner[slot]);
-    return MakeItem(corner, from.normal, number);
+    ReadCorners(solid, triangle, corner);
+    return MakeItem(corner, solid.triangles[triangle].normal, number);
 }
 
 void BuildMovers(const SOLIDC& solid, QueryTrees& trees)

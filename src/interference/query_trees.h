@@ -44,9 +44,10 @@ struct LaneBoxes {
 struct TargetBoxes {
     LaneBoxes box;
     Lanes longest; ///< side
-    Lanes side[3]; ///< the greatest extent of one along each axis; along the second more than the
-                   ///< third
-    Lanes alongLeast; ///< the least extent along the second axis, of the sides that run along it,
+    /// The greatest extent of one along each axis; along the second it is more than along the
+    /// third.
+    Lanes side[3];
+    Lanes alongLeast;    ///< the least extent along the second axis of sides that run along it,
     Lanes acrossLongest; ///< and the longest of the others
     /// The most by which the normal of a target differs from the first axis, along each axis and at
     /// all. So a point that goes a way in the plane of a target goes these parts of it, of what it
@@ -73,21 +74,6 @@ struct MoverBoxes {
 struct TargetPlane {
     float normal[3], d;
 };
-
-/// The longest side of targets that can be parallel to some edges.
-/// @param part    of its length that an edge goes along each axis of the targets' boxes, at the
-/// most
-/// @param across  by which a parallel side goes across an edge, at the most
-inline Lanes LongestParallel(const TargetBoxes& targets, const Lanes* part, Lanes across)
-{
-    constexpr float kRounding = 1e-4f;
-    Lanes side = across;
-    for (int k = 0; k < 3; ++k) side += part[k] * targets.side[k];
-    // What a side along the second axis goes across an edge.
-    const Lanes least =
-        (1 - part[1]) * targets.alongLeast - part[1] * (targets.side[0] + targets.side[2]);
-    return least > (1 + kRounding) * across ? Smaller(side, targets.acrossLongest) : side;
-}
 
 /// The corners of a node of few movers, four by four; the lanes left over are as the first.
 struct FewCorners {

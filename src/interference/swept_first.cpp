@@ -32,9 +32,12 @@ struct Search {
     {
         ClearBbox(box);
         const int below = quad.below[lane];
-        for (int child = 0; below > 0 && child < trees.moverTree.quad[below].count; ++child)
-            MergeBbox(box, BoundsOf(below, child));
-        for (int i = quad.items[lane].first; below <= 0 && i < quad.items[lane].last; ++i) {
+        if (below > 0) {
+            for (int child = 0; child < trees.moverTree.quad[below].count; ++child)
+                MergeBbox(box, BoundsOf(below, child));
+            return;
+        }
+        for (int i = quad.items[lane].first; i < quad.items[lane].last; ++i) {
             const float* swept = solid.triangles[TriangleAt(i)].sweepBbox;
             // One that is not a number meets nothing, and must not hide the others.
             if (std::none_of(swept, swept + 6, [](float x) { return std::isnan(x); }))

@@ -2,10 +2,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "interference/query_trees.h"
 #include "scapi/solid.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
+#include "sweep/define.h"
 
 namespace
 {
@@ -115,7 +115,7 @@ int SOLIDC::BreakEdge(int edgeIndex, int pieces)
     if (!InRange(edgeIndex, edgeCount) || !HasRoom(*this)) return 0;
     const Surroundings s = ReadSurroundings(*this, edgeIndex);
     if (!InRange(s.X, vertexCount) || !InRange(s.Y, vertexCount)) return 0;
-    ReleaseQueryTrees(*this);
+    BeforeRecordsChange(*this);
     PlaceVertex(*this, s, pieces, GridPoint(*this, s, pieces));
     SplitTriangles(*this, s, edgeIndex);
     return pieces;

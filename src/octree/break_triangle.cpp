@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "interference/query_trees.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
+#include "sweep/define.h"
 
 namespace
 {
@@ -101,7 +101,7 @@ int SOLIDC::BreakTriangle(int triangleIndex, int axis, int pieces)
 {
     if (!InRange(triangleIndex, triangleCount) || !InRange(axis, 3) || pieces < 2) return 0;
     if (triangleCount + 2 * std::int64_t{pieces} - 1 > triangleCapacity) return 0;
-    ReleaseQueryTrees(*this);
+    BeforeRecordsChange(*this);
     T_LIST& broken = triangles[triangleIndex];
     const Heights corners = SortByHeight(broken.corners, axis);
     const int firstNew = triangleCount;

@@ -1,8 +1,8 @@
 // Edge flips between the passes of refinement.
-#include "interference/query_trees.h"
 #include "scapi/solid.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
+#include "sweep/define.h"
 
 namespace
 {
@@ -70,7 +70,7 @@ void Flip(SOLIDC& solid, int e)
 
 void SOLIDC::Simplify2Triangles(void)
 {
-    ReleaseQueryTrees(*this);
+    BeforeRecordsChange(*this);
     for (int e = 0; e < edgeCount; ++e)
         if (ShouldFlip(*this, edges[e])) Flip(*this, e);
 }

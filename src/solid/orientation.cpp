@@ -3,10 +3,10 @@
 
 #include <cstring>
 
-#include "interference/query_trees.h"
 #include "solid/memory.h"
 #include "solid/triangle.h"
 #include "solid/vector.h"
+#include "sweep/define.h"
 
 namespace
 {
@@ -66,7 +66,7 @@ int SOLIDC::InvertTreeTriangle(int)
 int SOLIDC::InvertSubTreeTriangle(int triangle)
 {
     if (!InRange(triangle, triangleCount) || triangles[triangle].mark) return 0;
-    ReleaseQueryTrees(*this);
+    BeforeRecordsChange(*this);
     // A list of what is still to visit, since a mesh can be deeper than any stack. Each triangle
     // enters it once, and the order of visits does not show in the result.
     auto pending = MakeScratch<int>(static_cast<std::size_t>(triangleCount));

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "interference/query_trees.h"
 #include "solid/bbox.h"
 #include "solid/vector.h"
+#include "sweep/define.h"
 
 int CalcTriangleNormal(const float* corners, float* normal)
 {
@@ -53,7 +53,7 @@ int SOLIDC::CalcTriangleBbox(float (*const corners)[3], float* const box)
 
 int SOLIDC::AddTriangle(float* const a, float* const b, float* const c)
 {
-    ReleaseQueryTrees(*this);
+    BeforeRecordsChange(*this);
     AppendTriangle(*this, a, b, c);
     return 0;
 }

@@ -106,6 +106,12 @@ void SettleSweep(SOLIDC& solid)
     solid.SC_CalcSweepTrianglesBbox();
 }
 
+void BeforeRecordsChange(SOLIDC& solid)
+{
+    SettleSweep(solid);
+    ReleaseQueryTrees(solid);
+}
+
 int SOLIDC::SC_GTsweep(float (*const start)[4], float (*const end)[4])
 {
     SettleSweep(*this);

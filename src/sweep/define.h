@@ -10,4 +10,8 @@ void DefineSweepLate(SOLIDC& solid, float (*start)[4], float (*end)[4]);
 /// Pays what a late sweep owes, if it owes anything.
 void SettleSweep(SOLIDC& solid);
 
+/// To be called before records change, by whatever changes them once a solid is loaded: a sweep
+/// counts with those that it was defined on, and the trees of queries are made from them.
+void BeforeRecordsChange(SOLIDC& solid);
+
 #endif

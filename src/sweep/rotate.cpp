@@ -1,7 +1,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "interference/query_trees.h"
 #include "scapi/solid.h"
 #include "solid/matrix.h"
 #include "sweep/define.h"
@@ -27,10 +26,8 @@ bool MapCorner(const float (*matrix)[4], const float* corner, float* out)
 
 void SOLIDC::SC_Rotate(float (*const matrix)[4])
 {
-    // A sweep counts with the normals that it was defined on.
-    SettleSweep(*this);
+    BeforeRecordsChange(*this);
     isRotated = 1;
-    ReleaseQueryTrees(*this);
     // A corner that cannot be mapped takes the place that the same corner of an earlier triangle
     // got, and stays where it is when there is none.
     float mapped[3][3] = {};

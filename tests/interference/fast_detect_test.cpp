@@ -176,6 +176,12 @@ TEST(FastDetect, LateSweepPaysWhatAPromptOneGives)
     const auto wall = LoadedSolid(BoxMesh({4, 0, 0}, {5, 9, 9}));
     EXPECT_EQ(DetectFast(*wall, *late), SolidInternals::WalkPlainly(*wall, *prompt));
     EXPECT_EQ(DetectFast(*prompt, *wall), SolidInternals::WalkPlainly(*prompt, *wall));
+    // Nor does an inversion.
+    DefineSweepLate(*late, Rows(poses[0]), Rows(poses[1]));
+    prompt->SC_GTsweep(Rows(poses[0]), Rows(poses[1]));
+    for (SOLIDC* solid : {late.get(), prompt.get()}) SolidInternals::Invert(*solid);
+    SettleSweep(*late);
+    EXPECT_EQ(Digest(*late), Digest(*prompt));
 }
 
 } // namespace
