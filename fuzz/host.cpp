@@ -8,7 +8,7 @@
 #include <fstream>
 
 #include "api/table.h"
-#include "solid/triangle.h"
+#include "mesh/triangle.h"
 
 namespace
 {

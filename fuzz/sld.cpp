@@ -4,7 +4,7 @@
 #include "files/file_info.h"
 #include "files/sld_layout.h"
 #include "host.h"
-#include "solid/finish.h"
+#include "mesh/finish.h"
 #include "support/meshes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

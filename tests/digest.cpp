@@ -8,7 +8,8 @@
 #include <iterator>
 #include <random>
 
-#include "interference/fast_detect.h"
+#include "query/deferred_sweep.h"
+#include "query/fast_detect.h"
 #include "support/scenes.h"
 #include "sweep/define.h"
 
@@ -49,10 +50,10 @@ int main(int count, char** arguments)
     std::mt19937 random(1);
     for (int i = 0; i < 60; ++i) {
         Scene scene = RandomScene([&] { return random(); });
-        DefineSweepLate(*scene.b, Rows(scene.start), Rows(scene.end));
+        DefineSweepDeferred(*scene.b, Rows(scene.start), Rows(scene.end));
         const int answer = DetectFast(*scene.a, *scene.b);
         Add(&answer, sizeof answer);
-        SettleSweep(*scene.b);
+        CompleteSweep(*scene.b);
         AddSolid(*scene.a);
         AddSolid(*scene.b);
     }

@@ -44,10 +44,10 @@ public:
     StlStream* stlStream;     ///< owned
     OCTREEC* octree;          ///< owned; null while none exists
     std::int32_t octreeDepth;
-    float octreeCellSize[3]; ///< half a leaf cell: the limit of refinement, the tree's margin
-    QueryTrees* queryTrees;  ///< owned; hierarchies of the fast query, null until one is asked
-    std::int32_t sweepOwed;  ///< 1 while SCAPI_DefSweep owes what SC_GTsweep writes per record
-    std::int32_t isRotated;  ///< 1 once SC_Rotate has moved corners away from the vertices
+    float octreeCellSize[3];   ///< half a leaf cell: the limit of refinement, the tree's margin
+    QueryTrees* queryTrees;    ///< owned; hierarchies of the fast query, null until one is asked
+    std::int32_t sweepPending; ///< 1 while what SC_GTsweep writes per record is still to be written
+    std::int32_t isRotated;    ///< 1 once SC_Rotate has moved corners away from the vertices
 
     SOLIDC();
     ~SOLIDC();
@@ -203,7 +203,7 @@ public:
 
 private:
     friend struct SolidInternals; ///< lets the tests reach what follows
-    friend void SettleSweep(SOLIDC& solid);
+    friend void CompleteSweep(SOLIDC& solid);
 
     void Release_Lists(void);
     void Check_Solid(int);

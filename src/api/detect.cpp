@@ -1,10 +1,10 @@
 // The calls that move solids and ask whether they meet.
 #include "api/table.h"
-#include "interference/fast_detect.h"
-#include "interference/transformed_boxes.h"
-#include "solid/bbox.h"
-#include "solid/matrix.h"
-#include "sweep/define.h"
+#include "geometry/bbox.h"
+#include "geometry/matrix.h"
+#include "geometry/transformed_boxes.h"
+#include "query/deferred_sweep.h"
+#include "query/fast_detect.h"
 
 namespace
 {
@@ -30,7 +30,7 @@ int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4])
     if (!IsSolidId(solidId)) return SCAPI_BAD_SOLID_ID;
     SOLIDC* solid = SolidIn(solidId);
     if (!solid) return SCAPI_EMPTY_SLOT;
-    DefineSweepLate(*solid, start, end);
+    DefineSweepDeferred(*solid, start, end);
     return 0;
 }
 

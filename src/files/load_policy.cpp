@@ -5,9 +5,9 @@
 #include "files/file_info.h"
 #include "files/stl_stream.h"
 #include "files/swap_marker.h"
+#include "mesh/finish.h"
 #include "platform/files.h"
 #include "scapi/scapi.h"
-#include "solid/finish.h"
 
 namespace
 {

@@ -7,12 +7,12 @@
 #include "files/default_cube.h"
 #include "files/file_info.h"
 #include "files/stl_stream.h"
+#include "geometry/bbox.h"
+#include "mesh/finish.h"
+#include "mesh/memory.h"
+#include "mesh/triangle.h"
 #include "scapi/scapi.h"
 #include "scapi/solid.h"
-#include "solid/bbox.h"
-#include "solid/finish.h"
-#include "solid/memory.h"
-#include "solid/triangle.h"
 
 namespace
 {

@@ -3,12 +3,12 @@
 #include <type_traits>
 
 #include "files/sld_layout.h"
+#include "mesh/finish.h"
+#include "mesh/memory.h"
+#include "mesh/triangle.h"
 #include "octree/sizing.h"
 #include "platform/files.h"
 #include "scapi/scapi.h"
-#include "solid/finish.h"
-#include "solid/memory.h"
-#include "solid/triangle.h"
 
 namespace
 {

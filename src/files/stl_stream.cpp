@@ -6,8 +6,8 @@
 
 #include "files/stl_text.h"
 #include "files/swap_marker.h"
+#include "mesh/memory.h"
 #include "platform/files.h"
-#include "solid/memory.h"
 
 namespace
 {

@@ -7,11 +7,11 @@
 #include "files/file_info.h"
 #include "files/stl_stream.h"
 #include "files/swap_marker.h"
+#include "mesh/memory.h"
+#include "mesh/triangle.h"
 #include "platform/files.h"
 #include "scapi/scapi.h"
 #include "scapi/solid.h"
-#include "solid/memory.h"
-#include "solid/triangle.h"
 
 namespace
 {

@@ -3,9 +3,9 @@
 #include <array>
 #include <cmath>
 
+#include "geometry/bbox.h"
 #include "octree/sizing.h"
 #include "scapi/solid.h"
-#include "solid/bbox.h"
 
 namespace
 {

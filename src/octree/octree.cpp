@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "interference/query_trees.h"
+#include "geometry/bbox.h"
+#include "geometry/vector.h"
+#include "mesh/before_change.h"
+#include "mesh/memory.h"
 #include "octree/sizing.h"
-#include "solid/bbox.h"
-#include "solid/memory.h"
-#include "solid/vector.h"
 
 OCTREEC::OCTREEC(float box[6], int depth, float margin[3], SOLIDC* solid)
     : currentDepth(0), visitedTriangles(0), owner(solid), nodeCount(0)

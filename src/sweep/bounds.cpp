@@ -1,7 +1,7 @@
 // Boxes of the swept volume. The motion is a translation of one shape, so its two ends bound it.
+#include "geometry/bbox.h"
+#include "mesh/triangle.h"
 #include "scapi/solid.h"
-#include "solid/bbox.h"
-#include "solid/triangle.h"
 
 namespace
 {

@@ -4,11 +4,9 @@
 
 #include <cstring>
 
-#include "interference/moved_pieces.h"
-#include "interference/query_trees.h"
-#include "solid/matrix.h"
-#include "solid/orientation.h"
-#include "solid/vector.h"
+#include "geometry/matrix.h"
+#include "geometry/vector.h"
+#include "mesh/orientation.h"
 
 namespace
 {
@@ -61,7 +59,8 @@ void MoveVertices(SOLIDC& solid)
     }
 }
 
-/// All that a motion says about the solid as a whole.
+} // namespace
+
 void DefineMotion(SOLIDC& solid, const float (*start)[4], const float (*end)[4])
 {
     solid.SC_BuildVertexList();
@@ -75,30 +74,10 @@ void DefineMotion(SOLIDC& solid, const float (*start)[4], const float (*end)[4])
     Normalise(solid.sweepDirection);
 }
 
-/// With this fourth row every finite point has a place.
-bool HasAffineRow(const float (*m)[4])
+void CompleteSweep(SOLIDC& solid)
 {
-    return m[3][0] == 0 && m[3][1] == 0 && m[3][2] == 0 && m[3][3] == 1;
-}
-
-} // namespace
-
-void DefineSweepLate(SOLIDC& solid, float (*start)[4], float (*end)[4])
-{
-    // A vertex that a matrix cannot map keeps the place that the motion before gave it, which must
-    // then be paid for first. Movers have finite vertices only.
-    if (solid.isSimple || !HasAffineRow(start) || !HasAffineRow(end) || !MoverBounds(solid)) {
-        solid.SC_GTsweep(start, end);
-        return;
-    }
-    DefineMotion(solid, start, end);
-    solid.sweepOwed = 1;
-}
-
-void SettleSweep(SOLIDC& solid)
-{
-    if (!solid.sweepOwed) return;
-    solid.sweepOwed = 0;
+    if (!solid.sweepPending) return;
+    solid.sweepPending = 0;
     if (solid.isSimple) return;
     MoveVertices(solid);
     solid.SC_BuildOrientList();
@@ -106,17 +85,11 @@ void SettleSweep(SOLIDC& solid)
     solid.SC_CalcSweepTrianglesBbox();
 }
 
-void BeforeRecordsChange(SOLIDC& solid)
-{
-    SettleSweep(solid);
-    ReleaseQueryTrees(solid);
-}
-
 int SOLIDC::SC_GTsweep(float (*const start)[4], float (*const end)[4])
 {
-    SettleSweep(*this);
+    CompleteSweep(*this);
     DefineMotion(*this, start, end);
-    sweepOwed = 1;
-    SettleSweep(*this);
+    sweepPending = 1;
+    CompleteSweep(*this);
     return 0;
 }

@@ -3,15 +3,12 @@
 
 #include "scapi/solid.h"
 
-/// As SC_GTsweep, but where nothing can come between, the places of vertices and what hangs on them
-/// stay owed until someone reads them: a fast query does not.
-void DefineSweepLate(SOLIDC& solid, float (*start)[4], float (*end)[4]);
+/// The part of SC_GTsweep that concerns the solid as a whole: matrices, direction, length, and
+/// whether it moves at all. What it writes per record is CompleteSweep's.
+void DefineMotion(SOLIDC& solid, const float (*start)[4], const float (*end)[4]);
 
-/// Pays what a late sweep owes, if it owes anything.
-void SettleSweep(SOLIDC& solid);
-
-/// To be called before records change, by whatever changes them once a solid is loaded: a sweep
-/// counts with those that it was defined on, and the trees of queries are made from them.
-void BeforeRecordsChange(SOLIDC& solid);
+/// Writes what a pending sweep has not yet written: positions of vertices, orientations and boxes.
+/// Without one it does nothing.
+void CompleteSweep(SOLIDC& solid);
 
 #endif

@@ -3,8 +3,8 @@
 // s(va), s(vb), e(vb), e(va).
 #include <cstring>
 
+#include "mesh/triangle.h"
 #include "scapi/solid.h"
-#include "solid/triangle.h"
 
 namespace
 {

@@ -1,9 +1,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "geometry/matrix.h"
+#include "mesh/before_change.h"
 #include "scapi/solid.h"
-#include "solid/matrix.h"
-#include "sweep/define.h"
 
 namespace
 {

@@ -9,9 +9,9 @@
 // Steps of the triangle walk: 0 the triangle, 1 to 6 the halves of its walls.
 #include <algorithm>
 
+#include "geometry/bbox.h"
+#include "mesh/triangle.h"
 #include "scapi/solid.h"
-#include "solid/bbox.h"
-#include "solid/triangle.h"
 
 namespace
 {

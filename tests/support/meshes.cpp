@@ -10,11 +10,11 @@
 #include <random>
 #include <sstream>
 
-#include "solid/bbox.h"
-#include "solid/finish.h"
-#include "solid/memory.h"
-#include "solid/triangle.h"
-#include "solid/vector.h"
+#include "geometry/bbox.h"
+#include "geometry/vector.h"
+#include "mesh/finish.h"
+#include "mesh/memory.h"
+#include "mesh/triangle.h"
 
 Mesh BoxMesh(const Point& low, const Point& high)
 {

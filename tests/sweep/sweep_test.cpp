@@ -7,7 +7,7 @@
 #include <set>
 #include <vector>
 
-#include "solid/triangle.h"
+#include "mesh/triangle.h"
 #include "support/meshes.h"
 
 namespace

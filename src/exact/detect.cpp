@@ -1,0 +1,77 @@
+// Do two solids interfere? The edges of the second, as placed or moved, are the probes; the
+// triangles of the first, at rest, are the targets.
+#include <cstring>
+
+#include "exact/edge_buffer.h"
+#include "geometry/bbox.h"
+#include "geometry/predicates.h"
+#include "scapi/solid.h"
+
+namespace
+{
+
+/// Walks the edges of a solid that meet `box` until `hit` does not answer 0.
+template <class Hit>
+int WalkEdges(SOLIDC* solid, float* box, Hit hit)
+{
+    EdgeBuffer buffer;
+    const int limit = solid->triangleCount * 10;
+    int cursor = 0;
+    while ((cursor = solid->SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box)) >= 0)
+        if (const int result = hit(buffer.edge)) return result;
+    return 0;
+}
+
+/// Triangles from `triangle` back to the first of `solid`: 0 or, for all others, negative. The
+/// subtraction runs this way round on purpose, and so the caller walks the first triangle only.
+int IndexBackwards(const SOLIDC& solid, const T_LIST* triangle)
+{
+    const auto bytes = reinterpret_cast<std::intptr_t>(solid.triangles) -
+                       reinterpret_cast<std::intptr_t>(triangle);
+    return static_cast<int>(bytes / static_cast<std::intptr_t>(sizeof(T_LIST)));
+}
+
+} // namespace
+
+int SOLIDC::SC_DetectIntersection(SOLIDC* other) { return IntersectWithEdgesFrom(other); }
+
+int SOLIDC::IntersectWithEdgesFrom(SOLIDC* other)
+{
+    if (isSwept) {
+        // A swept first solid is tested triangle by triangle, at rest all the same.
+        for (int t = 0; t < triangleCount; ++t)
+            if (const int result = Triangle_to_SolidBTriangles(&triangles[t], other)) return result;
+        return 0;
+    }
+    if (!octree || !octree->OC_testBox(other->sweepBbox)) return 0;
+    return WalkEdges(other, octree->root->bbox,
+                     [this](float(*edge)[3]) { return octree->OC_Intersection_Edge(edge); });
+}
+
+int SOLIDC::Triangle_to_SolidBTriangles(T_LIST* triangle, SOLIDC* solid)
+{
+    float box[6];
+    CalcTriangleBbox(triangle->corners, box);
+    if (!solid->isSwept) return solid->octree ? solid->octree->OC_GetTriangles(box, solid, 1) : 0;
+    CrossingState state;
+    return WalkEdges(solid, box, [&](float(*edge)[3]) {
+        return EdgeCrossesTriangle(edge, triangle->corners, state);
+    });
+}
+
+int SOLIDC::Triangle_to_SolidBEdges(T_LIST* triangle, SOLIDC* solid)
+{
+    float box[6];
+    std::memcpy(box, triangle->bbox, sizeof box);
+    EdgeBuffer buffer;
+    CrossingState state;
+    // Unsigned, for a triangle that is another solid's.
+    const unsigned start = 10u * static_cast<unsigned>(IndexBackwards(*this, triangle));
+    int cursor = static_cast<int>(start);
+    const int limit = static_cast<int>(start + 10u);
+    for (;;) {
+        cursor = solid->SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box);
+        if (cursor < 0 || cursor >= limit) return 0;
+        if (EdgeCrossesTriangle(buffer.edge, triangle->corners, state)) return 1;
+    }
+}

@@ -1,0 +1,45 @@
+#include "mesh/memory.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "platform/memory.h"
+
+void* TryAllocateRecords(std::size_t count, std::size_t size)
+{
+    constexpr std::size_t kLarge = std::size_t{1} << 23;
+    for (;;) {
+        if (void* records = std::calloc(std::max<std::size_t>(count, 1), size)) {
+            if (count * size >= kLarge) PreferLargePages(records, count * size);
+            return records;
+        }
+        const std::new_handler handler = std::get_new_handler();
+        if (!handler) return nullptr;
+        handler();
+    }
+}
+
+void* AllocateRecords(std::size_t count, std::size_t size)
+{
+    void* records = TryAllocateRecords(count, size);
+    if (!records) std::abort();
+    return records;
+}
+
+void ReleaseRecords(void* records) { std::free(records); }
+
+void* ResizeRecords(void* records, std::size_t oldCount, std::size_t newCount, std::size_t size)
+{
+    if (newCount <= SIZE_MAX / size) {
+        if (void* moved = std::realloc(records, newCount * size)) {
+            std::memset(static_cast<char*>(moved) + oldCount * size, 0,
+                        (newCount - oldCount) * size);
+            return moved;
+        }
+    }
+    // The block still stands: a fresh one may be found where it could not grow.
+    void* fresh = AllocateRecords(newCount, size);
+    std::memcpy(fresh, records, oldCount * size);
+    ReleaseRecords(records);
+    return fresh;
+}

@@ -1,0 +1,37 @@
+#include "scapi/solid.h"
+
+#include "geometry/bbox.h"
+#include "mesh/before_change.h"
+#include "mesh/memory.h"
+
+SOLIDC& SOLIDC::operator=(const SOLIDC& other) = default;
+
+void SOLIDC::Release_Lists(void)
+{
+    ReleaseQueryTrees(*this);
+    ReleaseRecords(triangles);
+    ReleaseRecords(edges);
+    ReleaseRecords(vertices);
+    triangles = nullptr, edges = nullptr, vertices = nullptr;
+    triangleCount = edgeCount = vertexCount = 0;
+    sweepPending = isRotated = 0;
+    ClearBbox(bbox);
+}
+
+int SOLIDC::Release_Octree(void)
+{
+    ReleaseQueryTrees(*this);
+    delete octree;
+    octree = nullptr;
+    return 0;
+}
+
+void SOLIDC::Check_Solid(int) {}
+
+std::int32_t SOLIDC::SC_GetUsedRAM(void)
+{
+    // Unsigned, because the sum is allowed to wrap.
+    return static_cast<std::int32_t>(312u + 140u * static_cast<std::uint32_t>(triangleCount) +
+                                     40u * static_cast<std::uint32_t>(vertexCount) +
+                                     40u * static_cast<std::uint32_t>(edgeCount));
+}

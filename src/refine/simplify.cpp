@@ -1,0 +1,78 @@
+// Edge flips between the passes of refinement.
+#include "geometry/vector.h"
+#include "mesh/before_change.h"
+#include "mesh/triangle.h"
+#include "scapi/solid.h"
+
+namespace
+{
+
+constexpr float kCoplanar = 0.99999899f; ///< cosine; about 0.08 degrees
+constexpr int kLeastUse = 3;             ///< what a vertex must keep
+
+/// An edge from A to B with its triangles T0 = (A, X, B) and T1 = (B, Y, A).
+struct Diagonal {
+    int A, B, T0, T1, X, Y, i0, i1; ///< X stands at corner i0 of T0, Y at i1 of T1
+};
+
+Diagonal ReadDiagonal(const SOLIDC& solid, const EdgeRec& edge)
+{
+    Diagonal d{};
+    d.A = edge.vertex[0], d.B = edge.vertex[1];
+    d.T0 = edge.triangle[0], d.T1 = edge.triangle[1];
+    d.i0 = OtherCorner(solid.triangles[d.T0], d.A, d.B);
+    d.i1 = OtherCorner(solid.triangles[d.T1], d.A, d.B);
+    d.X = solid.triangles[d.T0].vertex[d.i0];
+    d.Y = solid.triangles[d.T1].vertex[d.i1];
+    return d;
+}
+
+/// AB must be longer than XY and than the four sides, in a pair that is flat. What costs least and
+/// fails most comes first.
+bool ShouldFlip(const SOLIDC& solid, const EdgeRec& edge)
+{
+    const VertexRec* v = solid.vertices;
+    if (v[edge.vertex[0]].useCount <= kLeastUse || v[edge.vertex[1]].useCount <= kLeastUse)
+        return false;
+    const T_LIST &t0 = solid.triangles[edge.triangle[0]], &t1 = solid.triangles[edge.triangle[1]];
+    if (!(dot(t0.normal, t1.normal) > kCoplanar)) return false;
+
+    const Diagonal d = ReadDiagonal(solid, edge);
+    if (!InRange(d.X, solid.vertexCount) || !InRange(d.Y, solid.vertexCount)) return false;
+    const float *a = v[d.A].position, *b = v[d.B].position, *x = v[d.X].position,
+                *y = v[d.Y].position;
+    const double length = distance(a, b);
+    return distance(x, y) < length && distance(a, x) < length && distance(x, b) < length &&
+           distance(b, y) < length && distance(y, a) < length;
+}
+
+void Flip(SOLIDC& solid, int e)
+{
+    const Diagonal d = ReadDiagonal(solid, solid.edges[e]);
+    T_LIST &t0 = solid.triangles[d.T0], &t1 = solid.triangles[d.T1];
+    const int E0 = t0.edge[d.i0], E1 = t0.edge[NextSlot(d.i0)]; // A to X, X to B
+    const int F0 = t1.edge[d.i1], F1 = t1.edge[NextSlot(d.i1)]; // B to Y, Y to A
+    t0.vertex[0] = d.X, t0.vertex[1] = d.B, t0.vertex[2] = d.Y;
+    t0.edge[0] = e, t0.edge[1] = E1, t0.edge[2] = F0;
+    t1.vertex[0] = d.Y, t1.vertex[1] = d.A, t1.vertex[2] = d.X;
+    t1.edge[0] = e, t1.edge[1] = F1, t1.edge[2] = E0;
+    solid.edges[e].vertex[0] = d.X, solid.edges[e].vertex[1] = d.Y;
+    // An open side (-1) of a partial list belongs to no edge.
+    if (InRange(E0, solid.edgeCount)) RenameTriangle(solid.edges[E0], d.T0, d.T1);
+    if (InRange(F0, solid.edgeCount)) RenameTriangle(solid.edges[F0], d.T1, d.T0);
+    --solid.vertices[d.A].useCount;
+    --solid.vertices[d.B].useCount;
+    ++solid.vertices[d.X].useCount;
+    ++solid.vertices[d.Y].useCount;
+}
+
+} // namespace
+
+void SOLIDC::Simplify2Triangles(void)
+{
+    BeforeRecordsChange(*this);
+    for (int e = 0; e < edgeCount; ++e)
+        if (ShouldFlip(*this, edges[e])) Flip(*this, e);
+}
+
+int SOLIDC::Simplify3Vertex(void) { return 0; }

@@ -1,0 +1,81 @@
+#include "bvh/bvh.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <random>
+#include <vector>
+
+namespace
+{
+
+/// Sees each node on the way down, grows what is not, and counts how often it comes by each item.
+struct TreeWalk {
+    BoxTree& tree;
+    std::vector<BoxItem>& items;
+    std::vector<int> seen = std::vector<int>(items.size());
+    int deepest = 0, grown = 0;
+
+    void Quad(int q, int depth)
+    {
+        deepest = std::max(deepest, depth);
+        const BoxQuad& quad = tree.quad[q];
+        ASSERT_GE(quad.count, 1);
+        for (int lane = 0; lane < quad.count; ++lane) {
+            const auto own =
+                std::span(items).subspan(static_cast<std::size_t>(quad.items[lane].first),
+                                         static_cast<std::size_t>(quad.items[lane].Count()));
+            if (quad.below[lane] == BoxQuad::kUngrown) {
+                ASSERT_LE(own.size(), kCrowd);
+                tree.quad[q].below[lane] = GrowBoxTree(tree, quad.items[lane], own);
+                ++grown;
+            }
+            if (!quad.IsLeaf(lane)) {
+                Quad(quad.below[lane], depth + 1);
+                continue;
+            }
+            ASSERT_LE(own.size(), kItemsPerLeaf);
+            for (const BoxItem& item : own) ++seen[static_cast<std::size_t>(item.item)];
+        }
+    }
+};
+
+TEST(BoxTree, CrowdedItemsNeitherGetLostNorMakeItDeep)
+{
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> any(-1, 1);
+    struct Case {
+        const char* name;
+        std::function<float(int)> place, facing;
+    };
+    const Case cases[] = {
+        {"spread", [&](int) { return any(random); }, [&](int) { return any(random); }},
+        {"all in one place", [](int) { return 7.0f; }, [](int) { return 0.0f; }},
+        {"each ten times nearer than the last", [](int i) { return std::pow(0.1f, float(i % 40)); },
+         [](int) { return 1.0f; }},
+        {"one far away", [](int i) { return i ? float(i) * 1e-6f : 9e8f; },
+         [](int i) { return i % 3 ? 1.0f : -1.0f; }},
+        {"facing ever nearer to one way", [](int) { return 1.0f; },
+         [](int i) { return std::pow(0.5f, float(i % 30)); }},
+    };
+    for (const Case& one : cases)
+        for (const int count : {1, 4, 5, 6, 17, 3000}) {
+            SCOPED_TRACE(testing::Message() << one.name << ' ' << count);
+            std::vector<BoxItem> items(static_cast<std::size_t>(count), BoxItem{});
+            for (int i = 0; i < count; ++i) {
+                BoxItem& item = items[static_cast<std::size_t>(i)];
+                item.item = i;
+                for (auto& corner : item.corner) corner[i % 3] = one.place(i);
+                item.normal[i % 2] = one.facing(i);
+            }
+            BoxTree tree = BuildBoxTree(items);
+            TreeWalk walk{tree, items};
+            walk.Quad(0, 0);
+            EXPECT_EQ(walk.seen, std::vector<int>(static_cast<std::size_t>(count), 1));
+            EXPECT_LT(walk.deepest, 100);
+            EXPECT_EQ(walk.grown > 0, count > kItemsPerLeaf);
+        }
+}
+
+} // namespace

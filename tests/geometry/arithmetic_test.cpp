@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "geometry/bbox.h"
+#include "geometry/matrix.h"
+#include "geometry/vector.h"
+#include "mesh/triangle.h"
+
+namespace
+{
+
+const float kNaN = std::nanf("");
+
+TEST(Axes, TiesAndNaNsGoWhereRefinementExpectsThem)
+{
+    struct Row {
+        float v[3];
+        int smallest, largest;
+    };
+    const Row rows[] = {{{1, 1, 1}, 0, 0},    {{2, 1, 1}, 1, 0},    {{2, 2, 1}, 2, 0},
+                        {{1, 2, 2}, 0, 1},    {{0, 0, 0}, 0, 0},    {{-3, 2, -1}, 2, 0},
+                        {{3, kNaN, 5}, 0, 1}, {{kNaN, 2, 5}, 0, 2}, {{4, 2, kNaN}, 1, 0},
+                        {{0, kNaN, 0}, 0, 1}};
+    for (const Row& row : rows) {
+        EXPECT_EQ(LargestAxis(row.v), row.largest)
+            << row.v[0] << ' ' << row.v[1] << ' ' << row.v[2];
+        const bool finite = std::isfinite(row.v[0] + row.v[1] + row.v[2]);
+        EXPECT_TRUE(!finite || SmallestAxis(row.v) == row.smallest);
+    }
+}
+
+TEST(Boxes, TiesBetweenZeroAndMinusZeroAreSettled)
+{
+    const float triangle[3][3] = {{0.0f, 1, 1}, {-0.0f, 1, 1}, {-0.0f, 1, 1}};
+    const float minusZero[3] = {-0.0f, 1, 1};
+    float box[6], other[6] = {-0.0f, 1, 1, -0.0f, 1, 1};
+    TriangleBbox(triangle, box);
+    EXPECT_FALSE(std::signbit(box[0])) << "the first stays";
+    ExtendBbox(box, minusZero);
+    EXPECT_FALSE(std::signbit(box[0])) << "the old one stays";
+    MergeBbox(box, other);
+    EXPECT_TRUE(std::signbit(box[0]) && std::signbit(box[3])) << "the other wins";
+    MergeBbox(box, nullptr);
+    EXPECT_EQ(box[0], 1e10f);
+    MergeBbox(box, other);
+    EXPECT_EQ(box[5], 1.0f);
+    EXPECT_FALSE(BboxesMeet(other, other, 0)) << "a flat box only touches itself";
+    EXPECT_TRUE(BboxesMeet(other, other, 1e-6));
+}
+
+TEST(Matrices, PointsAreDividedOnlyWhereWIsNotOne)
+{
+    float m[4][4] = {{0, -1, 0, 5}, {1, 0, 0, 6}, {0, 0, 1, 7}, {0, 0, 0, 1}}, product[16];
+    const float p[3] = {1, 2, 3};
+    struct Row {
+        float w;
+        int result;
+        float x;
+    };
+    for (const Row& row : {Row{1, 1, 3}, Row{2, 1, 1.5f}, Row{1.000002f, 1, 3}, Row{1e-6f, 0, 9},
+                           Row{0, 0, 9}, Row{-2, 1, -1.5f}}) {
+        float out[3] = {9, 9, 9};
+        m[3][3] = row.w;
+        EXPECT_EQ(TransformPoint(out, m, p), row.result) << row.w;
+        EXPECT_EQ(out[0], row.x) << row.w;
+    }
+    m[3][3] = 1;
+    MatrixMultiply(product, m[0], m[0]);
+    const float expected[16] = {-1, 0, 0, -1, 0, -1, 0, 11, 0, 0, 1, 14, 0, 0, 0, 1};
+    EXPECT_TRUE(std::equal(product, product + 16, expected));
+}
+
+TEST(CopyBytes, RefusesWhatItCannotCopy)
+{
+    char from[4] = "abc", to[4] = "xyz";
+    for (void* target : {CopyBytes(to, from, 0), CopyBytes(to, from, -1),
+                         CopyBytes(nullptr, from, 1), CopyBytes(to, nullptr, 1)})
+        EXPECT_EQ(target, nullptr);
+    EXPECT_EQ(CopyBytes(to, from, 2), to);
+    EXPECT_STREQ(to, "abz");
+}
+
+TEST(Status, OnlyTheSixAddressableWordsTakeBits)
+{
+    SetStatus(0, 1);
+    for (const int word : {2, 7, -1}) SetStatus(word, 0x400);
+    EXPECT_EQ(StatusFlags, (std::array<std::uint32_t, 8>{0, 0x400, 0, 0, 0, 0, 0, 0}));
+    EXPECT_TRUE(TestStatus(2, 0x401) && !TestStatus(7, 4) && !TestStatus(2, 1));
+}
+
+} // namespace

@@ -1,0 +1,131 @@
+#include "geometry/predicates.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "geometry/status.h"
+#include "geometry/vector.h"
+#include "support/meshes.h"
+
+namespace
+{
+
+using Edge = std::array<Point, 2>;
+
+Point Turned(const Point& p, std::size_t by)
+{
+    return {p[by % 3], p[(by + 1) % 3], p[(by + 2) % 3]};
+}
+const float (*Rows(const Point* points))[3] { return reinterpret_cast<const float(*)[3]>(points); }
+
+struct EdgeRow {
+    const char* fault;
+    Edge edge;
+    int hit;
+};
+
+// Against the triangle (0,0,0), (1,0,0), (0,1,0).
+const EdgeRow kEdges[] = {
+    {"ThroughTheFace", {{{0.25f, 0.25f, -1}, {0.25f, 0.25f, 1}}}, 1},
+    {"BesideTheFace", {{{0.75f, 0.75f, -1}, {0.75f, 0.75f, 1}}}, 0},
+    {"EndsOnTheFace", {{{0.25f, 0.25f, 0}, {0.25f, 0.25f, 1}}}, 1},
+    {"EndsWithinTheTolerance", {{{0.25f, 0.25f, 0.9e-4f}, {0.25f, 0.25f, 1}}}, 1},
+    {"EndsBeforeTheFace", {{{0.25f, 0.25f, 0.001f}, {0.25f, 0.25f, 1}}}, 0},
+    {"ThroughASide", {{{0.5f, 0, -1}, {0.5f, 0, 1}}}, 1},
+    {"ThroughTheMarginOfASide", {{{0.5f, -0.9e-4f, -1}, {0.5f, -0.9e-4f, 1}}}, 1},
+    {"BesideTheMarginOfASide", {{{0.5f, -1.2e-4f, -1}, {0.5f, -1.2e-4f, 1}}}, 0},
+    {"LiesWhollyInside", {{{0.1f, 0.1f, 0}, {0.2f, 0.2f, 0}}}, 0},
+    {"LeavesThroughASideInPlane", {{{0.2f, 0.2f, 0}, {2, 2, 0}}}, 1},
+    {"LiesAlongASide", {{{0.2f, 0, 0}, {0.8f, 0, 0}}}, 1},
+    {"LiesBesideInPlane", {{{0.2f, -0.1f, 0}, {0.8f, -0.1f, 0}}}, 0},
+    {"CannotBeJudgedForNaN", {{{std::nanf(""), 0, -1}, {0.2f, 0.2f, 1}}}, 0},
+};
+
+TEST(EdgeCrossesTriangle, InEveryRotationOfCornersAndAxes)
+{
+    for (const EdgeRow& row : kEdges)
+        for (std::size_t axes = 0; axes < 3; ++axes)
+            for (std::size_t first = 0; first < 3; ++first) {
+                const Point corners[3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+                Point turned[3], edge[2], back[2];
+                for (std::size_t c = 0; c < 3; ++c)
+                    turned[c] = Turned(corners[(c + first) % 3], axes);
+                for (std::size_t e = 0; e < 2; ++e) {
+                    edge[e] = Turned(row.edge[e], axes);
+                    back[1 - e] = edge[e];
+                }
+                EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(turned)), row.hit)
+                    << row.fault << ' ' << axes << ' ' << first;
+                EXPECT_EQ(EdgeCrossesTriangle(Rows(back), Rows(turned)), row.hit)
+                    << row.fault << " backwards " << axes << ' ' << first;
+            }
+}
+
+// A triangle without area has no plane: in a loop it is judged by the plane and the point before.
+TEST(EdgeCrossesTriangle, DegenerateTriangleIsJudgedByItsPredecessor)
+{
+    const Point beside[3] = {{5, 5, 0}, {6, 5, 0}, {5, 6, 0}},
+                spot[3] = {{3, 3, 0}, {3, 3, 0}, {3, 3, 0}};
+    const Point edge[2] = {{1, 1, -1}, {1, 1, 1}};
+    CrossingState state;
+    EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(beside), state), 0);
+    EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(spot), state), 1);
+    EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(spot)), 0);
+}
+
+TEST(PointInsideTriangle, MarginShrinksWithTheLengthOfTheSide)
+{
+    const Point corners[3] = {{0, 0, 0}, {10, 0, 0}, {0, 10, 0}};
+    const float normal[3] = {0, 0, 1}, in[3] = {5, -0.9e-5f, 0}, out[3] = {5, -1.1e-5f, 0};
+    EXPECT_EQ(PointInsideTriangle(Rows(corners), normal, in, 1e-4f), 1);
+    EXPECT_EQ(PointInsideTriangle(Rows(corners), normal, out, 1e-4f), 0);
+}
+
+struct SegmentRow {
+    const char* fault;
+    Edge a, b;
+    int result;
+    float box[6];
+};
+
+const SegmentRow kSegments[] = {
+    {"Cross", {{{0, 0, 0}, {2, 0, 0}}}, {{{1, -1, 0}, {1, 1, 0}}}, 1, {1, 0, 0, 1, 0, 0}},
+    {"PassWithinTheTolerance",
+     {{{0, 0, 0}, {2, 0, 0}}},
+     {{{1, -1, 9e-5f}, {1, 1, 9e-5f}}},
+     1,
+     {1, 0, 0, 1, 0, 0}},
+    {"PassApart", {{{0, 0, 0}, {2, 0, 0}}}, {{{1, -1, 1.1e-4f}, {1, 1, 1.1e-4f}}}, 0, {}},
+    {"TeeJunction", {{{0, 0, 0}, {2, 0, 0}}}, {{{1, 0, 0}, {1, 1, 0}}}, 0, {}},
+    {"CrossBehindTheEnd", {{{0, 0, 0}, {2, 0, 0}}}, {{{3, -1, 0}, {3, 1, 0}}}, 0, {}},
+    {"ShareAnEndInLine", {{{0, 0, 0}, {1, 0, 0}}}, {{{1, 0, 0}, {2, 0, 0}}}, 0, {}},
+    {"OverlapInLine", {{{0, 0, 0}, {2, 0, 0}}}, {{{1, 0, 0}, {3, 0, 0}}}, 1, {1, 0, 0, 2, 0, 0}},
+    {"OneInsideTheOther",
+     {{{0, 0, 0}, {9, 0, 0}}},
+     {{{6, 0, 0}, {3, 0, 0}}},
+     1,
+     {3, 0, 0, 6, 0, 0}},
+    {"ParallelApart", {{{0, 0, 0}, {2, 0, 0}}}, {{{0, 0.1f, 0}, {2, 0.1f, 0}}}, 0, {}},
+    {"ShortOnesAreParallel",
+     {{{0, 0, 0}, {0.05f, 0, 0}}},
+     {{{0.025f, -0.025f, 0}, {0.025f, 0.025f, 0}}},
+     0,
+     {}},
+};
+
+TEST(SegmentsIntersecting, ClearOfAllEnds)
+{
+    for (const SegmentRow& row : kSegments) {
+        float out[6] = {7, 7, 7, 7, 7, 7};
+        EXPECT_EQ(SegmentsIntersecting(row.a[0].data(), row.a[1].data(), row.b[0].data(),
+                                       row.b[1].data(), 1e-4f, out),
+                  row.result)
+            << row.fault;
+        EXPECT_TRUE(row.result ? std::equal(out, out + 6, row.box) : out[0] == 7) << row.fault;
+    }
+}
+
+} // namespace

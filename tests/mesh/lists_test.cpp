@@ -1,0 +1,242 @@
+// Vertex and edge lists, against plain searches through the whole list.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "mesh/memory.h"
+#include "mesh/sort.h"
+#include "mesh/triangle.h"
+#include "support/meshes.h"
+
+namespace
+{
+
+/// Merges every corner by searching all vertices from the first one.
+void BuildVerticesPlainly(SOLIDC& solid)
+{
+    solid.vertices = Allocate<VertexRec>(3 * solid.triangleCount + 1);
+    const double limit = double(solid.tolerance) * solid.tolerance;
+    for (int t = 0; t < solid.triangleCount; ++t)
+        for (int c = 0; c < 3; ++c) {
+            const float* p = solid.triangles[t].corners[c];
+            int v = 0;
+            for (; v < solid.vertexCount; ++v) {
+                const float* q = solid.vertices[v].position;
+                const double dx = double(p[0]) - q[0], dy = double(p[1]) - q[1],
+                             dz = double(p[2]) - q[2];
+                if (dx * dx + dy * dy + dz * dz < limit) break;
+            }
+            if (v == solid.vertexCount) {
+                std::memcpy(static_cast<void*>(&solid.vertices[v]), static_cast<const void*>(p),
+                            36);
+                ++solid.vertexCount;
+            }
+            solid.triangles[t].vertex[c] = v;
+            ++solid.vertices[v].useCount;
+        }
+}
+
+/// The partner of a side by searching all triangles from the first one.
+bool PairPlainly(SOLIDC& solid, int a, int j)
+{
+    const auto k = [](int slot) { return slot == 0 ? 2 : slot - 1; };
+    T_LIST* t = solid.triangles;
+    for (int b = 0; b < solid.triangleCount; ++b)
+        for (int m = 0; b != a && m < 3; ++m) {
+            if (t[b].edge[m] != -1 || t[a].vertex[j] != t[b].vertex[k(m)] ||
+                t[a].vertex[k(j)] != t[b].vertex[m])
+                continue;
+            t[a].edge[j] = t[b].edge[m] = solid.edgeCount;
+            ++t[a].edgeLinks, ++t[b].edgeLinks;
+            solid.edges[solid.edgeCount++] = {{t[a].vertex[j], t[a].vertex[k(j)]}, {a, b}, {}};
+            return true;
+        }
+    return false;
+}
+
+int BuildEdgesPlainly(SOLIDC& solid)
+{
+    solid.edges = Allocate<EdgeRec>(3 * solid.triangleCount + 1);
+    for (int t = 0; t < solid.triangleCount; ++t) {
+        T_LIST& triangle = solid.triangles[t];
+        float corners[9];
+        for (int c = 0; c < 9; ++c)
+            corners[c] = solid.vertices[triangle.vertex[c / 3]].position[c % 3];
+        CalcTriangleNormal(corners, triangle.normal);
+        std::fill_n(triangle.edge, 3, -1);
+    }
+    int result = 0;
+    for (int a = 0; a < solid.triangleCount && result == 0; ++a)
+        for (int j = 0; j < 3; ++j)
+            if (solid.triangles[a].edge[j] == -1 && !PairPlainly(solid, a, j)) result = -101;
+    return result;
+}
+
+struct Nasty {
+    const char* name;
+    Mesh mesh;
+    float tolerance; ///< 0 keeps the solid's own
+};
+
+void PrintTo(const Nasty& nasty, std::ostream* out) { *out << nasty.name; }
+
+Mesh Concatenate(Mesh a, const Mesh& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+/// Soup whose coordinates lie on a grid, so that steps of the grid meet the tolerance.
+Mesh GridSoup(unsigned seed, float step, int steps, float offset)
+{
+    Mesh mesh = SoupMesh(seed, 150, static_cast<float>(steps));
+    for (Triangle& t : mesh)
+        for (Point& p : t)
+            for (float& x : p) x = offset + step * std::floor(x);
+    return mesh;
+}
+
+Mesh With(Mesh mesh, float value, std::size_t every)
+{
+    for (std::size_t i = 0; i < 9 * mesh.size(); i += every) mesh[i / 9][i / 3 % 3][i % 3] = value;
+    return mesh;
+}
+
+Mesh Flipped(Mesh mesh, std::size_t every)
+{
+    for (std::size_t i = 0; i < mesh.size(); i += every) std::swap(mesh[i][1], mesh[i][2]);
+    return mesh;
+}
+
+Mesh FirstNine()
+{
+    const Mesh sphere = SphereMesh(5, 1);
+    return {sphere.begin(), sphere.begin() + 9};
+}
+
+const Nasty kNasty[] = {
+    {"ClosedSphere", SphereMesh(7, 10), 0},
+    {"StepsOfNineTenthsOfTheTolerance", GridSoup(1, 0.9f, 12, 0), 1},
+    {"StepsJustAboveTheTolerance", GridSoup(2, 1.001f, 12, 0), 1},
+    {"StepsOfExactlyTheTolerance", GridSoup(3, 0.125f, 20, -1), 0.125f},
+    {"ChainsOfNearPoints", GridSoup(4, 0.3f, 60, -9), 1},
+    {"FarFromTheOrigin", GridSoup(5, 0.06f, 40, 1e6f), 0.1f},
+    {"AllInOneCell", SoupMesh(6, 200, 1e-3f), 1e-4f},
+    {"AllPointsEqual", Mesh(40, Triangle{}), 1},
+    {"AllPointsEqualWithoutTolerance", Mesh(40, Triangle{}), -0.0f},
+    {"MinusZero", With(GridSoup(7, 0.5f, 3, 0), -0.0f, 4), 0.1f},
+    {"NaN", With(GridSoup(8, 1, 3, 0), std::nanf(""), 5), 0.1f},
+    {"Infinities", With(GridSoup(9, 1, 3, 0), INFINITY, 7), INFINITY},
+    {"InfiniteTolerance", SoupMesh(10, 50, 1e38f), INFINITY},
+    {"ToleranceThatIsNaN", GridSoup(11, 1, 2, 0), std::nanf("")},
+    {"HugeNegative", With(GridSoup(12, 1, 4, 0), -1e30f, 6), 0},
+    {"HugeNegativeWithTinyTolerance", With(GridSoup(13, 1, 4, 0), -1e30f, 6), 1e-30f},
+    {"DoubledShell", Concatenate(SphereMesh(5, 1), SphereMesh(5, 1)), 0},
+    {"ShellAndItsInverse", Concatenate(SphereMesh(5, 1), Flipped(SphereMesh(5, 1), 1)), 0},
+    {"SomeTrianglesFlipped", Flipped(SphereMesh(6, 1), 7), 0},
+    {"SomeTrianglesThrice", Concatenate(Concatenate(SphereMesh(5, 1), FirstNine()), FirstNine()),
+     0},
+    {"ShellThatCollapses", SphereMesh(8, 1), 0.5f},
+    {"ShellThatCollapsesToAPoint", SphereMesh(8, 1), 5},
+    {"BoxesShareAnEdge", Concatenate(BoxMesh({0, 0, 0}, {1, 1, 1}), BoxMesh({1, 1, 0}, {2, 2, 1})),
+     0},
+};
+
+struct NastyMesh : testing::TestWithParam<Nasty> {};
+
+TEST_P(NastyMesh, IndexFindsWhatASearchFromZeroFinds)
+{
+    const Mesh mesh = GetParam().mesh;
+    const auto indexed = BareSolid(mesh), plain = BareSolid(mesh);
+    if (GetParam().tolerance != 0 || std::signbit(GetParam().tolerance))
+        indexed->tolerance = plain->tolerance = GetParam().tolerance;
+    indexed->SC_BuildVertexList();
+    BuildVerticesPlainly(*plain);
+    const int result = indexed->SC_BuildEdgesList();
+    EXPECT_EQ(result, BuildEdgesPlainly(*plain));
+    EXPECT_EQ(indexed->vertexCount, plain->vertexCount);
+    EXPECT_EQ(indexed->edgeCount, plain->edgeCount);
+    EXPECT_EQ(Digest(*indexed), Digest(*plain));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lists, NastyMesh, testing::ValuesIn(kNasty),
+                         [](const auto& mesh) { return std::string(mesh.param.name); });
+
+TEST(Lists, BoxHasEightVerticesAndEighteenEdges)
+{
+    const auto box = BareSolid(BoxMesh({0, 0, 0}, {1, 2, 3}));
+    EXPECT_EQ(box->SC_BuildVertexList(), 0);
+    EXPECT_EQ(box->SC_BuildEdgesList(), 0);
+    EXPECT_EQ(box->vertexCount, 8);
+    EXPECT_EQ(box->edgeCount, 18);
+    ExpectClosedMesh(*box);
+}
+
+TEST(Lists, FaultsAreToldOnceAndTheListsStay)
+{
+    const Mesh lone{{Point{0, 0, 0}, Point{1, 0, 0}, Point{0, 1, 0}}};
+    const auto open = BareSolid(lone), simple = BareSolid(lone, 2);
+    EXPECT_EQ(open->SC_BuildVertexList(), -100);
+    EXPECT_EQ(open->SC_BuildVertexList(), 0);
+    EXPECT_EQ(open->SC_BuildEdgesList(), -101);
+    EXPECT_EQ(open->SC_BuildEdgesList(), 0);
+    for (int edge : open->triangles[0].edge) EXPECT_EQ(edge, -1);
+    EXPECT_EQ(simple->SC_BuildVertexList(), -904);
+    EXPECT_EQ(simple->SC_BuildEdgesList(), -904);
+    open->CreateOctree();
+    EXPECT_NE(open->octree, nullptr) << "lists that exist are not judged again";
+}
+
+TEST(Lists, SortIsStableAlongTheLongestAxis)
+{
+    for (const Point& size : {Point{2, 2, 2}, Point{1, 2, 2}, Point{1, 1, 2}}) {
+        Mesh mesh = SoupMesh(21, 400, 5);
+        for (Triangle& t : mesh)
+            for (Point& p : t)
+                for (std::size_t a = 0; a < 3; ++a) p[a] = size[a] * (std::floor(p[a]) - 2);
+        const auto solid = BareSolid(mesh);
+        std::vector<T_LIST> expected(solid->triangles, solid->triangles + solid->triangleCount);
+        const int axis = size[0] == 2 ? 0 : size[1] == 2 ? 1 : 2;
+        std::stable_sort(expected.begin(), expected.end(), [&](const T_LIST& a, const T_LIST& b) {
+            return CompareTriangleBbox(a, b, axis) < 0;
+        });
+        solid->SortTriangles();
+        EXPECT_EQ(solid->sortAxis, axis);
+        EXPECT_EQ(std::memcmp(expected.data(), solid->triangles, 400 * sizeof(T_LIST)), 0);
+    }
+}
+
+TEST(Lists, InversionWalkTurnsWhatItReachesAndNothingElse)
+{
+    const auto solid = LoadedSolid(BoxMesh({0, 0, 0}, {1, 2, 3}));
+    const std::vector<T_LIST> before(solid->triangles, solid->triangles + solid->triangleCount);
+    EXPECT_EQ(SolidInternals::Invert(*solid), 0);
+    int turned = 0;
+    for (int t = 0; t < solid->triangleCount; ++t) {
+        const T_LIST &old = before[static_cast<std::size_t>(t)], &now = solid->triangles[t];
+        turned += now.mark;
+        const auto same = [](const auto& a, const auto& b) {
+            return std::memcmp(&a, &b, sizeof a) == 0;
+        };
+        ASSERT_TRUE(same(now.corners[1], now.mark ? old.corners[2] : old.corners[1]));
+        ASSERT_TRUE(same(now.corners[2], now.mark ? old.corners[1] : old.corners[2]));
+        ASSERT_TRUE(same(now.normal, now.mark ? old.corners[2] : old.normal));
+        const std::array<float, 3> inward{-old.normal[0], -old.normal[1], -old.normal[2]};
+        static_assert(sizeof inward == sizeof now.vertex);
+        const void* vertex = now.mark ? static_cast<const void*>(&inward) : &old.vertex;
+        ASSERT_EQ(std::memcmp(now.vertex, vertex, sizeof inward), 0);
+    }
+    EXPECT_GT(turned, 0);
+    // The vertex words are bits of normals now; nothing that reads them may leave the arrays.
+    Matrix pose = Translation(1, 0, 0), rest = Translation(0, 0, 0);
+    solid->SC_GTsweep(Rows(rest), Rows(pose));
+    solid->SC_DetectIntersection(solid.get());
+    solid->Build_Octree(0);
+    float corners[3][3];
+    for (int cursor = 0; cursor >= 0;) cursor = solid->SC_GetTriangle(cursor, corners, nullptr);
+}
+
+} // namespace

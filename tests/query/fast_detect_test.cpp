@@ -1,0 +1,188 @@
+// The fast way to an answer against the plain walk.
+#include "query/fast_detect.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <random>
+
+#include "query/deferred_sweep.h"
+#include "support/meshes.h"
+#include "support/scenes.h"
+#include "sweep/define.h"
+
+namespace
+{
+
+TEST(FastDetect, AnswersAsThePlainWalk)
+{
+    // More, and others, for a longer run: SCAPI_SCENES=first:count.
+    unsigned first = 1, count = 4000;
+    if (const char* scenes = std::getenv("SCAPI_SCENES"))
+        (void)std::sscanf(scenes, "%u:%u", &first, &count);
+    int hits = 0;
+    for (unsigned seed = first; seed != first + count; ++seed) {
+        std::mt19937 random(seed);
+        Scene scene = RandomScene([&] { return random(); });
+        for (int order = 0; order < 2; ++order) {
+            DefineSweepDeferred(*scene.b, Rows(scene.start), Rows(scene.end));
+            const int fast = DetectFast(*scene.a, *scene.b);
+            CompleteSweep(*scene.b);
+            const int plain = SolidInternals::WalkPlainly(*scene.a, *scene.b);
+            ASSERT_EQ(fast, plain) << "seed " << seed << ", order " << order;
+            hits += plain;
+            std::swap(scene.a, scene.b);
+            // A first solid in motion is another walk; mostly it stands still.
+            if (seed % 8) scene.a->isSwept = 0;
+        }
+    }
+    // Neither answer may be rare, or the test would prove little.
+    EXPECT_GT(hits, int(count / 5));
+    EXPECT_LT(hits, int(count));
+}
+
+/// The answer for a solid that is placed, on which both ways have to agree.
+int AgreedAnswer(SOLIDC& a, SOLIDC& b, Matrix pose)
+{
+    DefineSweepDeferred(b, Rows(pose), Rows(pose));
+    const int fast = DetectFast(a, b);
+    CompleteSweep(b);
+    EXPECT_EQ(fast, SolidInternals::WalkPlainly(a, b)) << pose[0][3] << ' ' << pose[1][3];
+    return fast;
+}
+
+TEST(FastDetect, ListsThatAreBuiltLateAreWalked)
+{
+    // A pillow beside the box: its vertices stop the load before there are edges.
+    Mesh mesh = BoxMesh({0, 0, 0}, {1, 1, 1});
+    mesh.push_back({Point{5, 0, 0}, Point{6, 0, 0}, Point{5, 1, 0}});
+    mesh.push_back({Point{5, 0, 0}, Point{5, 1, 0}, Point{6, 0, 0}});
+    const auto a = LoadedSolid(BoxMesh({0.5f, 0.5f, -1}, {2, 2, 2})), b = LoadedSolid(mesh);
+    ASSERT_EQ(b->edges, nullptr);
+    Matrix pose = Translation(0, 0, 0);
+    DefineSweepDeferred(*b, Rows(pose), Rows(pose));
+    EXPECT_EQ(DetectFast(*a, *b), 1);
+}
+
+TEST(FastDetect, EdgesThatRoundingSwallowsHitFarBesideASide)
+{
+    // A long triangle, and two that give its box some height. Floats around it are 0.008 apart.
+    const Mesh target{{Point{90000, 94000, 0}, Point{98000, 94000, 0}, Point{98000, 94010, 0}},
+                      {Point{90000, 90000, -5}, Point{90001, 90000, -5}, Point{90000, 90001, -5}},
+                      {Point{98000, 98000, 5}, Point{97999, 98000, 5}, Point{98000, 97999, 5}}};
+    const auto a = LoadedSolid(target, 1),
+               b = LoadedSolid(BoxMesh({0, 0, 0}, {0.003f, 0.003f, 0.003f}));
+    int hits = 0;
+    for (float x = 90000; x < 98000; x += 400)
+        for (float y = 90000; y < 98000; y += 400)
+            hits += AgreedAnswer(*a, *b, Translation(x, y, 0));
+    EXPECT_GT(hits, 50);
+}
+
+TEST(FastDetect, LargeNodesBesideSmallOnesAreNotTakenForBare)
+{
+    // A crowd of needles, and far from it a block that comes first in the tree. The needles end
+    // short of a wall, in the plane of a side of which they would cross it.
+    Mesh needles = BoxMesh({-20, -20, -20}, {-19.69f, -19.69f, -19.69f});
+    for (int i = 0; i < 40; ++i)
+        for (int j = 0; j < 30; ++j) {
+            const float x = 0.005f * float(i), z = 0.005f * float(j);
+            const Mesh one = BoxMesh({x, 0, z}, {x + 0.002f, 0.3f, z + 0.002f});
+            needles.insert(needles.end(), one.begin(), one.end());
+        }
+    const auto b = LoadedSolid(needles);
+    int hits = 0;
+    for (const float gap : {0.001f, 0.01f, 0.05f}) {
+        Mesh wall = BoxMesh({0.1f, 0.3f + gap, -0.1f}, {0.6f, 1.5f, 0.5f});
+        const Mesh speck = BoxMesh({-3, -3, -3}, {-2.9f, -2.9f, -2.9f});
+        wall.insert(wall.end(), speck.begin(), speck.end());
+        const auto a = LoadedSolid(wall);
+        for (int step = -4; step <= 4; ++step) {
+            Matrix pose = Translation(0, 0, 0);
+            pose[0][1] = 5e-4f * float(step);
+            pose[0][3] = -0.3f * pose[0][1] + 3e-5f * float(step);
+            hits += AgreedAnswer(*a, *b, pose);
+        }
+    }
+    EXPECT_GT(hits, 5);
+}
+
+Mesh Joined(Mesh first, const Mesh& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+TEST(FastDetect, EdgesThatRunElsewhereEndAtNoCornerOfTheirTriangle)
+{
+    // A plate high over whose top the solid hangs, all but one corner, in which an edge is made to
+    // end that belongs elsewhere. Two boxes far off make the cells large.
+    const float touch = 0.9e-4f, clear = 2.2e-4f;
+    const auto a = LoadedSolid(
+        Joined(BoxMesh({2.6f, -1, -0.5f}, {3.4f, 1, 0}),
+               Joined(BoxMesh({-9, -9, -9}, {-8, -8, -8}), BoxMesh({8, 8, 8}, {9, 9, 9}))));
+    const Mesh mesh =
+        Joined(BoxMesh({0, 0, clear}, {1, 1, 1}), BoxMesh({2, 0, touch}, {2.1f, 0.1f, 0.1f}));
+    const int edges = LoadedSolid(mesh)->edgeCount;
+    int hits = 0;
+    for (int end = 0; end < 2 * edges; ++end) {
+        const auto b = LoadedSolid(mesh);
+        int corner = 0;
+        while (b->vertices[corner].position[0] != 2 || b->vertices[corner].position[1] != 0 ||
+               b->vertices[corner].position[2] != touch)
+            ++corner;
+        EdgeRec& edge = b->edges[end / 2];
+        if (b->vertices[edge.vertex[1 - end % 2]].position[2] != clear) continue;
+        edge.vertex[end % 2] = corner;
+        hits += AgreedAnswer(*a, *b, Translation(0, 0, 0));
+    }
+    EXPECT_GT(hits, 20);
+}
+
+TEST(FastDetect, TreesAreNotGrownFromRecordsThatChanged)
+{
+    // Inversion leaves numbers in `vertex` that name no vertex.
+    const auto a = LoadedSolid(BoxMesh({-1, -1, -1}, {1, 1, 1})),
+               apart = LoadedSolid(SphereMesh(12, 1)), near = LoadedSolid(SphereMesh(12, 1));
+    EXPECT_EQ(AgreedAnswer(*a, *apart, Translation(9, 9, 9)), 0);
+    EXPECT_EQ(AgreedAnswer(*a, *near, Translation(0.6f, 0.2f, 0.1f)), 1);
+    for (SOLIDC* b : {apart.get(), near.get()}) {
+        SolidInternals::Invert(*b);
+        EXPECT_EQ(AgreedAnswer(*a, *b, Translation(0.7f, 0.2f, 0.1f)), 1);
+    }
+}
+
+TEST(FastDetect, LateSweepPaysWhatAPromptOneGives)
+{
+    Matrix poses[] = {Translation(1, 2, 3), Translation(9, 2, 3), Translation(0, 0, 0)};
+    poses[2][3][3] = 0; // maps no vertex: the places of the motion before stay
+    const auto late = LoadedSolid(SphereMesh(6, 2)), prompt = LoadedSolid(SphereMesh(6, 2));
+    for (const auto& [from, to] : {std::pair{0, 1}, {1, 0}, {2, 2}, {0, 0}}) {
+        DefineSweepDeferred(*late, Rows(poses[from]), Rows(poses[to]));
+        prompt->SC_GTsweep(Rows(poses[from]), Rows(poses[to]));
+        if (from != 1) {
+            CompleteSweep(*late);
+            EXPECT_EQ(Digest(*late), Digest(*prompt)) << from;
+        }
+    }
+    // A rotation in between changes normals, but not how the motion before counts them.
+    DefineSweepDeferred(*late, Rows(poses[0]), Rows(poses[1]));
+    prompt->SC_GTsweep(Rows(poses[0]), Rows(poses[1]));
+    Matrix quarter{{{0, -1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+    late->SC_Rotate(Rows(quarter));
+    prompt->SC_Rotate(Rows(quarter));
+    EXPECT_EQ(Digest(*late), Digest(*prompt));
+    const auto wall = LoadedSolid(BoxMesh({4, 0, 0}, {5, 9, 9}));
+    EXPECT_EQ(DetectFast(*wall, *late), SolidInternals::WalkPlainly(*wall, *prompt));
+    EXPECT_EQ(DetectFast(*prompt, *wall), SolidInternals::WalkPlainly(*prompt, *wall));
+    // Nor does an inversion.
+    DefineSweepDeferred(*late, Rows(poses[0]), Rows(poses[1]));
+    prompt->SC_GTsweep(Rows(poses[0]), Rows(poses[1]));
+    for (SOLIDC* solid : {late.get(), prompt.get()}) SolidInternals::Invert(*solid);
+    CompleteSweep(*late);
+    EXPECT_EQ(Digest(*late), Digest(*prompt));
+}
+
+} // namespace
