@@ -1,4 +1,4 @@
-// An array that grows while references into it stay good.
+// An array that grows while references into it stay valid.
 #ifndef SCAPI_BVH_BLOCK_ARRAY_H
 #define SCAPI_BVH_BLOCK_ARRAY_H
 
@@ -7,12 +7,12 @@
 #include "mesh/memory.h"
 
 template <class Record>
-struct Blocks {
+struct BlockArray {
     static constexpr std::size_t kSize = 64;
     std::vector<Scratch<Record>> block;
 
-    /// Makes room for records below a number. New ones are zero.
-    void Reach(int count)
+    /// Grows to at least `count` records. New ones are zero.
+    void EnsureSize(int count)
     {
         while (block.size() * kSize < static_cast<std::size_t>(count))
             block.push_back(MakeScratch<Record>(kSize));

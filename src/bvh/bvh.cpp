@@ -8,40 +8,40 @@
 #include "geometry/bbox.h"
 #include "geometry/vector.h"
 
-// Where a node is cut decides what a query costs: two surfaces side by side are told apart as soon
-// as the boxes of their nodes are thinner than the gap. So each node is cut where the room that
-// both parts fill is least, weighted with the root of the number of their items: across the middle,
-// or between parts that face different ways. The room is told by the second moments of the corners,
-// which see a flat part as flat however it lies. The cuts that are tried are the borders of a few
-// bins, as in binned surface-area splits (Wald 2007).
+// A query costs little where nodes of two surfaces side by side are soon told apart, that is where
+// boxes become thinner than the gap. So each node is split where the volumes of both parts,
+// weighted with the root of the number of their items, are least: across the middle, or between
+// parts that face different ways. The volume is that of the second moments of the corners, which is
+// small for a flat part however it lies. The splits that are tried are the borders of a few bins,
+// as in binned surface area heuristics (Wald 2007).
 
 namespace
 {
 
 constexpr int kDimensions = 6; ///< three of the place, three of the normal
-constexpr int kMostBins = 8;
-constexpr int kFew = 32;           ///< items for which fewer bins do
-constexpr double kLeastTurn = 0.1; ///< of normals for a cut between them to be worth a try
-constexpr double kFlat = 1e-6;     ///< the least part of all spreads that one counts as
-constexpr int kSample = 128;       ///< larger nodes are judged by about so many of their items
-constexpr int kDeepestChoice = 48; ///< below it nodes are halved, so that the depth is bounded
+constexpr int kMaxBins = 8;
+constexpr int kFewBinItems = 32;         ///< up to so many items half of the bins are enough
+constexpr double kMinNormalSpread = 0.1; ///< for a split between normals to be tried
+constexpr double kFlat = 1e-6;      ///< least part of the total spread that an axis counts with
+constexpr int kSample = 128;        ///< about so many items of a larger node are looked at
+constexpr int kMaxChoiceDepth = 48; ///< below it nodes are halved, which bounds the depth
 
-using Items = std::span<BoxItem>;
+using Items = std::span<BvhItem>;
 
-double Coordinate(const BoxItem& item, int dimension)
+double Coordinate(const BvhItem& item, int dimension)
 {
     if (dimension >= 3) return item.normal[dimension - 3];
     return double(item.corner[0][dimension]) + item.corner[1][dimension] +
            item.corner[2][dimension];
 }
 
-/// Sums over the corners of some items, seen from a point among them.
+/// Moments of the corners of some items, relative to a point among them.
 struct Moments {
     double count = 0;
     std::array<double, 3> sum{};
     std::array<double, 6> product{}; ///< xx, yy, zz, xy, yz, zx
 
-    void Add(const BoxItem& item, const float* origin)
+    void Add(const BvhItem& item, const float* origin)
     {
         for (const auto& corner : item.corner) {
             const double x = double(corner[0]) - origin[0], y = double(corner[1]) - origin[1],
@@ -60,9 +60,9 @@ struct Moments {
     }
 };
 
-/// The product of the spreads along the principal axes, where none counts as less than a small part
-/// of all; times that of all, since long parts meet more than compact ones.
-double RoomOf(const Moments& m)
+/// The product of the standard deviations along the principal axes, where none counts as less than
+/// a small part of the total; times the total, since long parts overlap more than compact ones.
+double VolumeOf(const Moments& m)
 {
     const double scale = 1 / (3 * m.count);
     const double x = m.sum[0] * scale, y = m.sum[1] * scale, z = m.sum[2] * scale;
@@ -77,18 +77,18 @@ double RoomOf(const Moments& m)
     return std::sqrt(std::max(square, 0.0) * (xx + yy + zz));
 }
 
-double CostOf(const Moments& m) { return std::sqrt(m.count) * RoomOf(m); }
+double CostOf(const Moments& m) { return std::sqrt(m.count) * VolumeOf(m); }
 
-struct Cut {
+struct Split {
     int dimension = -1;
     double at = 0; ///< items below it go left
     double cost = HUGE_VAL;
 };
 
-/// The items of a node, or some of them, by their place along one coordinate.
+/// The items of a node, or a sample of them, by one of their coordinates.
 struct Bins {
     double low = HUGE_VAL, high = -HUGE_VAL, scale = 0;
-    std::array<Moments, kMostBins> bin{};
+    std::array<Moments, kMaxBins> bin{};
 
     void Widen(double value)
     {
@@ -101,9 +101,9 @@ struct Bins {
     }
 };
 
-void TryCuts(const Bins& bins, int dimension, std::size_t count, Cut& best)
+void TrySplits(const Bins& bins, int dimension, std::size_t count, Split& best)
 {
-    std::array<Moments, kMostBins> below{};
+    std::array<Moments, kMaxBins> below{};
     for (std::size_t b = 1; b < count; ++b) {
         below[b] = below[b - 1];
         below[b].Merge(bins.bin[b - 1]);
@@ -117,10 +117,10 @@ void TryCuts(const Bins& bins, int dimension, std::size_t count, Cut& best)
     }
 }
 
-Cut ChooseCut(Items items)
+Split ChooseSplit(Items items)
 {
     std::array<Bins, kDimensions> bins;
-    const int count = items.size() > kFew ? kMostBins : kMostBins / 2;
+    const int count = items.size() > kFewBinItems ? kMaxBins : kMaxBins / 2;
     const std::size_t step = 1 + items.size() / kSample;
     for (std::size_t i = 0; i < items.size(); i += step)
         for (int d = 0; d < kDimensions; ++d)
@@ -129,7 +129,7 @@ Cut ChooseCut(Items items)
     int wideCount = 0;
     for (int d = 0; d < kDimensions; ++d) {
         Bins& one = bins[static_cast<std::size_t>(d)];
-        if (!(one.high - one.low > (d < 3 ? 0 : kLeastTurn))) continue;
+        if (!(one.high - one.low > (d < 3 ? 0 : kMinNormalSpread))) continue;
         one.scale = count / (one.high - one.low);
         wide[static_cast<std::size_t>(wideCount++)] = d;
     }
@@ -140,9 +140,9 @@ Cut ChooseCut(Items items)
         for (const int d : dimensions)
             bins[static_cast<std::size_t>(d)].At(Coordinate(items[i], d), count).Merge(moments);
     }
-    Cut best;
+    Split best;
     for (const int d : dimensions)
-        TryCuts(bins[static_cast<std::size_t>(d)], d, static_cast<std::size_t>(count), best);
+        TrySplits(bins[static_cast<std::size_t>(d)], d, static_cast<std::size_t>(count), best);
     return best;
 }
 
@@ -151,96 +151,96 @@ std::size_t Halve(Items items)
 {
     float bounds[6], spread[3];
     ClearBbox(bounds);
-    for (const BoxItem& item : items) ExtendBbox(bounds, item.corner[0]);
+    for (const BvhItem& item : items) ExtendBbox(bounds, item.corner[0]);
     for (int axis = 0; axis < 3; ++axis) spread[axis] = float(Extent(bounds, axis));
     const int axis = LargestAxis(spread);
     const std::size_t middle = items.size() / 2;
     std::nth_element(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(middle),
-                     items.end(), [axis](const BoxItem& a, const BoxItem& b) {
+                     items.end(), [axis](const BvhItem& a, const BvhItem& b) {
                          return Coordinate(a, axis) < Coordinate(b, axis);
                      });
     return middle;
 }
 
 /// Puts the items of the left child first. @return their number, neither none nor all
-std::size_t Divide(Items items, int depth)
+std::size_t Partition(Items items, int depth)
 {
-    if (depth > kDeepestChoice) return Halve(items);
-    const Cut cut = ChooseCut(items);
-    if (cut.dimension < 0) return Halve(items);
-    const auto right = std::partition(items.begin(), items.end(), [&](const BoxItem& item) {
-        return Coordinate(item, cut.dimension) < cut.at;
+    if (depth > kMaxChoiceDepth) return Halve(items);
+    const Split split = ChooseSplit(items);
+    if (split.dimension < 0) return Halve(items);
+    const auto right = std::partition(items.begin(), items.end(), [&](const BvhItem& item) {
+        return Coordinate(item, split.dimension) < split.at;
     });
     const auto left = static_cast<std::size_t>(right - items.begin());
     return left == 0 || left == items.size() ? Halve(items) : left;
 }
 
-/// Divides nodes of some items that lie side by side.
-struct Divider {
-    BoxTree& tree;
+/// Splits the nodes of a range of items.
+struct Splitter {
+    Bvh& tree;
     Items items;
     int first; ///< number of the first item
-    int most;  ///< a node of so many is not divided
+    int most;  ///< a node of up to so many is left for later
 
-    Items In(const BoxRange& range) const
+    Items In(const ItemRange& range) const
     {
         return items.subspan(static_cast<std::size_t>(range.first - first),
                              static_cast<std::size_t>(range.Count()));
     }
-    BoxRange Left(const BoxRange& range, int depth) const
+    ItemRange Left(const ItemRange& range, int depth) const
     {
-        return {range.first, range.first + static_cast<int>(Divide(In(range), depth))};
+        return {range.first, range.first + static_cast<int>(Partition(In(range), depth))};
     }
 
-    /// Adds a node to a quad, or instead of it its children.
-    void AddLane(BoxQuad& quad, const BoxRange& range, int depth, bool divide) const
+    /// Adds a node to a wide node, or its children in its place.
+    void AddLane(WideNode& wide, const ItemRange& range, int depth, bool split) const
     {
-        if (divide && range.Count() > kItemsPerLeaf) {
-            const BoxRange left = Left(range, depth);
-            AddLane(quad, left, depth + 1, false);
-            AddLane(quad, {left.last, range.last}, depth + 1, false);
+        if (split && range.Count() > kItemsPerLeaf) {
+            const ItemRange left = Left(range, depth);
+            AddLane(wide, left, depth + 1, false);
+            AddLane(wide, {left.last, range.last}, depth + 1, false);
         } else {
-            quad.items[quad.count++] = range;
+            wide.items[wide.count++] = range;
         }
     }
 
     /// @return what stands in `below` for a node
-    int Below(const BoxRange& range, int depth) const
+    int Below(const ItemRange& range, int depth) const
     {
         if (range.Count() <= kItemsPerLeaf) return -tree.leafCount++;
-        return range.Count() > most ? MakeQuad(range, depth) : BoxQuad::kUngrown;
+        return range.Count() > most ? MakeWide(range, depth) : WideNode::kUnbuilt;
     }
 
-    int MakeQuad(const BoxRange& range, int depth) const
+    int MakeWide(const ItemRange& range, int depth) const
     {
-        tree.quad.Reach(tree.quadCount + 1);
-        const int q = tree.quadCount++;
-        BoxQuad& quad = tree.quad[q];
-        const BoxRange left = Left(range, depth);
-        AddLane(quad, left, depth + 1, true);
-        AddLane(quad, {left.last, range.last}, depth + 1, true);
-        for (int lane = 0; lane < quad.count; ++lane)
-            quad.below[lane] = Below(quad.items[lane], depth + 2);
+        tree.wide.EnsureSize(tree.wideCount + 1);
+        const int q = tree.wideCount++;
+        WideNode& wide = tree.wide[q];
+        const ItemRange left = Left(range, depth);
+        AddLane(wide, left, depth + 1, true);
+        AddLane(wide, {left.last, range.last}, depth + 1, true);
+        for (int lane = 0; lane < wide.count; ++lane)
+            wide.below[lane] = Below(wide.items[lane], depth + 2);
         return q;
     }
 };
 
 } // namespace
 
-BoxTree BuildBoxTree(Items items)
+Bvh BuildBvh(Items items)
 {
-    BoxTree tree;
+    Bvh tree;
     if (items.empty()) return tree;
-    tree.quadCount = 1;
-    tree.quad.Reach(1);
-    BoxQuad& root = tree.quad[0];
+    tree.wideCount = 1;
+    tree.wide.EnsureSize(1);
+    WideNode& root = tree.wide[0];
     root.count = 1;
     root.items[0] = {0, static_cast<int>(items.size())};
-    root.below[0] = Divider{tree, items, 0, kCrowd}.Below(root.items[0], 0);
+    root.below[0] = Splitter{tree, items, 0, kLazyItems}.Below(root.items[0], 0);
     return tree;
 }
 
-int GrowBoxTree(BoxTree& tree, const BoxRange& crowd, Items items)
+int BuildSubtree(Bvh& tree, const ItemRange& range, Items items)
 {
-    return Divider{tree, items, crowd.first, kItemsPerLeaf}.MakeQuad(crowd, 0);
+    return Splitter{tree, items, range.first, kItemsPerLeaf}.MakeWide(range, 0);
 }

@@ -1,6 +1,6 @@
-// A binary tree over triangles in space: the hierarchy of both sides of a query. It is an order of
-// the items and where it is cut; what is kept for each node is the owner's. It grows as queries go
-// into it, since most of a solid is never looked at closely.
+// A bounding volume hierarchy over triangles, the shape of it: an order of the items, and where
+// each node is split. What is kept for each node is the owner's. It is built lazily, since most of
+// a solid is never looked at closely.
 #ifndef SCAPI_BVH_BVH_H
 #define SCAPI_BVH_BVH_H
 
@@ -10,49 +10,51 @@
 
 #include "bvh/block_array.h"
 
-constexpr int kItemsPerLeaf = 4; ///< at the most
-constexpr int kCrowd = 1024;     ///< nodes of up to so many items are left undivided at first
+constexpr int kItemsPerLeaf = 4; ///< at most
+constexpr int kLazyItems = 1024; ///< a node of up to so many items is split only when first needed
 
-/// What is given for each item: a triangle, finite, and which way it faces.
-struct BoxItem {
+/// A triangle, with finite coordinates, as the builder needs it.
+struct BvhItem {
     float corner[3][3];
     float normal[3];
     std::int32_t item; ///< the caller's number
 };
 
-/// The items of a node: from first, up to last.
-struct BoxRange {
+/// The items of a node: from `first`, up to `last` without it.
+struct ItemRange {
     std::int32_t first, last;
 
     std::int32_t Count() const { return last - first; }
 };
 
-/// Up to four nodes, taken together: below the first one, which holds the root alone, the children
-/// of the children of a node, or a child itself that is not divided. So a walk goes down two levels
-/// at once.
-struct BoxQuad {
-    /// What stands in `below` for a node that has yet to be divided.
-    static constexpr std::int32_t kUngrown = INT_MIN;
+/// Up to four nodes that are tested together: the grandchildren of a node, or a child itself where
+/// that is not split. A traversal so descends two levels of the binary tree at once. The first wide
+/// node holds the root alone.
+struct WideNode {
+    /// In `below`, for a node whose subtree is not built yet.
+    static constexpr std::int32_t kUnbuilt = INT_MIN;
 
     std::int32_t count;
-    BoxRange items[4];
-    std::int32_t below[4]; ///< the quad below each, or for a leaf its number, negative or 0
+    ItemRange items[4];
+    std::int32_t below[4]; ///< wide node below each node, or for a leaf its number, negative or 0
 
-    bool IsLeaf(int lane) const { return below[lane] <= 0 && below[lane] != kUngrown; }
+    bool IsLeaf(int lane) const { return below[lane] <= 0 && below[lane] != kUnbuilt; }
 };
 
-struct BoxTree {
-    int quadCount = 0, leafCount = 0;
-    Blocks<BoxQuad> quad; ///< children behind their node
+struct Bvh {
+    int wideCount = 0, leafCount = 0;
+    BlockArray<WideNode> wide; ///< each after the one that it is below
 };
 
-/// Builds a tree over items, down to crowds, and puts them into its order. Neither the tree nor
-/// what grows in a crowd is deeper than 100.
-BoxTree BuildBoxTree(std::span<BoxItem> items);
+/// Builds a hierarchy, down to nodes of kLazyItems, and reorders the items to match. Neither it nor
+/// a subtree built later is deeper than 100 levels.
+Bvh BuildBvh(std::span<BvhItem> items);
 
-/// Divides a crowd down to leaves.
-/// @param items  of the crowd; come out in their order
-/// @return the quad that is to be the one below it
-int GrowBoxTree(BoxTree& tree, const BoxRange& crowd, std::span<BoxItem> items);
+/// Builds the subtree of a node down to leaves. The node is not changed: its `below` is the
+/// caller's to set.
+/// @param range  of the node
+/// @param items  those of the node; reordered to match
+/// @return the wide node that belongs below it
+int BuildSubtree(Bvh& tree, const ItemRange& range, std::span<BvhItem> items);
 
 #endif

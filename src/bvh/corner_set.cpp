@@ -2,21 +2,21 @@
 
 #include <algorithm>
 
-FewCorners GatherCorners(std::span<const Mover> movers)
+CornerSet GatherCorners(std::span<const Probe> probes)
 {
-    constexpr std::size_t kMost = static_cast<std::size_t>(kLanes) * FewCorners::kMostGroups;
+    constexpr std::size_t kMost = static_cast<std::size_t>(kLanes) * CornerSet::kMaxGroups;
     std::array<Point3, kMost> found;
     std::size_t count = 0;
-    if (std::ranges::any_of(movers, &Mover::hasForeign)) return {};
-    for (const Mover& mover : movers)
-        for (const auto& corner : mover.corner) {
+    if (std::ranges::any_of(probes, &Probe::hasForeign)) return {};
+    for (const Probe& probe : probes)
+        for (const auto& corner : probe.corner) {
             const Point3 point{corner[0], corner[1], corner[2]};
             const auto end = found.begin() + static_cast<std::ptrdiff_t>(count);
             if (std::find(found.begin(), end, point) != end) continue;
             if (count == kMost) return {};
             found[count++] = point;
         }
-    FewCorners corners{};
+    CornerSet corners{};
     corners.groups = static_cast<int>((count + kLanes - 1) / kLanes);
     for (std::size_t i = 0; i < static_cast<std::size_t>(corners.groups) * kLanes; ++i)
         for (std::size_t r = 0; r < 3; ++r)
@@ -24,15 +24,15 @@ FewCorners GatherCorners(std::span<const Mover> movers)
     return corners;
 }
 
-FewCorners CornersOfLeaf(std::span<const Mover> movers)
+CornerSet CornersOfLeaf(std::span<const Probe> probes)
 {
-    static_assert(kItemsPerLeaf <= kLanes && FewCorners::kMostGroups >= 3);
-    FewCorners corners;
-    const bool foreign = std::ranges::any_of(movers, &Mover::hasForeign);
+    static_assert(kItemsPerLeaf <= kLanes && CornerSet::kMaxGroups >= 3);
+    CornerSet corners;
+    const bool foreign = std::ranges::any_of(probes, &Probe::hasForeign);
     corners.groups = foreign ? 0 : 3;
     for (int slot = 0; slot < 3; ++slot)
         for (int r = 0; r < 3; ++r)
             for (std::size_t i = 0; i < kLanes; ++i)
-                corners.at[slot][r][i] = movers[i < movers.size() ? i : 0].corner[slot][r];
+                corners.at[slot][r][i] = probes[i < probes.size() ? i : 0].corner[slot][r];
     return corners;
 }

@@ -3,13 +3,13 @@
 
 #include <span>
 
-#include "bvh/query_trees.h"
+#include "bvh/probe_nodes.h"
 
-/// Gathers the corners of a few movers, each once. @return none when there are too many, or when an
-/// edge of theirs runs elsewhere
-FewCorners GatherCorners(std::span<const Mover> movers);
+/// Gathers the corners of a few probes, each once.
+/// @return no groups when there are too many, or when an edge of theirs is foreign
+CornerSet GatherCorners(std::span<const Probe> probes);
 
-/// The same for a leaf, with those that movers share once for each.
-FewCorners CornersOfLeaf(std::span<const Mover> movers);
+/// The same for a leaf, without looking for corners that probes share.
+CornerSet CornersOfLeaf(std::span<const Probe> probes);
 
 #endif

@@ -1,4 +1,5 @@
-// What the builders of both trees of a solid share.
+// Fills in the bounds of the nodes of a hierarchy, bottom up: what both hierarchies of a solid
+// share.
 #ifndef SCAPI_BVH_FILL_H
 #define SCAPI_BVH_FILL_H
 
@@ -7,63 +8,61 @@
 
 #include "bvh/query_trees.h"
 
-/// @return a place for trees, made if there is none
-QueryTrees& TreesOf(SOLIDC& solid);
-
 /// A triangle for the tree.
-BoxItem MakeItem(const float (*corner)[3], const float* normal, int item);
+BvhItem MakeItem(const float (*corner)[3], const float* normal, int item);
 
-/// The length of a side, to either side of its rounding.
+/// Bounds on the length of a side.
 struct SideLength {
-    float least, most;
+    float least, most; ///< with all rounding (Lemma 1)
 };
 SideLength LengthOf(const float* a, const float* b);
 
-/// What is merged on the way up a tree.
-struct MergedNode {
+/// What is merged on the way up.
+struct NodeSummary {
     float bounds[6];      ///< along the coordinate axes
     NormalBounds normals; ///< of the triangles themselves
-    OrientedBox box;      ///< the smaller of the bounds and one fitted to points
+    Obb box;              ///< the smaller of the bounds and one fitted to points
 };
 
-MergedNode EmptyNode();
-void Merge(MergedNode& node, const MergedNode& below);
+NodeSummary EmptyNode();
+void Merge(NodeSummary& node, const NodeSummary& below);
 
 /// Fits a box to points, or takes the bounds where they are smaller.
 /// @param pad  by which the box has to be wider than the points
-void ChooseBox(MergedNode& node, std::span<const Point3> points, double pad);
+void ChooseBox(NodeSummary& node, std::span<const Point3> points, double pad);
 
-/// Up to this many items a node's box is fitted to them; above it, to the boxes below that were.
-constexpr int kMostFitted = 4096;
+/// Up to this many items a node's box is fitted to them; above it, to the fitted boxes below.
+constexpr int kMaxFitted = 4096;
 
-static_assert(kCrowd <= kMostFitted && kFew <= kCrowd);
+static_assert(kLazyItems <= kMaxFitted && kMaxCornerSetItems <= kLazyItems);
 
-inline bool IsFitted(const BoxRange& items) { return items.Count() <= kMostFitted; }
+inline bool IsFitted(const ItemRange& items) { return items.Count() <= kMaxFitted; }
 
-/// Goes through a lane and all that is grown below it, children first, as deep as half the tree. Of
-/// each the builder is asked for:
+/// Fills in a node and all that is built below it, children first; the recursion is half as deep as
+/// the tree. The builder is asked for, of each:
 /// - Prepare(items), of the topmost nodes that are fitted;
-/// - a Node with `merged`, which starts as EmptyNode(), and where nothing is grown goes through
-///   ReadItems(items, node), else through Merge(node, below) for each node below it;
-/// - PointsOf(items, pad), what the box of a fitted node has to hold;
-/// - Finish(items, node, quad, lane), when the box is chosen.
+/// - a Node with `merged`, which starts as EmptyNode() and takes ReadItems(items, node) where
+/// nothing
+///   is built below, else Merge(node, below) for each node below;
+/// - PointsOf(items, pad), the points that the box of a fitted node has to hold;
+/// - Finish(items, node, wide, lane), when the box is chosen.
 /// @param corners   of the fitted boxes found so far
 /// @param prepared  whether the items are
 template <class Builder>
-typename Builder::Node FillLane(Builder& build, const BoxTree& tree, int q, int lane,
+typename Builder::Node FillLane(Builder& build, const Bvh& tree, int q, int lane,
                                 std::vector<Point3>& corners, bool prepared = false)
 {
-    const BoxQuad& quad = tree.quad[q];
-    const BoxRange& items = quad.items[lane];
+    const WideNode& wide = tree.wide[q];
+    const ItemRange& items = wide.items[lane];
     const bool fitted = IsFitted(items);
     if (fitted && !prepared) build.Prepare(items);
     const std::size_t first = corners.size();
     typename Builder::Node node = build.EmptyNode();
-    const int below = quad.below[lane];
+    const int below = wide.below[lane];
     if (below <= 0)
         build.ReadItems(items, node);
     else
-        for (int child = 0; child < tree.quad[below].count; ++child)
+        for (int child = 0; child < tree.wide[below].count; ++child)
             build.Merge(node, FillLane(build, tree, below, child, corners, fitted));
     double pad = 0;
     const auto points =
@@ -77,22 +76,22 @@ typename Builder::Node FillLane(Builder& build, const BoxTree& tree, int q, int 
     return node;
 }
 
-/// Fills in what has grown below a crowd, and only then joins it to the tree: where memory runs out
-/// in between, the crowd is still one.
-/// @return the quad below
+/// Fills in a new subtree and only then joins it to its node: if memory runs out in between, the
+/// node is still unbuilt.
+/// @return the wide node below
 template <class Builder>
-int FillCrowd(Builder& build, const BoxTree& tree, int quad, int lane, int below)
+int FillSubtree(Builder& build, const Bvh& tree, int wide, int lane, int below)
 {
     std::vector<Point3> corners;
-    build.Prepare(tree.quad[quad].items[lane]);
-    for (int child = 0; child < tree.quad[below].count; ++child)
+    build.Prepare(tree.wide[wide].items[lane]);
+    for (int child = 0; child < tree.wide[below].count; ++child)
         FillLane(build, tree, below, child, corners, true);
-    return tree.quad[quad].below[lane] = below;
+    return tree.wide[wide].below[lane] = below;
 }
 
-/// Moves what belongs to some items into the order that they have come into.
+/// Reorders records as their items have been.
 template <class Record>
-void Reorder(std::span<Record> records, std::span<const BoxItem> items)
+void Reorder(std::span<Record> records, std::span<const BvhItem> items)
 {
     const std::vector<Record> before(records.begin(), records.end());
     for (std::size_t i = 0; i < items.size(); ++i)

@@ -7,34 +7,27 @@
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
 
-// Crossing points. PointInsideTriangle takes a point P when c_i * (P - T_i) < t for all three
-// sides, where c_i is the side's vector times the normal, all floats. With the very floats that the
-// test uses, this is a triangle again, larger by t over the length of each side: its corners are
-// where two of the lines c_i * (P - T_i) = t meet. The only rounding in it is that of P - T_i,
-// which is as small as the triangle however far that is from the origin; corners of slivers move by
-// many times of what their sides do. P also lies near the plane: on it, up to its own rounding,
-// when it was computed for this triangle; within three tolerances when it was carried over, because
-// then the edge runs almost parallel to the plane with an end within one.
-//
-// In the plane. Where lines cross, SegmentsIntersecting asks for a point within a tolerance of
-// both. Where it calls them parallel it compares ends by spheres: that room is the query's to give,
-// since it shrinks with the length of the edge.
+// PointInsideTriangle takes a point P when c_i . (P - T_i) < t for all three sides, where c_i is
+// the side's vector times the normal, in floats. Taken with these very floats that is a larger
+// triangle: its corners are where two of the lines c_i . (P - T_i) = t meet. The only rounding left
+// is that of P - T_i, which is relative to the triangle's size, however far it is from the origin;
+// but the tips of slivers move by many times that.
 
 namespace
 {
 
-constexpr double kThickness = 4e-4; ///< more than three contact tolerances
+constexpr double kThickness = 4e-4; ///< above three contact tolerances
 constexpr double kTwoContacts = 2e-4;
-constexpr double kRounding = 1e-6;  ///< of floats, some times over, relative
-constexpr double kOnce = 6.1e-8;    ///< of one float, relative
-constexpr double kLeastSine = 1e-5; ///< of the angle between two sides
-constexpr double kMostGrowth = 1e3; ///< of the larger triangle over the sides
+constexpr double kRounding = 1e-6; ///< of a few float operations, relative
+constexpr double kOnce = 6.1e-8;   ///< of one float operation, relative
+constexpr double kMinSine = 1e-5;  ///< of the angle between two sides
+constexpr double kMaxGrowth = 1e3; ///< of the larger triangle over the sides
 
 using Vector = std::array<double, 3>;
 
 struct SideLine {
     Vector c;      ///< outward, not unit
-    double offset; ///< c * (P - T0) is below it, but for rounding
+    double offset; ///< bound on c . (P - T0), but for rounding
     double length; ///< of c
 };
 
@@ -52,15 +45,15 @@ SideLine MakeSide(const float (*corners)[3], const float* normal, int i)
     return side;
 }
 
-/// Where two side lines meet in the plane, relative to corner 0: x with c_i * x = offset_i.
-/// @param slack  by which both lie farther out
-/// @return false when they run too nearly alike, or turn the wrong way
+/// Intersection of two side lines in the plane, relative to corner 0: x with c_i . x = offset_i.
+/// @param slack  distance by which both are moved outwards
+/// @return false when they are nearly parallel, or run around the wrong way
 bool Meet(const SideLine& a, const SideLine& b, const Vector& normal, double slack, Vector& x)
 {
     const double determinant = normal[0] * (a.c[1] * b.c[2] - a.c[2] * b.c[1]) +
                                normal[1] * (a.c[2] * b.c[0] - a.c[0] * b.c[2]) +
                                normal[2] * (a.c[0] * b.c[1] - a.c[1] * b.c[0]);
-    if (!(determinant > kLeastSine * a.length * b.length)) return false;
+    if (!(determinant > kMinSine * a.length * b.length)) return false;
     // x = (offset_a * (b x n) + offset_b * (n x a)) / determinant
     const double offsetA = (a.offset + slack * a.length) / determinant,
                  offsetB = (b.offset + slack * b.length) / determinant;
@@ -73,7 +66,7 @@ bool Meet(const SideLine& a, const SideLine& b, const Vector& normal, double sla
 }
 
 /// Corners of the larger triangle, relative to corner 0.
-/// @param height  the most by which P can lie off the plane through that corner
+/// @param height  greatest distance of P from the plane through that corner
 /// @return false when it cannot be bounded
 bool LargerTriangle(const float (*corners)[3], const float* plane, double height,
                     std::array<Vector, 3>& larger)
@@ -82,8 +75,8 @@ bool LargerTriangle(const float (*corners)[3], const float* plane, double height
     std::array<SideLine, 3> sides{};
     for (int i = 0; i < 3; ++i) sides[static_cast<std::size_t>(i)] = MakeSide(corners, plane, i);
     const double longest = std::max({sides[0].length, sides[1].length, sides[2].length});
-    // The more slack the farther it reaches, and the farther the more.
-    for (double growth = 1.5; growth < kMostGrowth; growth *= 4) {
+    // The slack grows with the size of the result: try sizes until one holds.
+    for (double growth = 1.5; growth < kMaxGrowth; growth *= 4) {
         const double most = growth * longest, slack = kOnce * (most + longest) + 4 * kOnce * height;
         double farthest = 0;
         for (std::size_t i = 0; i < 3; ++i) {
@@ -97,50 +90,53 @@ bool LargerTriangle(const float (*corners)[3], const float* plane, double height
 
 } // namespace
 
-bool CalcHitRegion(const float (*corners)[3], const float* plane, double reach, HitRegion& region)
+bool CalcHitRegion(const float (*corners)[3], const float* plane, double maxCoordinate,
+                   HitRegion& region)
 {
-    // The plane of the floats may pass corner 0 by: points on it lie by so much beside.
-    const double rounding = kRounding * reach,
-                 besides = std::fabs(dot(plane, corners[0]) + plane[3]) + kTwoContacts + rounding;
+    // The plane as floats need not contain corner 0.
+    const double rounding = kRounding * maxCoordinate,
+                 offset = std::fabs(dot(plane, corners[0]) + plane[3]) + kTwoContacts + rounding;
     std::array<Vector, 3> larger{};
-    if (!LargerTriangle(corners, plane, kThickness + besides, larger)) return false;
+    if (!LargerTriangle(corners, plane, kThickness + offset, larger)) return false;
     for (int axis = 0; axis < 3; ++axis) {
         for (std::size_t i = 0; i < 3; ++i)
             region.corner[i][axis] =
                 float(corners[0][axis] + larger[i][static_cast<std::size_t>(axis)]);
-        const double margin = kThickness * std::fabs(double(plane[axis])) + besides + 3 * rounding;
+        const double margin = kThickness * std::fabs(double(plane[axis])) + offset + 3 * rounding;
         const auto [low, high] =
             std::minmax({region.corner[0][axis], region.corner[1][axis], region.corner[2][axis]});
         region.box[axis] = RoundDown(low - margin);
         region.box[axis + 3] = RoundUp(high + margin);
     }
     region.corners = 3;
-    region.pad = RoundUp(kThickness + besides + 4 * rounding);
+    region.pad = RoundUp(kThickness + offset + 4 * rounding);
     return true;
 }
 
 bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const float* plane)
 {
-    constexpr double kFrom = -1.001, kTo = 2.001; // of the way from the first end to the second
-    double reach = 0;
+    constexpr double kFrom = -1.001, kTo = 2.001; // 0 at the first end, 1 at the second
+    double maxCoordinate = 0;
     for (int axis = 0; axis < 3; ++axis) {
-        for (int i = 0; i < 2; ++i) reach = std::max(reach, 3 * std::fabs(double(edge[i][axis])));
-        for (int i = 0; i < 3; ++i) reach = std::max(reach, std::fabs(double(corners[i][axis])));
+        for (int i = 0; i < 2; ++i)
+            maxCoordinate = std::max(maxCoordinate, 3 * std::fabs(double(edge[i][axis])));
+        for (int i = 0; i < 3; ++i)
+            maxCoordinate = std::max(maxCoordinate, std::fabs(double(corners[i][axis])));
     }
-    // What of the way is inside all three sides.
+    // The part of the edge's line inside all three sides.
     double from = kFrom, to = kTo;
     for (int i = 0; i < 3; ++i) {
         const SideLine side = MakeSide(corners, plane, i);
-        Vector first{}, way{};
+        Vector first{}, vector{};
         for (std::size_t axis = 0; axis < 3; ++axis) {
             first[axis] = double(edge[0][axis]) - corners[0][axis];
-            way[axis] = double(edge[1][axis]) - edge[0][axis];
+            vector[axis] = double(edge[1][axis]) - edge[0][axis];
         }
-        const double slack = 4 * kRounding * reach * side.length;
-        const double start = side.offset + slack - Dot(side.c, first), climb = Dot(side.c, way);
-        if (climb > 0) to = std::min(to, start / climb);
-        if (climb < 0) from = std::max(from, start / climb);
-        if (climb == 0 && start < 0) return false;
+        const double slack = 4 * kRounding * maxCoordinate * side.length;
+        const double start = side.offset + slack - Dot(side.c, first), slope = Dot(side.c, vector);
+        if (slope > 0) to = std::min(to, start / slope);
+        if (slope < 0) from = std::max(from, start / slope);
+        if (slope == 0 && start < 0) return false;
     }
     return from <= to;
 }

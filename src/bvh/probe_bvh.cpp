@@ -1,4 +1,4 @@
-// The tree over a solid's triangles as movers.
+// Builds the hierarchy of probes.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -13,14 +13,14 @@
 namespace
 {
 
-Mover::Side SideOf(const SOLIDC& solid, int index, int slot)
+Probe::Side SideOf(const SOLIDC& solid, int index, int slot)
 {
     const T_LIST& triangle = solid.triangles[index];
-    if (!InRange(triangle.edge[slot], solid.edgeCount)) return Mover::kNotOwn;
+    if (!InRange(triangle.edge[slot], solid.edgeCount)) return Probe::kNotOwn;
     const EdgeRec& edge = solid.edges[triangle.edge[slot]];
     const int here = triangle.vertex[slot], before = triangle.vertex[PreviousSlot(slot)];
-    if (edge.vertex[0] == here && edge.vertex[1] == before) return Mover::kBackward;
-    return edge.vertex[0] == before && edge.vertex[1] == here ? Mover::kForward : Mover::kForeign;
+    if (edge.vertex[0] == here && edge.vertex[1] == before) return Probe::kBackward;
+    return edge.vertex[0] == before && edge.vertex[1] == here ? Probe::kForward : Probe::kForeign;
 }
 
 bool OwnsEdge(const SOLIDC& solid, int index, int slot)
@@ -28,14 +28,14 @@ bool OwnsEdge(const SOLIDC& solid, int index, int slot)
     return AcrossEdge(solid.edges[solid.triangles[index].edge[slot]], index) > index;
 }
 
-/// Calls `visit` with two or three points for each thing whose lines hit: a mover's corners, and
-/// the ends of edges that run elsewhere.
+/// Calls `visit` with the corners of a probe, three points, and with the ends of its foreign edges,
+/// two each: between them run all edges that it gives.
 template <class Visit>
-void VisitShapes(const SOLIDC& solid, const Mover& mover, Visit visit)
+void VisitShapes(const SOLIDC& solid, const Probe& probe, Visit visit)
 {
-    visit(std::span<const float[3]>(mover.corner));
-    if (!mover.hasForeign) return;
-    for (const int e : solid.triangles[mover.index].edge) {
+    visit(std::span<const float[3]>(probe.corner));
+    if (!probe.hasForeign) return;
+    for (const int e : solid.triangles[probe.index].edge) {
         if (!InRange(e, solid.edgeCount)) continue;
         float ends[2][3];
         for (int end = 0; end < 2; ++end)
@@ -44,7 +44,7 @@ void VisitShapes(const SOLIDC& solid, const Mover& mover, Visit visit)
     }
 }
 
-/// Where the vertices of a triangle are, which need not be where its corners are.
+/// The vertices of a triangle, which merging may have moved away from its corners.
 void ReadCorners(const SOLIDC& solid, int triangle, float (*corner)[3])
 {
     for (int slot = 0; slot < 3; ++slot)
@@ -52,43 +52,43 @@ void ReadCorners(const SOLIDC& solid, int triangle, float (*corner)[3])
                     corner[slot]);
 }
 
-Mover MakeMover(const SOLIDC& solid, int index)
+Probe MakeProbe(const SOLIDC& solid, int index)
 {
     const T_LIST& triangle = solid.triangles[index];
-    Mover mover{};
-    mover.index = index;
-    std::copy_n(triangle.normal, 3, mover.normal);
-    ReadCorners(solid, index, mover.corner);
+    Probe probe{};
+    probe.index = index;
+    std::copy_n(triangle.normal, 3, probe.normal);
+    ReadCorners(solid, index, probe.corner);
     for (int slot = 0; slot < 3; ++slot) {
-        Mover::Side& side = mover.side[slot] = SideOf(solid, index, slot);
-        if (side == Mover::kForeign) mover.hasForeign = true;
-        if (side != Mover::kNotOwn && !OwnsEdge(solid, index, slot)) side = Mover::kNotOwn;
-        const double length = distance(mover.corner[slot], mover.corner[PreviousSlot(slot)]);
-        mover.perLength[slot] = length > 0 ? RoundUp(1 / length) : 0;
+        Probe::Side& side = probe.side[slot] = SideOf(solid, index, slot);
+        if (side == Probe::kForeign) probe.hasForeign = true;
+        if (side != Probe::kNotOwn && !OwnsEdge(solid, index, slot)) side = Probe::kNotOwn;
+        const double length = distance(probe.corner[slot], probe.corner[PreviousSlot(slot)]);
+        probe.perLength[slot] = length > 0 ? RoundUp(1 / length) : 0;
     }
-    return mover;
+    return probe;
 }
 
-/// The normals of a mover and of the triangles across its edges.
-void AddNormalsAround(const SOLIDC& solid, const Mover& mover, NormalBounds& bounds)
+/// The normals of a probe and of the triangles across its edges.
+void AddNormalsAround(const SOLIDC& solid, const Probe& probe, NormalBounds& bounds)
 {
-    AddNormals(bounds, mover.normal, mover.normal);
-    for (const int e : solid.triangles[mover.index].edge) {
+    AddNormals(bounds, probe.normal, probe.normal);
+    for (const int e : solid.triangles[probe.index].edge) {
         if (!InRange(e, solid.edgeCount)) continue;
-        const float* normal = solid.triangles[AcrossEdge(solid.edges[e], mover.index)].normal;
+        const float* normal = solid.triangles[AcrossEdge(solid.edges[e], probe.index)].normal;
         AddNormals(bounds, normal, normal);
     }
 }
 
-/// What is merged for MoverBoxes.
-struct MoverNode {
-    MergedNode merged;
-    NormalBounds around; ///< of the normals of the neighbours too
+/// What is merged upwards for ProbeNodes.
+struct ProbeSummary {
+    NodeSummary merged;
+    NormalBounds around; ///< those of neighbours included
     float longest = 0, shortest = kEmptyExtreme;
 };
 
 /// The corners of a node along the first axis of its box, sorted into bins.
-struct Occupied {
+struct CornerHistogram {
     struct Bin {
         double low = HUGE_VAL, high = -HUGE_VAL;
     };
@@ -105,30 +105,30 @@ struct Occupied {
     }
 };
 
-/// The widest stretch without a corner: long triangles in rows leave most of a node bare.
-void SetBare(const Occupied& occupied, double longest, MoverBoxes& boxes, int lane)
+/// The widest stretch without a corner: long triangles in rows leave most of a node cornerGap.
+void SetCornerGap(const CornerHistogram& histogram, double longest, ProbeNodes& nodes, int lane)
 {
     float from = 0, to = 0;
-    double last = -occupied.half;
-    // The axes are not at right angles to the last bit.
-    const double room = 1e-6 * (longest + occupied.half);
-    for (const Occupied::Bin& bin : occupied.bins) {
+    double last = -histogram.half;
+    // Axes are rounded: neither unit nor at right angles (Lemma 1).
+    const double error = 1e-6 * (longest + histogram.half);
+    for (const CornerHistogram::Bin& bin : histogram.bins) {
         if (!(bin.low <= bin.high)) continue;
-        if (bin.low - last > to - from + 2 * room) {
-            from = RoundUp(last + room);
-            to = RoundDown(bin.low - room);
+        if (bin.low - last > to - from + 2 * error) {
+            from = RoundUp(last + error);
+            to = RoundDown(bin.low - error);
         }
         last = bin.high;
     }
-    boxes.bare[0][lane] = from;
-    boxes.bare[1][lane] = to;
+    nodes.cornerGap[0][lane] = from;
+    nodes.cornerGap[1][lane] = to;
 }
 
-/// What is measured along the axes of a node's box.
+/// What is measured of a node along the axes of its box.
 struct Measures {
-    const OrientedBox& box;
-    Occupied occupied{box.half[0]};
-    double extent[3] = {}, slant[3] = {}, shortestAlong = kEmptyExtreme, longestSlant = 0;
+    const Obb& box;
+    CornerHistogram histogram{box.half[0]};
+    double extent[3] = {}, maxCosine[3] = {}, shortestAlong = kEmptyExtreme, longestAcross = 0;
 
     void AddPoints(std::span<const float[3]> points)
     {
@@ -142,72 +142,72 @@ struct Measures {
             extent[axis] = std::max(extent[axis], high - low);
         }
         const double centre = dot(box.axis[0], box.centre);
-        for (const auto& point : points) occupied.Add(dot(box.axis[0], point) - centre);
+        for (const auto& point : points) histogram.Add(dot(box.axis[0], point) - centre);
     }
 
-    void AddSlants(const Mover& mover)
+    void AddCosines(const Probe& probe)
     {
         constexpr double kAlong = 0.1;
         for (int c = 0; c < 3; ++c) {
             float side[3];
-            Subtract(mover.corner[c], mover.corner[PreviousSlot(c)], side);
-            const double perLength = mover.perLength[c];
+            Subtract(probe.corner[c], probe.corner[PreviousSlot(c)], side);
+            const double perLength = probe.perLength[c];
             if (std::fabs(dot(box.axis[0], side)) * perLength > kAlong) {
                 shortestAlong = std::min(shortestAlong, 1 / perLength);
                 continue;
             }
-            longestSlant = std::max(longestSlant, 1 / perLength);
+            longestAcross = std::max(longestAcross, 1 / perLength);
             for (int axis = 0; axis < 3; ++axis)
-                slant[axis] =
-                    std::max(slant[axis], std::fabs(dot(box.axis[axis], side)) * perLength);
+                maxCosine[axis] =
+                    std::max(maxCosine[axis], std::fabs(dot(box.axis[axis], side)) * perLength);
         }
     }
 };
 
 /// Fills in boxes, for FillLane.
-struct MoverBuilder {
-    using Node = MoverNode;
+struct ProbeBuilder {
+    using Node = ProbeSummary;
     const SOLIDC& solid;
-    QueryTrees& trees;
-    // Of the items that were prepared last:
+    ProbeTree& tree;
+    // Of the items prepared last:
     int first = 0;
-    std::vector<Mover> movers{};
+    std::vector<Probe> probes{};
     std::vector<Point3> points{};
 
-    const Mover& MoverAt(int i) const { return movers[static_cast<std::size_t>(i - first)]; }
+    const Probe& ProbeAt(int i) const { return probes[static_cast<std::size_t>(i - first)]; }
 
-    static MoverNode EmptyNode();
-    void Prepare(const BoxRange& items);
-    void ReadItems(const BoxRange& items, MoverNode& node) const;
-    static void Merge(MoverNode& node, const MoverNode& below);
-    std::span<const Point3> PointsOf(const BoxRange& items, double& pad);
-    void Finish(const BoxRange& items, MoverNode& node, int quad, int lane) const;
+    static ProbeSummary EmptyNode();
+    void Prepare(const ItemRange& items);
+    void ReadItems(const ItemRange& items, ProbeSummary& node) const;
+    static void Merge(ProbeSummary& node, const ProbeSummary& below);
+    std::span<const Point3> PointsOf(const ItemRange& items, double& pad);
+    void Finish(const ItemRange& items, ProbeSummary& node, int wide, int lane) const;
 
-    void SetCorners(const BoxRange& items, int quad, int lane) const;
-    void SetMeasures(const BoxRange& items, const MoverNode& node, MoverBoxes& boxes,
+    void SetCorners(const ItemRange& items, int wide, int lane) const;
+    void SetMeasures(const ItemRange& items, const ProbeSummary& node, ProbeNodes& nodes,
                      int lane) const;
 };
 
-MoverNode MoverBuilder::EmptyNode()
+ProbeSummary ProbeBuilder::EmptyNode()
 {
-    MoverNode node{::EmptyNode(), {}};
+    ProbeSummary node{::EmptyNode(), {}};
     ClearNormals(node.around);
     return node;
 }
 
-void MoverBuilder::Prepare(const BoxRange& items)
+void ProbeBuilder::Prepare(const ItemRange& items)
 {
     first = items.first;
-    movers.clear();
+    probes.clear();
     for (int i = items.first; i < items.last; ++i)
-        movers.push_back(MakeMover(solid, trees.moverTriangle[static_cast<std::size_t>(i)]));
+        probes.push_back(MakeProbe(solid, tree.triangle[static_cast<std::size_t>(i)]));
 }
 
-void MoverBuilder::ReadItems(const BoxRange& items, MoverNode& node) const
+void ProbeBuilder::ReadItems(const ItemRange& items, ProbeSummary& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
-        const Mover& mover = MoverAt(i);
-        VisitShapes(solid, mover, [&](std::span<const float[3]> shape) {
+        const Probe& probe = ProbeAt(i);
+        VisitShapes(solid, probe, [&](std::span<const float[3]> shape) {
             for (std::size_t p = 0; p < shape.size(); ++p) {
                 ExtendBbox(node.merged.bounds, shape[p]);
                 const SideLength length = LengthOf(shape[p], shape[(p + 1) % shape.size()]);
@@ -215,12 +215,12 @@ void MoverBuilder::ReadItems(const BoxRange& items, MoverNode& node) const
                 node.shortest = std::min(node.shortest, length.least);
             }
         });
-        AddNormals(node.merged.normals, mover.normal, mover.normal);
-        AddNormalsAround(solid, mover, node.around);
+        AddNormals(node.merged.normals, probe.normal, probe.normal);
+        AddNormalsAround(solid, probe, node.around);
     }
 }
 
-void MoverBuilder::Merge(MoverNode& node, const MoverNode& below)
+void ProbeBuilder::Merge(ProbeSummary& node, const ProbeSummary& below)
 {
     ::Merge(node.merged, below.merged);
     AddNormals(node.around, below.around.low, below.around.high);
@@ -228,124 +228,122 @@ void MoverBuilder::Merge(MoverNode& node, const MoverNode& below)
     node.shortest = std::min(node.shortest, below.shortest);
 }
 
-std::span<const Point3> MoverBuilder::PointsOf(const BoxRange& items, double&)
+std::span<const Point3> ProbeBuilder::PointsOf(const ItemRange& items, double&)
 {
     points.clear();
     for (int i = items.first; i < items.last; ++i)
-        VisitShapes(solid, MoverAt(i), [&](std::span<const float[3]> shape) {
+        VisitShapes(solid, ProbeAt(i), [&](std::span<const float[3]> shape) {
             for (const auto& p : shape) points.push_back({p[0], p[1], p[2]});
         });
     return points;
 }
 
-void MoverBuilder::SetMeasures(const BoxRange& items, const MoverNode& node, MoverBoxes& boxes,
+void ProbeBuilder::SetMeasures(const ItemRange& items, const ProbeSummary& node, ProbeNodes& nodes,
                                int lane) const
 {
-    constexpr int kMostSlants = 256;
+    constexpr int kMaxMeasured = 256;
     Measures measures{node.merged.box};
-    bool slanted = items.Count() <= kMostSlants;
+    bool measured = items.Count() <= kMaxMeasured;
     for (int i = items.first; i < items.last; ++i) {
-        VisitShapes(solid, MoverAt(i),
+        VisitShapes(solid, ProbeAt(i),
                     [&](std::span<const float[3]> shape) { measures.AddPoints(shape); });
-        slanted = slanted && !MoverAt(i).hasForeign;
-        if (slanted) measures.AddSlants(MoverAt(i));
+        measured = measured && !ProbeAt(i).hasForeign;
+        if (measured) measures.AddCosines(ProbeAt(i));
     }
-    SetBare(measures.occupied, node.longest, boxes, lane);
+    SetCornerGap(measures.histogram, node.longest, nodes, lane);
     for (int axis = 0; axis < 3; ++axis) {
-        // The axes are not at right angles to the last bit.
-        boxes.edge[axis][lane] = RoundUp(measures.extent[axis] + 1e-6 * node.longest);
-        if (slanted) boxes.slant[axis][lane] = RoundUp(measures.slant[axis] + 2e-6);
+        // Axes are rounded (Lemma 1).
+        nodes.edgeExtent[axis][lane] = RoundUp(measures.extent[axis] + 1e-6 * node.longest);
+        if (measured) nodes.maxCosine[axis][lane] = RoundUp(measures.maxCosine[axis] + 2e-6);
     }
-    if (!slanted) return;
-    boxes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
-    boxes.longestSlant[lane] = RoundUp(measures.longestSlant * 1.00001);
+    if (!measured) return;
+    nodes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
+    nodes.longestAcross[lane] = RoundUp(measures.longestAcross * 1.00001);
 }
 
-void MoverBuilder::SetCorners(const BoxRange& items, int quad, int lane) const
+void ProbeBuilder::SetCorners(const ItemRange& items, int wide, int lane) const
 {
-    const FewCorners corners = GatherCorners({&MoverAt(items.first), std::size_t(items.Count())});
+    const CornerSet corners = GatherCorners({&ProbeAt(items.first), std::size_t(items.Count())});
     if (corners.groups == 0) return;
-    const int number = ++trees.fewCornersCount;
-    trees.fewCorners.Reach(number + 1);
-    trees.fewCorners[number] = corners;
-    trees.fewCornersNumber[quad][static_cast<std::size_t>(lane)] = number;
+    const int number = ++tree.cornerSetCount;
+    tree.cornerSets.EnsureSize(number + 1);
+    tree.cornerSets[number] = corners;
+    tree.cornerSetIndex[wide][static_cast<std::size_t>(lane)] = number;
 }
 
-void MoverBuilder::Finish(const BoxRange& items, MoverNode& node, int quad, int lane) const
+void ProbeBuilder::Finish(const ItemRange& items, ProbeSummary& node, int wide, int lane) const
 {
-    OrientedBox& box = node.merged.box;
+    Obb& box = node.merged.box;
     const int longest = LargestAxis(box.half);
     std::swap(box.axis[0], box.axis[longest]);
     std::swap(box.half[0], box.half[longest]);
-    trees.moverBoxes.Reach(quad + 1);
-    MoverBoxes& boxes = trees.moverBoxes[quad];
-    SetLane(boxes.box, lane, box);
-    boxes.longest[lane] = boxes.longestSlant[lane] = node.longest;
-    boxes.shortest[lane] = boxes.shortestAlong[lane] = node.shortest;
-    boxes.bare[0][lane] = boxes.bare[1][lane] = 0;
+    tree.nodes.EnsureSize(wide + 1);
+    ProbeNodes& nodes = tree.nodes[wide];
+    SetLane(nodes.box, lane, box);
+    nodes.longest[lane] = nodes.longestAcross[lane] = node.longest;
+    nodes.shortest[lane] = nodes.shortestAlong[lane] = node.shortest;
+    nodes.cornerGap[0][lane] = nodes.cornerGap[1][lane] = 0;
     for (int i = 0; i < 3; ++i) {
-        boxes.low[i][lane] = node.around.low[i];
-        boxes.high[i][lane] = node.around.high[i];
-        boxes.edge[i][lane] = node.longest;
-        boxes.slant[i][lane] = 1;
+        nodes.low[i][lane] = node.around.low[i];
+        nodes.high[i][lane] = node.around.high[i];
+        nodes.edgeExtent[i][lane] = node.longest;
+        nodes.maxCosine[i][lane] = 1;
     }
-    if (IsFitted(items)) SetMeasures(items, node, boxes, lane);
-    if (lane == 0)
-        boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
-    trees.fewCorners.Reach(1);
-    trees.fewCornersNumber.Reach(quad + 1);
-    if (trees.moverTree.quad[quad].IsLeaf(lane)) {
+    if (IsFitted(items)) SetMeasures(items, node, nodes, lane);
+    if (lane == 0) nodes = SplatLane(nodes, 0); // lanes without a node get sane numbers
+    tree.cornerSets.EnsureSize(1);
+    tree.cornerSetIndex.EnsureSize(wide + 1);
+    if (tree.bvh.wide[wide].IsLeaf(lane)) {
         for (int i = items.first; i < items.last; ++i)
-            trees.mover[static_cast<std::size_t>(i)] = MoverAt(i);
-    } else if (items.Count() <= kFew) {
-        SetCorners(items, quad, lane);
+            tree.probe[static_cast<std::size_t>(i)] = ProbeAt(i);
+    } else if (items.Count() <= kMaxCornerSetItems) {
+        SetCorners(items, wide, lane);
     }
 }
 
-BoxItem ItemOf(const SOLIDC& solid, int triangle, int number)
+BvhItem ItemOf(const SOLIDC& solid, int triangle, int number)
 {
     float corner[3][3];
     ReadCorners(solid, triangle, corner);
     return MakeItem(corner, solid.triangles[triangle].normal, number);
 }
 
-void BuildMovers(const SOLIDC& solid, QueryTrees& trees)
+void BuildProbes(const SOLIDC& solid, ProbeTree& tree)
 {
-    std::vector<BoxItem> items;
+    std::vector<BvhItem> items;
     items.reserve(static_cast<std::size_t>(solid.triangleCount));
     for (int t = 0; t < solid.triangleCount; ++t) items.push_back(ItemOf(solid, t, t));
     if (items.empty()) return;
-    trees.moverTree = BuildBoxTree(items);
-    trees.moverTriangle.resize(items.size());
-    std::ranges::transform(items, trees.moverTriangle.begin(), &BoxItem::item);
-    trees.mover = MakeScratch<Mover>(items.size());
-    MoverBuilder build{solid, trees};
+    tree.bvh = BuildBvh(items);
+    tree.triangle.resize(items.size());
+    std::ranges::transform(items, tree.triangle.begin(), &BvhItem::item);
+    tree.probe = MakeScratch<Probe>(items.size());
+    ProbeBuilder build{solid, tree};
     std::vector<Point3> corners;
-    FillLane(build, trees.moverTree, 0, 0, corners);
+    FillLane(build, tree.bvh, 0, 0, corners);
 }
 
 } // namespace
 
-int GrowMovers(const SOLIDC& solid, QueryTrees& trees, int quad, int lane)
+int BuildProbesBelow(const SOLIDC& solid, ProbeTree& tree, int wide, int lane)
 {
-    const BoxRange& range = trees.moverTree.quad[quad].items[lane];
-    const std::span<std::int32_t> triangles(
-        &trees.moverTriangle[static_cast<std::size_t>(range.first)],
-        static_cast<std::size_t>(range.Count()));
-    std::vector<BoxItem> items;
+    const ItemRange& range = tree.bvh.wide[wide].items[lane];
+    const std::span<std::int32_t> triangles(&tree.triangle[static_cast<std::size_t>(range.first)],
+                                            static_cast<std::size_t>(range.Count()));
+    std::vector<BvhItem> items;
     for (const int triangle : triangles)
         items.push_back(ItemOf(solid, triangle, static_cast<int>(items.size())));
-    const int below = GrowBoxTree(trees.moverTree, range, items);
+    const int below = BuildSubtree(tree.bvh, range, items);
     Reorder(triangles, items);
-    MoverBuilder build{solid, trees};
-    return FillCrowd(build, trees.moverTree, quad, lane, below);
+    ProbeBuilder build{solid, tree};
+    return FillSubtree(build, tree.bvh, wide, lane, below);
 }
 
-QueryTrees* MoverTrees(SOLIDC& solid)
+ProbeTree* ProbeTreeOf(SOLIDC& solid)
 {
-    if (!MoverBounds(solid)) return nullptr;
-    QueryTrees& trees = TreesOf(solid);
-    if (!trees.triedMovers) BuildMovers(solid, trees);
-    trees.triedMovers = true;
-    return &trees;
+    if (!ProbeBoundsOf(solid)) return nullptr;
+    ProbeTree& tree = QueryTreesOf(solid).probes;
+    if (!tree.tried) BuildProbes(solid, tree);
+    tree.tried = true;
+    return &tree;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "bvh/fill.h"
 #include "geometry/bbox.h"
 #include "mesh/before_change.h"
 #include "mesh/triangle.h"
@@ -22,7 +21,7 @@ bool HasItsVertices(const SOLIDC& solid)
 }
 
 /// @return false when the solid cannot be bounded
-bool ReadBounds(const SOLIDC& solid, LaneBoxes& bounds)
+bool ReadBounds(const SOLIDC& solid, ObbLanes& bounds)
 {
     float box[6];
     ClearBbox(box);
@@ -42,7 +41,7 @@ bool ReadBounds(const SOLIDC& solid, LaneBoxes& bounds)
 
 } // namespace
 
-QueryTrees& TreesOf(SOLIDC& solid)
+QueryTrees& QueryTreesOf(SOLIDC& solid)
 {
     if (!solid.queryTrees) solid.queryTrees = new QueryTrees;
     return *solid.queryTrees;
@@ -67,20 +66,10 @@ bool IsPlainBox(const float* box)
            box[2] <= box[5];
 }
 
-const QueryTrees* MoverBounds(SOLIDC& solid)
+const ObbLanes* ProbeBoundsOf(SOLIDC& solid)
 {
-    QueryTrees& trees = TreesOf(solid);
-    if (!trees.triedBounds && !solid.isSimple) trees.canMove = ReadBounds(solid, trees.bounds);
+    QueryTrees& trees = QueryTreesOf(solid);
+    if (!trees.triedBounds && !solid.isSimple) trees.canProbe = ReadBounds(solid, trees.bounds);
     trees.triedBounds = true;
-    return trees.canMove ? &trees : nullptr;
-}
-
-void SetLane(LaneBoxes& boxes, int lane, const OrientedBox& box)
-{
-    for (int i = 0; i < 3; ++i) {
-        for (int r = 0; r < 3; ++r) boxes.axis[i][r][lane] = box.axis[i][r];
-        boxes.centre[i][lane] = box.centre[i];
-        boxes.half[i][lane] = box.half[i];
-    }
-    boxes.halfArea[lane] = box.halfArea;
+    return trees.canProbe ? &trees.bounds : nullptr;
 }

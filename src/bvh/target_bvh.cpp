@@ -1,4 +1,4 @@
-// The tree over a solid's triangles as targets.
+// Builds the hierarchy of targets.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -14,27 +14,27 @@
 namespace
 {
 
-/// What is merged for TargetBoxes.
-struct TargetNode {
-    MergedNode merged;
+/// What is merged upwards for TargetNodes.
+struct TargetSummary {
+    NodeSummary merged;
     float longest = 0;
     bool holdsCells = false;
 };
 
-/// Fills in boxes and planes, for FillLane.
+/// Fills in nodes and planes, for FillLane.
 struct TargetBuilder {
-    using Node = TargetNode;
-    QueryTrees& trees;
-    /// In the order of the tree, and so nearer than the triangles; the first has this number.
-    std::span<const BoxItem> item;
-    int firstItem;
-    // Of the items that were prepared last:
+    using Node = TargetSummary;
+    TargetTree& tree;
+    /// The triangles in the order of the tree, which is nearer in memory than the records.
+    std::span<const BvhItem> item;
+    int firstItem; ///< number of the first of them
+    // Of the items prepared last:
     int first = 0;
     std::vector<std::array<float, 4>> plane{};
     std::vector<HitRegion> region{};
     std::vector<Point3> points{};
 
-    const Target& TargetAt(int i) const { return trees.target[static_cast<std::size_t>(i)]; }
+    const Target& TargetAt(int i) const { return tree.target[static_cast<std::size_t>(i)]; }
     const float (*CornersAt(int i) const)[3]
     {
         return item[static_cast<std::size_t>(i - firstItem)].corner;
@@ -42,22 +42,22 @@ struct TargetBuilder {
     const HitRegion& RegionAt(int i) const { return region[static_cast<std::size_t>(i - first)]; }
     const float* PlaneAt(int i) const { return plane[static_cast<std::size_t>(i - first)].data(); }
 
-    static TargetNode EmptyNode() { return {::EmptyNode()}; }
-    void Prepare(const BoxRange& items);
-    void ReadItems(const BoxRange& items, TargetNode& node) const;
-    static void Merge(TargetNode& node, const TargetNode& below);
-    std::span<const Point3> PointsOf(const BoxRange& items, double& pad);
-    void Finish(const BoxRange& items, const TargetNode& node, int quad, int lane) const;
+    static TargetSummary EmptyNode() { return {::EmptyNode()}; }
+    void Prepare(const ItemRange& items);
+    void ReadItems(const ItemRange& items, TargetSummary& node) const;
+    static void Merge(TargetSummary& node, const TargetSummary& below);
+    std::span<const Point3> PointsOf(const ItemRange& items, double& pad);
+    void Finish(const ItemRange& items, const TargetSummary& node, int wide, int lane) const;
 
     template <class Visit>
-    void VisitSides(const BoxRange& items, Visit visit) const;
-    void SetSides(const BoxRange& items, const TargetNode& node, OrientedBox& box,
-                  TargetBoxes& boxes, int lane) const;
-    void SetTurn(const BoxRange& items, const TargetNode& node, const OrientedBox& box,
-                 TargetBoxes& boxes, int lane) const;
+    void VisitSides(const ItemRange& items, Visit visit) const;
+    void SetSides(const ItemRange& items, const TargetSummary& node, Obb& box, TargetNodes& nodes,
+                  int lane) const;
+    void SetDeviation(const ItemRange& items, const TargetSummary& node, const Obb& box,
+                      TargetNodes& nodes, int lane) const;
 };
 
-void TargetBuilder::Prepare(const BoxRange& items)
+void TargetBuilder::Prepare(const ItemRange& items)
 {
     first = items.first;
     plane.assign(static_cast<std::size_t>(items.Count()), {});
@@ -66,15 +66,15 @@ void TargetBuilder::Prepare(const BoxRange& items)
         const int at = first + static_cast<int>(i);
         const Target& target = TargetAt(at);
         if (target.triangle) CalcPlane(CornersAt(at)[0], 3, plane[i].data());
-        // Nothing hits a triangle but edges whose box meets the leaf, so its cell bounds what has
-        // no bounds of its own.
+        // Only edges whose box overlaps the leaf's cell are tested with its triangles, so the cell
+        // bounds those that have no region.
         if (!target.triangle ||
-            !CalcHitRegion(CornersAt(at), plane[i].data(), trees.reach, region[i]))
+            !CalcHitRegion(CornersAt(at), plane[i].data(), tree.maxCoordinate, region[i]))
             SetToBox(region[i], target.leaf->bbox);
     }
 }
 
-void TargetBuilder::ReadItems(const BoxRange& items, TargetNode& node) const
+void TargetBuilder::ReadItems(const ItemRange& items, TargetSummary& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
         MergeBbox(node.merged.bounds, RegionAt(i).box);
@@ -87,14 +87,14 @@ void TargetBuilder::ReadItems(const BoxRange& items, TargetNode& node) const
     }
 }
 
-void TargetBuilder::Merge(TargetNode& node, const TargetNode& below)
+void TargetBuilder::Merge(TargetSummary& node, const TargetSummary& below)
 {
     ::Merge(node.merged, below.merged);
     node.longest = std::max(node.longest, below.longest);
     node.holdsCells = node.holdsCells || below.holdsCells;
 }
 
-std::span<const Point3> TargetBuilder::PointsOf(const BoxRange& items, double& pad)
+std::span<const Point3> TargetBuilder::PointsOf(const ItemRange& items, double& pad)
 {
     points.clear();
     for (int i = items.first; i < items.last; ++i) {
@@ -104,8 +104,8 @@ std::span<const Point3> TargetBuilder::PointsOf(const BoxRange& items, double& p
     return points;
 }
 
-/// The most that bounds of normals, less the first axis, reach along another.
-double TurnAlong(const NormalBounds& normals, const float* first, const float* axis)
+/// The greatest component on an axis of the difference between bounded normals and the first axis.
+double DeviationAlong(const NormalBounds& normals, const float* first, const float* axis)
 {
     double low = 0, high = 0;
     for (int i = 0; i < 3; ++i) {
@@ -117,28 +117,29 @@ double TurnAlong(const NormalBounds& normals, const float* first, const float* a
     return std::max(-low, high);
 }
 
-void TargetBuilder::SetTurn(const BoxRange& items, const TargetNode& node, const OrientedBox& box,
-                            TargetBoxes& boxes, int lane) const
+void TargetBuilder::SetDeviation(const ItemRange& items, const TargetSummary& node, const Obb& box,
+                                 TargetNodes& nodes, int lane) const
 {
-    const auto widened = [&](double turn) {
-        return node.holdsCells ? 1 : RoundUp(std::min(1.0, turn * 1.00001 + 1e-6));
+    const auto widened = [&](double deviation) {
+        return node.holdsCells ? 1 : RoundUp(std::min(1.0, deviation * 1.00001 + 1e-6));
     };
     const float* normal = box.axis[0];
-    boxes.turnAtAll[lane] = widened(FarthestNormal(node.merged.normals, normal));
+    nodes.maxDeviation[lane] = widened(FarthestNormal(node.merged.normals, normal));
     for (int k = 0; k < 3; ++k) {
         const float* axis = box.axis[k];
-        double turn = 0;
+        double deviation = 0;
         if (!IsFitted(items) || node.holdsCells)
-            turn = TurnAlong(node.merged.normals, normal, axis);
+            deviation = DeviationAlong(node.merged.normals, normal, axis);
         else
             for (int i = items.first; i < items.last; ++i)
-                turn = std::max(turn, std::fabs(dot(axis, PlaneAt(i)) - dot(axis, normal)));
-        boxes.turn[k][lane] = widened(turn);
+                deviation =
+                    std::max(deviation, std::fabs(dot(axis, PlaneAt(i)) - dot(axis, normal)));
+        nodes.deviation[k][lane] = widened(deviation);
     }
 }
 
 template <class Visit>
-void TargetBuilder::VisitSides(const BoxRange& items, Visit visit) const
+void TargetBuilder::VisitSides(const ItemRange& items, Visit visit) const
 {
     for (int i = items.first; i < items.last; ++i)
         for (int c = 0; c < 3; ++c) {
@@ -148,17 +149,17 @@ void TargetBuilder::VisitSides(const BoxRange& items, Visit visit) const
         }
 }
 
-/// Measures sides along the axes of a box, and puts that axis second along which they are longest.
-/// Exactly for nodes of not too many.
-void TargetBuilder::SetSides(const BoxRange& items, const TargetNode& node, OrientedBox& box,
-                             TargetBoxes& boxes, int lane) const
+/// Measures sides along the axes of a box, and makes that axis the second along which they are
+/// longest. Nodes of many targets get bounds that hold for any direction.
+void TargetBuilder::SetSides(const ItemRange& items, const TargetSummary& node, Obb& box,
+                             TargetNodes& nodes, int lane) const
 {
-    constexpr int kMost = 256;
+    constexpr int kMaxMeasured = 256;
     constexpr double kAlong = 0.1;
-    // The axes are not at right angles to the last bit.
+    // Axes are rounded: neither unit nor at right angles (Lemma 1).
     const double slack = 1e-6 * node.longest;
     double most[3] = {}, alongLeast = kEmptyExtreme, acrossLongest = 0;
-    if (items.Count() > kMost || node.holdsCells) {
+    if (items.Count() > kMaxMeasured || node.holdsCells) {
         std::fill_n(most, 3, node.longest);
         alongLeast = 0;
     } else {
@@ -180,62 +181,64 @@ void TargetBuilder::SetSides(const BoxRange& items, const TargetNode& node, Orie
                 acrossLongest = std::max(acrossLongest, length);
         });
     }
-    for (int k = 0; k < 3; ++k) boxes.side[k][lane] = RoundUp(most[k] + slack);
-    boxes.alongLeast[lane] = RoundDown(std::max(0.0, alongLeast * 0.99999 - slack));
-    boxes.acrossLongest[lane] = RoundUp(acrossLongest * 1.00001);
+    for (int k = 0; k < 3; ++k) nodes.side[k][lane] = RoundUp(most[k] + slack);
+    nodes.alongLeast[lane] = RoundDown(std::max(0.0, alongLeast * 0.99999 - slack));
+    nodes.acrossLongest[lane] = RoundUp(acrossLongest * 1.00001);
 }
 
-void TargetBuilder::Finish(const BoxRange& items, const TargetNode& node, int quad, int lane) const
+void TargetBuilder::Finish(const ItemRange& items, const TargetSummary& node, int wide,
+                           int lane) const
 {
-    trees.targetBoxes.Reach(quad + 1);
-    TargetBoxes& boxes = trees.targetBoxes[quad];
-    boxes.longest[lane] = node.longest;
-    boxes.holdsCells[lane] = node.holdsCells ? 1 : 0;
-    OrientedBox box = node.merged.box;
-    SetSides(items, node, box, boxes, lane);
-    SetTurn(items, node, box, boxes, lane);
-    SetLane(boxes.box, lane, box);
-    if (lane == 0)
-        boxes = SplatLane(boxes, 0); // so that lanes without a node are as some that have
-    if (!trees.targetTree.quad[quad].IsLeaf(lane)) return;
+    tree.nodes.EnsureSize(wide + 1);
+    TargetNodes& nodes = tree.nodes[wide];
+    nodes.longest[lane] = node.longest;
+    nodes.holdsCells[lane] = node.holdsCells ? 1 : 0;
+    Obb box = node.merged.box;
+    SetSides(items, node, box, nodes, lane);
+    SetDeviation(items, node, box, nodes, lane);
+    SetLane(nodes.box, lane, box);
+    if (lane == 0) nodes = SplatLane(nodes, 0); // lanes without a node get sane numbers
+    if (!tree.bvh.wide[wide].IsLeaf(lane)) return;
     for (int i = items.first; i < items.last; ++i)
-        std::memcpy(&trees.plane[static_cast<std::size_t>(i)], PlaneAt(i), sizeof(TargetPlane));
+        std::memcpy(&tree.plane[static_cast<std::size_t>(i)], PlaneAt(i), sizeof(TargetPlane));
 }
 
-/// The triangle that stands for a target in the tree.
-const T_LIST& ShownBy(const Target& target)
+/// The triangle by which a target is sorted into the tree.
+const T_LIST& RepresentativeOf(const Target& target)
 {
     return target.triangle ? *target.triangle : *target.leaf->listHead;
 }
 
-/// The targets as the octree has them.
+/// The targets in the order of the octree.
 struct TargetList {
     std::vector<Target> target;
-    std::vector<BoxItem> item;
-    double reach = 0; ///< greatest magnitude of a coordinate
+    std::vector<BvhItem> item;
+    double maxCoordinate = 0; ///< greatest magnitude of a coordinate
     bool nearby = true;
 
     void Add(const Target& added, const float* plane)
     {
-        item.push_back(MakeItem(ShownBy(added).corners, plane, static_cast<int>(target.size())));
+        item.push_back(
+            MakeItem(RepresentativeOf(added).corners, plane, static_cast<int>(target.size())));
         target.push_back(added);
     }
 
-    void See(const T_LIST& triangle)
+    void Inspect(const T_LIST& triangle)
     {
         for (const auto& corner : triangle.corners) {
             nearby = nearby && IsNearby(corner);
-            for (const float x : corner) reach = std::max(reach, double(std::fabs(x)));
+            for (const float x : corner)
+                maxCoordinate = std::max(maxCoordinate, double(std::fabs(x)));
         }
     }
 
-    /// Adds the triangles of a leaf, or the leaf if one of them has no plane.
+    /// Adds the triangles of a leaf, or the leaf as one target if a triangle has no plane.
     void AddLeaf(OCTREENODE* leaf)
     {
         const std::size_t first = target.size();
         bool whole = false;
         for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
-            See(*triangle);
+            Inspect(*triangle);
             float plane[4] = {};
             whole = !CalcPlane(triangle->corners[0], 3, plane) || whole;
             if (!whole) Add({triangle, leaf}, plane);
@@ -255,49 +258,49 @@ struct TargetList {
     }
 };
 
-void BuildTargets(SOLIDC& solid, QueryTrees& trees)
+void BuildTargets(SOLIDC& solid, TargetTree& tree)
 {
     if (!IsPlainBox(solid.octree->root->bbox)) return;
     TargetList list;
     list.target.reserve(static_cast<std::size_t>(solid.triangleCount));
     list.item.reserve(static_cast<std::size_t>(solid.triangleCount));
     list.AddLeaves(solid.octree->root);
-    trees.targetsUsable = list.nearby;
+    tree.usable = list.nearby;
     if (!list.nearby || list.item.empty()) return;
-    trees.reach = list.reach;
-    trees.targetTree = BuildBoxTree(list.item);
-    trees.target = std::move(list.target);
-    Reorder<Target>(trees.target, list.item);
-    trees.plane = MakeScratch<TargetPlane>(trees.target.size() + kLanes);
-    TargetBuilder build{trees, list.item, 0};
+    tree.maxCoordinate = list.maxCoordinate;
+    tree.bvh = BuildBvh(list.item);
+    tree.target = std::move(list.target);
+    Reorder<Target>(tree.target, list.item);
+    tree.plane = MakeScratch<TargetPlane>(tree.target.size() + kLanes);
+    TargetBuilder build{tree, list.item, 0};
     std::vector<Point3> corners;
-    FillLane(build, trees.targetTree, 0, 0, corners);
+    FillLane(build, tree.bvh, 0, 0, corners);
 }
 
 } // namespace
 
-int GrowTargets(QueryTrees& trees, int quad, int lane)
+int BuildTargetsBelow(TargetTree& tree, int wide, int lane)
 {
-    const BoxRange& range = trees.targetTree.quad[quad].items[lane];
-    const std::span<Target> targets(&trees.target[static_cast<std::size_t>(range.first)],
+    const ItemRange& range = tree.bvh.wide[wide].items[lane];
+    const std::span<Target> targets(&tree.target[static_cast<std::size_t>(range.first)],
                                     static_cast<std::size_t>(range.Count()));
-    std::vector<BoxItem> items;
+    std::vector<BvhItem> items;
     for (const Target& target : targets) {
         float plane[4] = {};
-        const T_LIST& shown = ShownBy(target);
-        if (target.triangle) CalcPlane(shown.corners[0], 3, plane);
-        items.push_back(MakeItem(shown.corners, plane, static_cast<int>(items.size())));
+        const T_LIST& representative = RepresentativeOf(target);
+        if (target.triangle) CalcPlane(representative.corners[0], 3, plane);
+        items.push_back(MakeItem(representative.corners, plane, static_cast<int>(items.size())));
     }
-    const int below = GrowBoxTree(trees.targetTree, range, items);
+    const int below = BuildSubtree(tree.bvh, range, items);
     Reorder(targets, items);
-    TargetBuilder build{trees, items, range.first};
-    return FillCrowd(build, trees.targetTree, quad, lane, below);
+    TargetBuilder build{tree, items, range.first};
+    return FillSubtree(build, tree.bvh, wide, lane, below);
 }
 
-QueryTrees* TargetTrees(SOLIDC& solid)
+TargetTree* TargetTreeOf(SOLIDC& solid)
 {
-    QueryTrees& trees = TreesOf(solid);
-    if (!trees.triedTargets && solid.octree) BuildTargets(solid, trees);
-    trees.triedTargets = true;
-    return trees.targetsUsable ? &trees : nullptr;
+    TargetTree& tree = QueryTreesOf(solid).targets;
+    if (!tree.tried && solid.octree) BuildTargets(solid, tree);
+    tree.tried = true;
+    return tree.usable ? &tree : nullptr;
 }

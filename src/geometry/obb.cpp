@@ -27,28 +27,29 @@ Point3 MiddleOf(std::span<const Point3> points)
 
 Point3 NarrowestAxis(std::span<const Point3> points, const Point3& middle)
 {
-    Point3 reach{};
+    Point3 extent{};
     for (const Point3& p : points)
         for (std::size_t i = 0; i < 3; ++i)
-            reach[i] = std::max(reach[i], std::fabs(p[i] - middle[i]));
+            extent[i] = std::max(extent[i], std::fabs(p[i] - middle[i]));
     Point3 axis{};
-    axis[std::size_t(std::min_element(reach.begin(), reach.end()) - reach.begin())] = 1;
+    axis[std::size_t(std::min_element(extent.begin(), extent.end()) - extent.begin())] = 1;
     return axis;
 }
 
 Point3 ChooseNormal(const NormalBounds& normals, std::span<const Point3> points,
                     const Point3& middle)
 {
-    constexpr double kLeastMean = 1e-3;
+    constexpr double kMinMean = 1e-3;
     Point3 mean{};
     for (std::size_t i = 0; i < 3; ++i) mean[i] = 0.5 * (double(normals.low[i]) + normals.high[i]);
     const double length = Length(mean);
-    if (!(length > kLeastMean)) return NarrowestAxis(points, middle);
+    if (!(length > kMinMean)) return NarrowestAxis(points, middle);
     for (double& x : mean) x /= length;
     return mean;
 }
 
-/// Two axes across a normal, turned to where the second moments of the points have no mixed term.
+/// Two axes across a normal, normalOffset to where the second moments of the points have no mixed
+/// term.
 void ChooseOthers(const Point3& normal, std::span<const Point3> points, const Point3& middle,
                   Point3& u, Point3& v)
 {
@@ -61,7 +62,7 @@ void ChooseOthers(const Point3& normal, std::span<const Point3> points, const Po
     for (double& x : p) x /= length;
     const Point3 q = Cross(normal, p);
     double pp = 0, pq = 0, qq = 0;
-    // Some of many tell as much as all.
+    // A sample is enough.
     constexpr std::size_t kSample = 256;
     const std::size_t step = 1 + points.size() / kSample;
     for (std::size_t n = 0; n < points.size(); n += step) {
@@ -77,7 +78,7 @@ void ChooseOthers(const Point3& normal, std::span<const Point3> points, const Po
     for (std::size_t i = 0; i < 3; ++i) u[i] = c * p[i] + s * q[i], v[i] = c * q[i] - s * p[i];
 }
 
-float HalfAreaOf(const OrientedBox& box)
+float HalfAreaOf(const Obb& box)
 {
     return box.half[0] * box.half[1] + box.half[1] * box.half[2] + box.half[2] * box.half[0];
 }
@@ -121,10 +122,10 @@ double FarthestNormal(const NormalBounds& bounds, const float* other)
     return std::sqrt(square);
 }
 
-OrientedBox FitBox(const NormalBounds& normals, std::span<const Point3> points, double pad)
+Obb FitBox(const NormalBounds& normals, std::span<const Point3> points, double pad)
 {
-    constexpr double kRounding = 1e-6; // of axes and centre, and what axes are off right angles by
-    OrientedBox box;
+    constexpr double kRounding = 1e-6; // of axes and centre, relative (Lemma 1)
+    Obb box;
     const Point3 middle = MiddleOf(points);
     std::array<Point3, 3> axes{};
     axes[0] = ChooseNormal(normals, points, middle);
@@ -137,7 +138,7 @@ OrientedBox FitBox(const NormalBounds& normals, std::span<const Point3> points, 
             low[i] = std::min(low[i], height);
             high[i] = std::max(high[i], height);
         }
-    double room = pad;
+    double margin = pad;
     for (std::size_t i = 0; i < 3; ++i) {
         double centre = middle[i];
         for (std::size_t j = 0; j < 3; ++j) {
@@ -145,19 +146,19 @@ OrientedBox FitBox(const NormalBounds& normals, std::span<const Point3> points, 
             centre += 0.5 * (low[j] + high[j]) * axes[j][i];
         }
         box.centre[i] = float(centre);
-        room += kRounding * (high[i] - low[i]) + 0.1 * kRounding * std::fabs(centre);
+        margin += kRounding * (high[i] - low[i]) + 0.1 * kRounding * std::fabs(centre);
     }
-    for (std::size_t i = 0; i < 3; ++i) box.half[i] = RoundUp(0.5 * (high[i] - low[i]) + room);
+    for (std::size_t i = 0; i < 3; ++i) box.half[i] = RoundUp(0.5 * (high[i] - low[i]) + margin);
     box.halfArea = HalfAreaOf(box);
     return box;
 }
 
-OrientedBox AlignedBox(const NormalBounds& normals, const float* box)
+Obb AlignedBox(const NormalBounds& normals, const float* box)
 {
     float mean[3];
     for (int i = 0; i < 3; ++i) mean[i] = normals.low[i] + normals.high[i];
     const int first = LargestAxis(mean);
-    OrientedBox aligned{};
+    Obb aligned{};
     for (int i = 0; i < 3; ++i) {
         const int axis = (first + i) % 3;
         const double low = box[axis], high = box[axis + 3];
@@ -170,7 +171,7 @@ OrientedBox AlignedBox(const NormalBounds& normals, const float* box)
     return aligned;
 }
 
-std::array<Point3, 8> CornersOf(const OrientedBox& box)
+std::array<Point3, 8> CornersOf(const Obb& box)
 {
     std::array<Point3, 8> corners{};
     for (std::size_t c = 0; c < 8; ++c)

@@ -1,23 +1,23 @@
-// Boxes that turn with what they hold: a patch of a surface lies flat along some plane, where a box
-// along the coordinate axes would be as thick as the patch is wide.
+// Oriented bounding boxes. A patch of a surface is flat along some plane, where a box along the
+// coordinate axes would be as thick as the patch is wide.
 #ifndef SCAPI_GEOMETRY_OBB_H
 #define SCAPI_GEOMETRY_OBB_H
 
 #include <array>
 #include <span>
 
-struct OrientedBox {
-    float axis[3][3]; ///< of length 1 and at right angles, but for their rounding; the normal first
+struct Obb {
+    float axis[3][3]; ///< orthonormal but for rounding to floats; the normal first
     float centre[3];
-    float half[3]; ///< extents along the axes, to either side
+    float half[3]; ///< half extents along the axes
     float halfArea;
 };
 
-/// The float next to a number on the side that is asked for, or the number itself.
+/// The nearest float that is not above, or not below, a number.
 float RoundDown(double value);
 float RoundUp(double value);
 
-/// Bounds of some normals.
+/// Componentwise bounds of some normals.
 struct NormalBounds {
     float low[3], high[3];
 };
@@ -30,14 +30,16 @@ double FarthestNormal(const NormalBounds& bounds, const float* other);
 
 using Point3 = std::array<double, 3>;
 
-/// A box round all points within `pad` of some, one at least. Its first axis is the middle of the
-/// normals, or where these cancel out or are none, the axis along which the points spread least;
-/// its second is that along which they spread most, seen along the first.
-OrientedBox FitBox(const NormalBounds& normals, std::span<const Point3> points, double pad);
+/// A box around all points within `pad` of the given ones, of which there is at least one. Its
+/// first axis is the middle of the normals, or, where these cancel out, the coordinate axis along
+/// which the points extend least; the others are the principal axes of the points projected along
+/// the first.
+Obb FitBox(const NormalBounds& normals, std::span<const Point3> points, double pad);
 
-/// A box of six floats, with the axis first that is nearest to the middle of the normals.
-OrientedBox AlignedBox(const NormalBounds& normals, const float* box);
+/// The same box as six floats along the coordinate axes, with that axis first that is nearest to
+/// the middle of the normals.
+Obb AlignedBox(const NormalBounds& normals, const float* box);
 
-std::array<Point3, 8> CornersOf(const OrientedBox& box);
+std::array<Point3, 8> CornersOf(const Obb& box);
 
 #endif

@@ -1,5 +1,5 @@
-// Four floats, or four answers, that are computed at once. Both gcc and clang know such types, on
-// every machine.
+// Four floats, or four truth values, computed at once. gcc and clang have such types on every
+// machine.
 #ifndef SCAPI_GEOMETRY_SIMD_H
 #define SCAPI_GEOMETRY_SIMD_H
 
@@ -21,8 +21,8 @@ inline Lanes Abs(Lanes v)
     return reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(v) & 0x7fffffff);
 }
 
-inline Lanes Smaller(Lanes a, Lanes b) { return a < b ? a : b; }
-inline Lanes Larger(Lanes a, Lanes b) { return a > b ? a : b; }
+inline Lanes Min(Lanes a, Lanes b) { return a < b ? a : b; }
+inline Lanes Max(Lanes a, Lanes b) { return a > b ? a : b; }
 
 inline bool AllOf(LaneMask mask) { return (mask[0] & mask[1] & mask[2] & mask[3]) != 0; }
 

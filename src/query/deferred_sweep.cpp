@@ -8,8 +8,8 @@
 void DefineSweepDeferred(SOLIDC& solid, float (*start)[4], float (*end)[4])
 {
     // A vertex that a matrix cannot map keeps the position of the motion before, which would first
-    // have to be completed. Where MoverBounds accepts a solid its vertices are finite.
-    if (solid.isSimple || !IsAffine(start) || !IsAffine(end) || !MoverBounds(solid)) {
+    // have to be completed. Where ProbeBoundsOf accepts a solid its vertices are finite.
+    if (solid.isSimple || !IsAffine(start) || !IsAffine(end) || !ProbeBoundsOf(solid)) {
         solid.SC_GTsweep(start, end);
         return;
     }

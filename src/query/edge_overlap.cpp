@@ -2,70 +2,104 @@
 
 #include <cmath>
 
-#include "geometry/predicates.h"
 #include "query/margins.h"
 
 namespace
 {
 
-/// How edges lie to the boxes of targets, along their axes.
-struct EdgeSight {
-    Lanes apart[3]; ///< of its middle from their centres
-    Lanes half[3];  ///< half of the edge
-    Lanes reach[3]; ///< without signs
+/// How edges lie to boxes of targets, in the axes of those.
+struct EdgePose {
+    Lanes apart[3];  ///< of its middle from their centres
+    Lanes half[3];   ///< half of the edge
+    Lanes radius[3]; ///< its magnitude
     Lanes cosine[3];
-    Lanes rounding;
-    Lanes overSide;   ///< see motion.cpp
-    Lanes partBeyond; ///< by what part of its length a hit can lie beyond an end, see motion.cpp
-    Lanes turned;     ///< by so much along the first axis, if that lies in the plane of a target
+    Lanes error;
+    Lanes besideMargin;   ///< as in RelativePose
+    Lanes beyondFraction; ///< the part of its length by which a hit can lie beyond an end
+    Lanes normalOffset;   ///< along the first axis, of such a hit from that end
 };
 
-EdgeSight See(const LaneEdges& edge, const TargetBoxes& targets)
+EdgePose EdgePoseOf(const LaneEdges& edge, const TargetNodes& targets)
 {
-    EdgeSight sight;
-    Lanes apart[3], far{}, turned{};
+    EdgePose pose;
+    Lanes apart[3], magnitudes{}, deviated{};
     for (int r = 0; r < 3; ++r) {
         apart[r] = edge.middle[r] - targets.box.centre[r];
-        far += Abs(apart[r]) + targets.box.half[r];
+        magnitudes += Abs(apart[r]) + targets.box.half[r];
     }
-    sight.rounding = edge.room + kBoundRounding * (far + edge.length);
+    pose.error = edge.error + kSumRounding * (magnitudes + edge.length);
     for (int k = 0; k < 3; ++k) {
-        sight.apart[k] = Dot(apart, targets.box.axis[k]);
-        sight.half[k] = Dot(edge.half, targets.box.axis[k]);
-        sight.cosine[k] = Dot(edge.unit, targets.box.axis[k]);
-        sight.reach[k] = Abs(sight.half[k]);
-        turned += 2 * sight.reach[k] * targets.turn[k];
+        pose.apart[k] = Dot(apart, targets.box.axis[k]);
+        pose.half[k] = Dot(edge.half, targets.box.axis[k]);
+        pose.cosine[k] = Dot(edge.unit, targets.box.axis[k]);
+        pose.radius[k] = Abs(pose.half[k]);
+        deviated += 2 * pose.radius[k] * targets.deviation[k];
     }
-    const Lanes climb = 2 * sight.reach[0] - turned - edge.room, most = 2 * (kContact + edge.room);
-    sight.partBeyond = climb > most + most ? most / climb : Splat(1);
-    sight.turned = sight.partBeyond * Smaller(edge.length * targets.turnAtAll, turned);
-    const Lanes part[3] = {Abs(sight.cosine[0]), Abs(sight.cosine[1]), Abs(sight.cosine[2])};
-    const Lanes side = LongestParallel(targets, part, edge.across);
-    const Lanes beside = Smaller(4 * edge.across, 0.5f * Smaller(side, targets.longest));
-    // Parallel segments are only looked for in the plane, which a steep edge is not in.
-    sight.overSide = climb > most + most ? Lanes{}
-                                         : Larger(Larger(beside, edge.besideEdge),
-                                                  targets.holdsCells * edge.length);
-    return sight;
+    const Lanes rise = 2 * pose.radius[0] - deviated - edge.error;
+    pose.beyondFraction = BeyondFraction(rise, edge.error);
+    pose.normalOffset = pose.beyondFraction * Min(edge.length * targets.maxDeviation, deviated);
+    const Lanes cosine[3] = {Abs(pose.cosine[0]), Abs(pose.cosine[1]), Abs(pose.cosine[2])};
+    const Lanes side = LongestParallel(targets, cosine, edge.parallelAcross);
+    const Lanes edgeEnd = EdgeEndMargin(edge.parallelAcross, targets.longest, side, Lanes{});
+    // Parallel segments are compared only where both ends are near the plane.
+    const LaneMask steep = pose.beyondFraction < 1;
+    pose.besideMargin =
+        steep ? Lanes{} : Max(Max(edgeEnd, edge.sideEndMargin), targets.holdsCells * edge.length);
+    return pose;
 }
 
-/// Where no end is near a target's plane, a hit lies on the edge itself.
-void KeepToEdge(EdgeSight& sight, const TargetBoxes& targets)
+/// Where no end can lie in the plane of a target, a hit is on the edge itself (Lemma 5).
+void DropMarginsOffPlane(EdgePose& pose, const TargetNodes& targets)
 {
-    const Lanes height = targets.box.half[0] +
-                         Larger(sight.turned, sight.overSide * targets.turnAtAll) + sight.rounding +
-                         kBoundRounding * targets.box.half[0];
-    const LaneMask ends = (Abs(sight.apart[0] - sight.half[0]) <= height) |
-                          (Abs(sight.apart[0] + sight.half[0]) <= height);
+    const Lanes height = PlaneHeight(targets, pose.normalOffset, pose.besideMargin, pose.error);
+    const LaneMask endsInPlane = (Abs(pose.apart[0] - pose.half[0]) <= height) |
+                                 (Abs(pose.apart[0] + pose.half[0]) <= height);
     const Lanes none{};
-    sight.overSide = ends ? sight.overSide : none;
-    sight.partBeyond = ends ? sight.partBeyond : none;
-    sight.turned = ends ? sight.turned : none;
+    pose.besideMargin = endsInPlane ? pose.besideMargin : none;
+    pose.beyondFraction = endsInPlane ? pose.beyondFraction : none;
+    pose.normalOffset = endsInPlane ? pose.normalOffset : none;
+}
+
+LaneMask ApartOnBoxAxes(const EdgePose& pose, const TargetNodes& targets)
+{
+    LaneMask apart{};
+    for (int k = 0; k < 3; ++k) {
+        const Lanes radius = targets.box.half[k] + pose.radius[k];
+        const Lanes beyond = 2 * pose.beyondFraction * pose.radius[k],
+                    margin = k ? beyond + pose.besideMargin
+                               : Max(Min(beyond, pose.normalOffset),
+                                     pose.besideMargin * targets.maxDeviation);
+        apart |= Abs(pose.apart[k]) - radius - pose.error - kSumRounding * radius > margin;
+    }
+    return apart;
+}
+
+/// On the edge's own direction, and on its cross products with the box's axes, which a hit beyond
+/// its end does not leave: it is on the same line.
+LaneMask ApartOnEdgeAxes(const EdgePose& pose, const LaneEdges& edge, const TargetNodes& targets)
+{
+    const Lanes* half = targets.box.half;
+    Lanes along{}, radius = 0.5f * edge.length, cosines{};
+    for (int k = 0; k < 3; ++k) {
+        along += pose.cosine[k] * pose.apart[k];
+        radius += Abs(pose.cosine[k]) * half[k];
+        cosines += Abs(pose.cosine[k]);
+    }
+    LaneMask apart = Abs(along) - radius - 2 * pose.error - kSumRounding * radius >
+                     pose.beyondFraction * edge.length + pose.besideMargin * cosines;
+    for (int k = 0; k < 3; ++k) {
+        const int i = (k + 1) % 3, j = (k + 2) % 3;
+        const Lanes across = Abs(pose.apart[i] * pose.half[j] - pose.apart[j] * pose.half[i]);
+        apart |= across > (half[i] + pose.besideMargin) * pose.radius[j] +
+                              (half[j] + pose.besideMargin) * pose.radius[i] +
+                              2 * pose.error * edge.length;
+    }
+    return apart;
 }
 
 } // namespace
 
-LaneEdges GatherEdges(std::span<const MovedEdge> edges, float room)
+LaneEdges GatherEdges(std::span<const PlacedEdge> edges, float error)
 {
     constexpr float kWider = 1 + 1e-6f;
     LaneEdges gathered;
@@ -73,7 +107,7 @@ LaneEdges GatherEdges(std::span<const MovedEdge> edges, float room)
     for (int r = 0; r < 3; ++r) {
         Lanes from, to;
         for (std::size_t lane = 0; lane < kLanes; ++lane) {
-            const MovedEdge& edge = edges[lane < edges.size() ? lane : 0];
+            const PlacedEdge& edge = edges[lane < edges.size() ? lane : 0];
             from[lane] = edge.ends[0][r];
             to[lane] = edge.ends[1][r];
         }
@@ -87,43 +121,17 @@ LaneEdges GatherEdges(std::span<const MovedEdge> edges, float room)
     for (int r = 0; r < 3; ++r)
         gathered.unit[r] = length > none ? 2 * gathered.half[r] * perLength : none;
     gathered.length = length * kWider;
-    gathered.room = Splat(room);
-    gathered.across = kAcross * perLength;
-    gathered.besideEdge = Smaller(0.5f * gathered.length, kSphereProduct * perLength);
+    gathered.error = Splat(error);
+    gathered.parallelAcross = kParallelAcross * perLength;
+    gathered.sideEndMargin = Min(0.5f * gathered.length, kSideEndBeside * perLength);
     return gathered;
 }
 
-LaneMask MayHit(const LaneEdges& edge, const TargetBoxes& targets)
+LaneMask MayHit(const LaneEdges& edge, const TargetNodes& targets)
 {
-    EdgeSight sight = See(edge, targets);
-    KeepToEdge(sight, targets);
-    const Lanes* half = targets.box.half;
-    LaneMask apart{};
-    for (int k = 0; k < 3; ++k) {
-        const Lanes reach = half[k] + sight.reach[k];
-        const Lanes beyond = 2 * sight.partBeyond * sight.reach[k],
-                    room = k ? beyond + sight.overSide
-                             : Larger(Smaller(beyond, sight.turned),
-                                      sight.overSide * targets.turnAtAll);
-        apart |= Abs(sight.apart[k]) - reach - sight.rounding - kBoundRounding * reach > room;
-    }
-    if (AllOf(apart)) return ~apart;
-    // Along the edge, and across it and an axis of the box. A hit beyond the end of an edge is on
-    // its line.
-    Lanes along{}, reach = 0.5f * edge.length, seen{};
-    for (int k = 0; k < 3; ++k) {
-        along += sight.cosine[k] * sight.apart[k];
-        reach += Abs(sight.cosine[k]) * half[k];
-        seen += Abs(sight.cosine[k]);
-    }
-    apart |= Abs(along) - reach - 2 * sight.rounding - kBoundRounding * reach >
-             sight.partBeyond * edge.length + sight.overSide * seen;
-    for (int k = 0; k < 3; ++k) {
-        const int i = (k + 1) % 3, j = (k + 2) % 3;
-        const Lanes across = Abs(sight.apart[i] * sight.half[j] - sight.apart[j] * sight.half[i]);
-        const Lanes room = 2 * sight.rounding * edge.length;
-        apart |= across > (half[i] + sight.overSide) * sight.reach[j] +
-                              (half[j] + sight.overSide) * sight.reach[i] + room;
-    }
+    EdgePose pose = EdgePoseOf(edge, targets);
+    DropMarginsOffPlane(pose, targets);
+    LaneMask apart = ApartOnBoxAxes(pose, targets);
+    if (!AllOf(apart)) apart |= ApartOnEdgeAxes(pose, edge, targets);
     return ~apart;
 }

@@ -8,7 +8,7 @@
 #include "bvh/corner_set.h"
 #include "bvh/query_trees.h"
 #include "query/corner_planes.h"
-#include "query/motion.h"
+#include "query/node_overlap.h"
 #include "query/probe_edges.h"
 #include "query/probe_leaf.h"
 #include "query/swept_first.h"
@@ -19,17 +19,17 @@ namespace
 
 using Motions = std::array<Motion, kPasses>;
 
-/// Two nodes, each by its quad and lane.
+/// Two nodes, each by its wide node and its lane there.
 struct NodePair {
-    int target, mover;
+    int target, probe;
 
-    static int Number(int quad, int lane) { return kLanes * quad + lane; }
-    static int QuadOf(int number) { return number / kLanes; }
+    static int Number(int wide, int lane) { return kLanes * wide + lane; }
+    static int WideOf(int number) { return number / kLanes; }
     static int LaneOf(int number) { return number % kLanes; }
 };
 
-/// Pairs whose turn comes when no likelier one has given a hit.
-struct LaterPairs {
+/// Pairs that can hit only beside an edge, looked at after all others.
+struct DeferredPairs {
     struct Entry {
         NodePair pair;
         Pass pass;
@@ -39,8 +39,8 @@ struct LaterPairs {
     /// @return false when there are too many
     bool Add(const NodePair& pair, Pass pass)
     {
-        constexpr std::size_t kMost = 1 << 16;
-        if (entry.size() == kMost) return false;
+        constexpr std::size_t kMax = 1 << 16;
+        if (entry.size() == kMax) return false;
         entry.push_back({pair, pass});
         return true;
     }
@@ -49,196 +49,198 @@ struct LaterPairs {
 struct Query {
     SOLIDC& a;
     SOLIDC& b;
-    QueryTrees& targets;
-    QueryTrees& movers;
-    MoverLeaf& moved;
-    LaterPairs& later;
+    TargetTree& targets;
+    ProbeTree& probes;
+    ProbeLeaf& leaf;
+    DeferredPairs& deferred;
     const Motions& motions; ///< by pass
     Pass pass;
-    bool onEdges = true; ///< leave pairs for later that can hit beside edges only
+    bool defers = true; ///< pairs that can hit beside edges only
 
-    const Motion& MotionNow() const { return motions[static_cast<std::size_t>(pass)]; }
-    const MoverBoxes& MoversOf(int quad) const { return movers.moverBoxes[quad]; }
-    const TargetBoxes& TargetsOf(int quad) const { return targets.targetBoxes[quad]; }
+    const Motion& CurrentMotion() const { return motions[static_cast<std::size_t>(pass)]; }
+    const ProbeNodes& ProbesOf(int wide) const { return probes.nodes[wide]; }
+    const TargetNodes& TargetsOf(int wide) const { return targets.nodes[wide]; }
 };
 
-/// A mover where the pass has it: a lane of some boxes, or all of them.
+/// A node of probes, placed: one lane of some nodes, or the same in all lanes.
 struct PlacedNode {
-    const PlacedBoxes& boxes;
+    const PlacedNodes& nodes;
     int lane;
-    bool inAll;
+    bool inAllLanes;
 };
 
-bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge);
+bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool onEdge);
 
-/// Asks about all edges of a pair of nodes, each kind where it is.
+/// Looks at a pair in each pass for one kind of edges.
 bool PassesHit(Query& query, const NodePair& pair);
 
-/// Calls `hits` with each lane that has a chance, those first whose boxes share most: where there
-/// is a hit at all it is found soonest there. @return whether one of them did
+/// Calls `hits` with each lane in `any`, by depth of overlap, since a hit is likeliest where that
+/// is greatest. @return whether one of them hits
 template <class Hits>
-bool AnyLaneHits(const Chances& chances, LaneMask any, int count, Hits hits)
+bool AnyLaneHits(Lanes depth, LaneMask any, int count, Hits hits)
 {
     std::array<int, kLanes> order;
     int found = 0;
     for (int lane = 0; lane < count; ++lane) {
         if (!any[lane]) continue;
         int at = found++;
-        for (; at > 0 && chances.overlap[order[std::size_t(at - 1)]] < chances.overlap[lane]; --at)
+        for (; at > 0 && depth[order[std::size_t(at - 1)]] < depth[lane]; --at)
             order[std::size_t(at)] = order[std::size_t(at - 1)];
         order[std::size_t(at)] = lane;
     }
     return std::any_of(order.begin(), order.begin() + found, hits);
 }
 
-/// The targets of a quad with one mover.
-bool TargetsHit(Query& query, int quad, int moverNumber, const PlacedNode& placed)
+/// The nodes of a wide node of targets with one node of probes.
+bool TargetsHit(Query& query, int wide, int probeNumber, const PlacedNode& placed)
 {
-    if (!placed.inAll) {
-        const PlacedBoxes mover = SplatLane(placed.boxes, placed.lane);
-        return TargetsHit(query, quad, moverNumber, {mover, 0, true});
+    if (!placed.inAllLanes) {
+        const PlacedNodes probe = SplatLane(placed.nodes, placed.lane);
+        return TargetsHit(query, wide, probeNumber, {probe, 0, true});
     }
-    const Chances chances = ChancesOf(query.MotionNow(), placed.boxes, query.TargetsOf(quad));
-    const int count = query.targets.targetTree.quad[quad].count;
-    return AnyLaneHits(chances, chances.any, count, [&](int lane) {
-        return PairHits(query, {NodePair::Number(quad, lane), moverNumber}, placed,
-                        chances.onEdge[lane] != 0);
+    const NodeOverlap overlap =
+        OverlapOf(query.CurrentMotion(), placed.nodes, query.TargetsOf(wide));
+    const int count = query.targets.bvh.wide[wide].count;
+    return AnyLaneHits(overlap.depth, overlap.any, count, [&](int lane) {
+        return PairHits(query, {NodePair::Number(wide, lane), probeNumber}, placed,
+                        overlap.onEdge[lane] != 0);
     });
 }
 
-/// One target with the movers of a quad.
-bool MoversHit(Query& query, int targetNumber, int quad)
+/// One node of targets with the nodes of a wide node of probes.
+bool ProbesHit(Query& query, int targetNumber, int wide)
 {
-    PlacedBoxes placed;
+    PlacedNodes placed;
     const LaneMask present =
-        PlaceBoxes(query.MotionNow(), query.MoversOf(quad), query.a.octree->root->bbox, placed);
-    const TargetBoxes target =
-        SplatLane(query.TargetsOf(NodePair::QuadOf(targetNumber)), NodePair::LaneOf(targetNumber));
-    const Chances chances = ChancesOf(query.MotionNow(), placed, target);
-    const int count = query.movers.moverTree.quad[quad].count;
-    return AnyLaneHits(chances, chances.any & present, count, [&](int lane) {
-        return PairHits(query, {targetNumber, NodePair::Number(quad, lane)}, {placed, lane, false},
-                        chances.onEdge[lane] != 0);
+        PlaceNodes(query.CurrentMotion(), query.ProbesOf(wide), query.a.octree->root->bbox, placed);
+    const TargetNodes target =
+        SplatLane(query.TargetsOf(NodePair::WideOf(targetNumber)), NodePair::LaneOf(targetNumber));
+    const NodeOverlap overlap = OverlapOf(query.CurrentMotion(), placed, target);
+    const int count = query.probes.bvh.wide[wide].count;
+    return AnyLaneHits(overlap.depth, overlap.any & present, count, [&](int lane) {
+        return PairHits(query, {targetNumber, NodePair::Number(wide, lane)}, {placed, lane, false},
+                        overlap.onEdge[lane] != 0);
     });
 }
 
-/// Whether no corner of a node of few movers lies in a plane of a node of few targets, as a hit
-/// beside an edge asks for. Targets that are judged by cells have none that counts.
-bool NoneTouches(Query& query, const NodePair& pair)
+/// Whether no corner of a node of few probes lies in a plane of a node of few targets, so that no
+/// hit beside an edge is possible (Lemma 5). Targets bounded by their cell have no plane to ask.
+bool NoCornerInPlanes(Query& query, const NodePair& pair)
 {
-    const int quad = NodePair::QuadOf(pair.target), lane = NodePair::LaneOf(pair.target),
-              moverQuad = NodePair::QuadOf(pair.mover), moverLane = NodePair::LaneOf(pair.mover);
-    const BoxRange& targets = query.targets.targetTree.quad[quad].items[lane];
-    if (query.pass == Pass::kWhole || targets.Count() > kFew ||
-        query.TargetsOf(quad).holdsCells[lane] != 0)
+    const int wide = NodePair::WideOf(pair.target), lane = NodePair::LaneOf(pair.target),
+              probeWide = NodePair::WideOf(pair.probe), probeLane = NodePair::LaneOf(pair.probe);
+    const ItemRange& targets = query.targets.bvh.wide[wide].items[lane];
+    if (query.pass == Pass::kAll || targets.Count() > kMaxCornerSetItems ||
+        query.TargetsOf(wide).holdsCells[lane] != 0)
         return false;
-    FewCorners corners;
-    if (query.movers.moverTree.quad[moverQuad].IsLeaf(moverLane))
-        corners = CornersOfLeaf(query.movers.MoversOf(moverQuad, moverLane));
+    CornerSet corners;
+    if (query.probes.bvh.wide[probeWide].IsLeaf(probeLane))
+        corners = CornersOfLeaf(query.probes.ProbesOf(probeWide, probeLane));
     else
-        corners = query.movers.FewCornersOf(moverQuad, moverLane);
+        corners = query.probes.CornerSetOf(probeWide, probeLane);
     if (corners.groups == 0) return false;
-    TargetsBelow(query.targets, quad, lane); // planes come with it
-    return !MayTouchPlanes(query.MotionNow(), corners,
+    TargetsBelow(query.targets, wide, lane); // fills in the planes
+    return !MayTouchPlanes(query.CurrentMotion(), corners,
                            {&query.targets.plane[static_cast<std::size_t>(targets.first)],
                             static_cast<std::size_t>(targets.Count())});
 }
 
-/// Whether it is the targets' turn to be parted.
-bool PartsTargets(const Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge)
+/// Which side of the dual traversal to descend: the targets', else the probes'.
+bool DescendsTargets(const Query& query, const NodePair& pair, const PlacedNode& probe, bool onEdge)
 {
-    const int quad = NodePair::QuadOf(pair.target), lane = NodePair::LaneOf(pair.target);
-    const BoxQuad& own = query.targets.targetTree.quad[quad];
+    const int wide = NodePair::WideOf(pair.target), lane = NodePair::LaneOf(pair.target);
+    const WideNode& own = query.targets.bvh.wide[wide];
     if (own.IsLeaf(lane)) return false;
-    const TargetBoxes& targets = query.TargetsOf(quad);
+    const TargetNodes& targets = query.TargetsOf(wide);
     if (!onEdge) {
-        // Of flat targets, movers that have no end in their plane are soon told.
+        // Against flat targets, smaller probes are soon found to have no corner in their planes.
         constexpr float kThin = 0.01f;
-        const float thickness =
-            targets.box.half[0][lane] + mover.boxes.longest[mover.lane] * targets.turnAtAll[lane];
+        const float thickness = targets.box.half[0][lane] +
+                                probe.nodes.longest[probe.lane] * targets.maxDeviation[lane];
         if (thickness < kThin) return false;
-        // Down to where corners can be held against planes.
-        const FewCorners& corners =
-            query.movers.FewCornersOf(NodePair::QuadOf(pair.mover), NodePair::LaneOf(pair.mover));
-        if (corners.groups > 0 && own.items[lane].Count() > kFew) return true;
+        // Down to where corners can be compared with planes.
+        const CornerSet& corners =
+            query.probes.CornerSetOf(NodePair::WideOf(pair.probe), NodePair::LaneOf(pair.probe));
+        if (corners.groups > 0 && own.items[lane].Count() > kMaxCornerSetItems) return true;
     }
-    return targets.box.halfArea[lane] > mover.boxes.halfArea[mover.lane];
+    return targets.box.halfArea[lane] > probe.nodes.halfArea[probe.lane];
 }
 
-/// Goes on with a pair of nodes that has a chance. Each step goes down two levels of one tree, so
-/// the depth is that of both, two hundred at the most.
-bool PairHits(Query& query, const NodePair& pair, const PlacedNode& mover, bool onEdge)
+/// Goes on with a pair of nodes that overlap. Each step descends two levels of one tree, so the
+/// recursion is at most as deep as both together, 200.
+bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool onEdge)
 {
-    if (!onEdge && query.onEdges && query.pass != Pass::kWhole && query.later.Add(pair, query.pass))
+    if (!onEdge && query.defers && query.pass != Pass::kAll && query.deferred.Add(pair, query.pass))
         return false;
-    const int targetQuad = NodePair::QuadOf(pair.target),
-              targetLane = NodePair::LaneOf(pair.target), moverQuad = NodePair::QuadOf(pair.mover),
-              moverLane = NodePair::LaneOf(pair.mover);
-    const BoxQuad& moving = query.movers.moverTree.quad[moverQuad];
-    const bool leaf = moving.IsLeaf(moverLane);
+    const int targetWide = NodePair::WideOf(pair.target),
+              targetLane = NodePair::LaneOf(pair.target), probeWide = NodePair::WideOf(pair.probe),
+              probeLane = NodePair::LaneOf(pair.probe);
+    const WideNode& moving = query.probes.bvh.wide[probeWide];
+    const bool leaf = moving.IsLeaf(probeLane);
     constexpr float kLarge = 2.5f; // in half extents
-    if (query.pass == Pass::kWhole &&
-        (leaf || mover.boxes.half[0][mover.lane] < kLarge * query.MotionNow().extraLength[0]))
+    if (query.pass == Pass::kAll &&
+        (leaf || probe.nodes.half[0][probe.lane] < kLarge * query.CurrentMotion().sweptLength[0]))
         return PassesHit(query, pair);
-    if (!onEdge && NoneTouches(query, pair)) return false;
+    if (!onEdge && NoCornerInPlanes(query, pair)) return false;
     if (leaf) {
-        PlaceEdges(query.a, query.b, query.movers, query.MotionNow(), moving.items[moverLane],
-                   query.moved);
-        return EdgesHit(query.a, query.targets, query.moved, targetQuad, targetLane);
+        PlaceLeafEdges(query.a, query.b, query.probes, query.CurrentMotion(),
+                       moving.items[probeLane], query.leaf);
+        return EdgesHit(query.a, query.targets, query.leaf, targetWide, targetLane);
     }
-    if (PartsTargets(query, pair, mover, onEdge))
-        return TargetsHit(query, TargetsBelow(query.targets, targetQuad, targetLane), pair.mover,
-                          mover);
-    return MoversHit(query, pair.target, MoversBelow(query.b, query.movers, moverQuad, moverLane));
+    if (DescendsTargets(query, pair, probe, onEdge))
+        return TargetsHit(query, TargetsBelow(query.targets, targetWide, targetLane), pair.probe,
+                          probe);
+    return ProbesHit(query, pair.target, ProbesBelow(query.b, query.probes, probeWide, probeLane));
 }
 
 void StartPass(Query& query, Pass pass)
 {
-    if (query.pass != pass) query.moved.first = -1;
+    if (query.pass != pass) query.leaf.first = -1;
     query.pass = pass;
 }
 
-/// Goes on with the pairs that were left for later.
-bool LaterPairsHit(Query& query)
+/// Goes on with the deferred pairs.
+bool DeferredPairsHit(Query& query)
 {
-    query.onEdges = false;
-    PlacedBoxes placed;
-    int placedQuad = -1; // mostly the same as that of the pair before
-    for (const auto& [pair, pass] : query.later.entry) {
-        const int quad = NodePair::QuadOf(pair.mover);
-        if (quad != placedQuad || pass != query.pass) {
+    query.defers = false;
+    PlacedNodes placed;
+    int placedWide = -1; // often that of the pair before
+    for (const auto& [pair, pass] : query.deferred.entry) {
+        const int wide = NodePair::WideOf(pair.probe);
+        if (wide != placedWide || pass != query.pass) {
             StartPass(query, pass);
-            PlaceBoxes(query.MotionNow(), query.MoversOf(quad), query.a.octree->root->bbox, placed);
-            placedQuad = quad;
+            PlaceNodes(query.CurrentMotion(), query.ProbesOf(wide), query.a.octree->root->bbox,
+                       placed);
+            placedWide = wide;
         }
-        if (PairHits(query, pair, {placed, NodePair::LaneOf(pair.mover), false}, false))
+        if (PairHits(query, pair, {placed, NodePair::LaneOf(pair.probe), false}, false))
             return true;
     }
     return false;
 }
 
-/// Looks at a pair in a pass of its own.
+/// Looks at a pair in another pass.
 bool PairHitsIn(Query& query, const NodePair& pair, Pass pass)
 {
     StartPass(query, pass);
-    const int lane = NodePair::LaneOf(pair.mover);
-    PlacedBoxes placed;
+    const int lane = NodePair::LaneOf(pair.probe);
+    PlacedNodes placed;
     const LaneMask present =
-        PlaceBoxes(query.MotionNow(), query.MoversOf(NodePair::QuadOf(pair.mover)),
+        PlaceNodes(query.CurrentMotion(), query.ProbesOf(NodePair::WideOf(pair.probe)),
                    query.a.octree->root->bbox, placed);
     if (!present[lane]) return false;
-    const TargetBoxes target =
-        SplatLane(query.TargetsOf(NodePair::QuadOf(pair.target)), NodePair::LaneOf(pair.target));
-    const Chances chances = ChancesOf(query.MotionNow(), placed, target);
-    return chances.any[lane] &&
-           PairHits(query, pair, {placed, lane, false}, chances.onEdge[lane] != 0);
+    const TargetNodes target =
+        SplatLane(query.TargetsOf(NodePair::WideOf(pair.target)), NodePair::LaneOf(pair.target));
+    const NodeOverlap overlap = OverlapOf(query.CurrentMotion(), placed, target);
+    return overlap.any[lane] &&
+           PairHits(query, pair, {placed, lane, false}, overlap.onEdge[lane] != 0);
 }
 
 bool PassesHit(Query& query, const NodePair& pair)
 {
-    for (const Pass pass : {Pass::kEnd, Pass::kStart, Pass::kWalls})
+    for (const Pass pass : {Pass::kEnd, Pass::kStart, Pass::kSweptQuads})
         if (PairHitsIn(query, pair, pass)) return true;
-    query.pass = Pass::kWhole;
+    query.pass = Pass::kAll;
     return false;
 }
 
@@ -247,19 +249,20 @@ bool HasTolerance(const SOLIDC& solid)
     return solid.tolerance >= 0 && std::isfinite(solid.tolerance);
 }
 
-/// Whether the trees speak for both solids as they are asked.
+/// Whether the bounds hold for both solids.
 bool IsPlainPair(const SOLIDC& a, const SOLIDC& b)
 {
-    // Cursors of the walk end early on solids with few edges; that is not followed here.
-    constexpr int kLeastEdges = 12;
+    // The walk ends early on solids with few edges (see "Early end" in docs/behaviour.md), which is
+    // not followed here.
+    constexpr int kMinEdges = 12;
     return a.octree && !a.isSwept && !a.isRotated && !b.isRotated && !b.isSimple &&
-           b.edgeCount >= kLeastEdges && HasTolerance(b) && MotionIsPlain(b);
+           b.edgeCount >= kMinEdges && HasTolerance(b) && IsPlainMotion(b);
 }
 
 Motions MotionsOf(const SOLIDC& b, const Motion& motion)
 {
     Motions motions;
-    for (const Pass pass : {Pass::kEnd, Pass::kStart, Pass::kWalls, Pass::kWhole}) {
+    for (const Pass pass : {Pass::kEnd, Pass::kStart, Pass::kSweptQuads, Pass::kAll}) {
         if (pass != Pass::kEnd && !b.isSwept) break;
         motions[static_cast<std::size_t>(pass)] = motion;
         SetPass(motions[static_cast<std::size_t>(pass)], pass);
@@ -271,22 +274,23 @@ enum class Answer { kNone, kHit, kUnknown };
 
 Answer DetectByTrees(SOLIDC& a, SOLIDC& b)
 {
-    const QueryTrees* bounds = MoverBounds(b);
+    const ObbLanes* bounds = ProbeBoundsOf(b);
     if (!bounds || !IsPlainBox(a.octree->root->bbox)) return Answer::kUnknown;
-    const Motion motion = ReadMotion(b, bounds->bounds);
+    const Motion motion = ReadMotion(b, *bounds);
     if (!IsModerate(motion)) return Answer::kUnknown;
     const Motions motions = MotionsOf(b, motion);
-    const Pass first = b.isSwept ? Pass::kWhole : Pass::kEnd;
-    // Most solids are far from each other, and get by without trees.
-    if (!MayMeet(motions[static_cast<std::size_t>(first)], bounds->bounds, a.octree->root->bbox))
+    const Pass first = b.isSwept ? Pass::kAll : Pass::kEnd;
+    // Most solids are far from each other, and need no trees.
+    if (!MayMeet(motions[static_cast<std::size_t>(first)], *bounds, a.octree->root->bbox))
         return Answer::kNone;
-    QueryTrees *targets = TargetTrees(a), *movers = MoverTrees(b);
-    if (!targets || !movers) return Answer::kUnknown;
-    if (targets->target.empty() || movers->moverTriangle.empty()) return Answer::kNone;
-    MoverLeaf moved;
-    LaterPairs later;
-    Query query{a, b, *targets, *movers, moved, later, motions, first};
-    return MoversHit(query, 0, 0) || LaterPairsHit(query) ? Answer::kHit : Answer::kNone;
+    TargetTree* targets = TargetTreeOf(a);
+    ProbeTree* probes = ProbeTreeOf(b);
+    if (!targets || !probes) return Answer::kUnknown;
+    if (targets->target.empty() || probes->triangle.empty()) return Answer::kNone;
+    ProbeLeaf leaf;
+    DeferredPairs deferred;
+    Query query{a, b, *targets, *probes, leaf, deferred, motions, first};
+    return ProbesHit(query, 0, 0) || DeferredPairsHit(query) ? Answer::kHit : Answer::kNone;
 }
 
 } // namespace
@@ -300,6 +304,6 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
     CompleteSweep(a);
     CompleteSweep(b);
     if (a.isSwept && b.isSwept && HasTolerance(b))
-        if (QueryTrees* movers = MoverTrees(b)) return DetectSweptFirst(a, b, *movers);
+        if (ProbeTree* probes = ProbeTreeOf(b)) return DetectSweptFirst(a, b, *probes);
     return a.SC_DetectIntersection(&b);
 }

@@ -1,38 +1,31 @@
-// The fast way to the answer of SC_DetectIntersection. Who does not care for speed can leave this
-// unread: every answer is that of the plain walk, which stays as it is.
+// The fast way to the answer of SC_DetectIntersection: a dual traversal of two bounding volume
+// hierarchies, with the plain walk's own tests at the leaves. docs/query.md explains the stages and
+// proves the bounds.
 //
-// The walk's answer is yes when any edge that it comes by hits a triangle in any leaf whose cell
-// the edge's box overlaps. So the order of edges does not matter, and whole groups of pairs may be
-// left out as long as none of them could have been a yes. Two trees of boxes, one of each solid,
-// which grow where queries go (query_trees.h), are walked together, four nodes at a time
-// (motion.h), down to the single edges of a leaf of movers (mover_leaf.h, edge_chances.h). What
-// makes it delicate:
+// The walk answers 1 when any edge that it gives hits a triangle in any leaf whose cell the edge's
+// box overlaps. So the order of edges does not matter, and groups of pairs may be pruned as long as
+// none of them could have been a hit. What makes the bounds delicate:
 //
-// - Where a hit may lie. The margin of PointInsideTriangle grows as sides get short. Each target
-//   has a region that holds all its hits: hit_region.cpp.
-// - A crossing point can lie beyond the ends of its edge by up to the edge's length, and ends of
-//   segments that count as parallel lie beside each other by up to half a side. Both only when an
-//   end of the edge is within the contact tolerance of the target's plane, and the first by little
-//   when the edge is steep to the plane. So boxes are parted with all that room between them; but
-//   where a hit would need it, a corner has to lie where the planes of the targets can run: near
-//   the boxes, and once both nodes are small near a plane itself (corner_planes.h). Such pairs wait
-//   until none of the likelier ones has given a hit.
+// - PointInsideTriangle widens a triangle by a margin that grows as its sides get short. The hit
+//   region of a triangle holds all points by which it can be hit (bvh/hit_region.cpp).
+// - A crossing point can lie beyond the end of its edge, and parallel segments count as crossing
+//   though they lie beside each other. Both only when an end of the edge is within the contact
+//   tolerance of the target's plane. Pairs of nodes that can hit in these ways alone are deferred
+//   until the others have been looked at, and need a corner in a plane of the targets.
 // - The plane and the crossing point are carried along a leaf's chain. A leaf with a triangle that
 //   has no plane is one target and is walked whole; so is the leaf of a target whose crossing point
-//   would have to be a carried one.
-// - Hits late in a triangle's steps make the walk skip others: moved_pieces.cpp follows it.
+//   would be a carried one.
+// - Hits late in a triangle's steps make the walk skip others, which query/probe_edges.cpp follows.
 //
-// Boxes are rounded outwards, and have room for the rounding of placed vertices and of the floats
-// that they are parted in. What survives is decided by the tests of the walk. A solid that is
-// simple and moves, rotated since its load, beyond 1e9, or moved by matrices that are not affine or
-// take it beyond 1e12, takes the plain walk, as do numbers that are not finite. Where the first
-// solid is swept too, see swept_first.h.
+// The plain walk answers for a simple second solid, solids rotated since their load, coordinates
+// beyond 1e9, and motions that are not affine, not finite or larger than 1e12. Where the first
+// solid is swept too, see query/swept_first.h.
 #ifndef SCAPI_QUERY_FAST_DETECT_H
 #define SCAPI_QUERY_FAST_DETECT_H
 
 #include "scapi/solid.h"
 
-/// As a.SC_DetectIntersection(&b), and needs nothing of what a sweep of b may still owe.
+/// As a.SC_DetectIntersection(&b), whether a sweep of b is pending or not.
 /// @return 1 or 0
 int DetectFast(SOLIDC& a, SOLIDC& b);
 

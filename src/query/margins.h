@@ -1,31 +1,75 @@
-// What the bounds of nodes and those of single edges share.
+// Constants and formulas that the bounds of nodes and those of single edges share. docs/query.md
+// derives them.
 #ifndef SCAPI_QUERY_MARGINS_H
 #define SCAPI_QUERY_MARGINS_H
 
-#include "bvh/query_trees.h"
+#include "bvh/target_nodes.h"
+#include "geometry/predicates.h"
 
-// To an edge of length u a side of length v is parallel that goes across it by less than
-// kAcross / u, more than the root of the 1e-5 of parallel segments. Then an end of the edge can lie
-// beside the side, in the sphere over it: by v / 2, and by four times that. An end of the side can
-// lie beside the edge by kSphereProduct / u and u / 2.
-constexpr float kAcross = 0.0033f;
-constexpr float kSphereProduct = 0.0064f;
+// Parallel segments (Lemma 2). A side counts as parallel to an edge of length u when its component
+// across the edge is less than kParallelAcross / u, from the 1e-5 that SegmentsIntersecting
+// compares the squared cross product with. An end of the edge can then lie beside the side by half
+// the side, and by kEdgeEndBeside / u; an end of the side beside the edge by u / 2, and by
+// kSideEndBeside / u.
+constexpr float kParallelAcross = 0.0033f;
+constexpr float kEdgeEndBeside = 4 * kParallelAcross;
+constexpr float kSideEndBeside = 0.0064f;
 
-constexpr float kPlaneRounding = 1e-6f; ///< of the height of a point over a plane, relative
-constexpr float kBoundRounding = 4e-6f; ///< of sums of some products of floats, relative
+// Rounding (Lemma 1). Relative: of the height of a point over a plane in floats, of sums of a few
+// products of floats, and, of doubles, of placed vertices and boxes.
+constexpr float kHeightRounding = 1e-6f;
+constexpr float kSumRounding = 4e-6f;
+constexpr double kPlacingRounding = 2e-6;
 
-/// The longest side of targets that can be parallel to some edges.
-/// @param part    of its length that an edge goes along each axis of the targets' boxes
-/// @param across  by which a parallel side goes across an edge; both at the most
-inline Lanes LongestParallel(const TargetBoxes& targets, const Lanes* part, Lanes across)
+/// The part of its length by which a hit can lie beyond the end of an edge (Lemma 4).
+/// @param rise   lower bound on the difference of the heights of both ends over the target's plane
+/// @param error  of the rise, absolute
+inline Lanes BeyondFraction(Lanes rise, Lanes error)
+{
+    const Lanes most = 2 * (kContact + error);
+    return rise > most + most ? most / rise : Splat(1);
+}
+
+/// How far a point can lie from the centre of a box of targets along its first axis, up or down,
+/// and still be in the plane of a target, within the contact tolerance (Lemma 5).
+/// @param normalOffset  along the first axis, of a hit beyond the end of an edge from that end
+/// @param beside        the margin of parallel segments
+/// @param error         of the distance, absolute
+inline Lanes PlaneHeight(const TargetNodes& targets, Lanes normalOffset, Lanes beside, Lanes error)
+{
+    return targets.box.half[0] + Max(normalOffset, beside * targets.maxDeviation) + error +
+           kSumRounding * targets.box.half[0];
+}
+
+/// How far an end of an edge can lie beside a side that counts as parallel to it (Lemma 2).
+/// @param parallelAcross   component of a parallel side across any of the edges, at most
+/// @param longest          side of any target
+/// @param side             longest side that can be parallel to those edges of which nothing better
+///                         is known
+/// @param besideLongEdges  the same margin for the others, 0 if there are none
+inline Lanes EdgeEndMargin(Lanes parallelAcross, Lanes longest, Lanes side, Lanes besideLongEdges)
+{
+    const Lanes anyEdge = Min(kEdgeEndBeside / kParallelAcross * parallelAcross, 0.5f * longest);
+    return Min(anyEdge, Max(besideLongEdges, 0.5f * side));
+}
+
+/// Bound on the rounding of the height of a point over a plane in floats (Lemma 1).
+/// @param magnitudes  sum of those of the point's coordinates and of the plane's d
+inline Lanes HeightError(Lanes magnitudes) { return kHeightRounding * magnitudes; }
+
+/// The longest side of targets that can be parallel to some edges (Lemma 2).
+/// @param cosine          magnitude of the cosine of an edge with each axis of the targets' boxes,
+///                        at most
+/// @param parallelAcross  component of a parallel side across an edge, at most
+inline Lanes LongestParallel(const TargetNodes& targets, const Lanes* cosine, Lanes parallelAcross)
 {
     constexpr float kRounding = 1e-4f;
-    Lanes side = across;
-    for (int k = 0; k < 3; ++k) side += part[k] * targets.side[k];
-    // What a side along the second axis goes across an edge.
+    Lanes side = parallelAcross;
+    for (int k = 0; k < 3; ++k) side += cosine[k] * targets.side[k];
+    // The least component across an edge of a side that runs along the second axis.
     const Lanes least =
-        (1 - part[1]) * targets.alongLeast - part[1] * (targets.side[0] + targets.side[2]);
-    return least > (1 + kRounding) * across ? Smaller(side, targets.acrossLongest) : side;
+        (1 - cosine[1]) * targets.alongLeast - cosine[1] * (targets.side[0] + targets.side[2]);
+    return least > (1 + kRounding) * parallelAcross ? Min(side, targets.acrossLongest) : side;
 }
 
 #endif

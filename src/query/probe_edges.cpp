@@ -26,14 +26,14 @@ void Place(const SOLIDC& solid, int vertex, bool atStart, float* out)
     TransformPoint(out, matrix, solid.vertices[vertex].position);
 }
 
-/// One triangle of the walk: the triangle, and what the walk asks again and again about it.
-struct Stop {
+/// A triangle as the walk comes to it, with what the walk asks about it at every step.
+struct WalkTriangle {
     const SOLIDC& solid;
     const float* box;
     int index;
     bool trailing;
-    bool hasWall[3]; ///< in each slot, whether a wall hangs on the edge
-    bool passes;     ///< whether its sweepBbox meets the box of the walk
+    bool hasSweptQuad[3]; ///< in each slot, whether its edge is a silhouette edge of the motion
+    bool passes;          ///< whether its sweepBbox meets the box of the walk
 
     const EdgeRec* EdgeIn(int slot) const
     {
@@ -43,99 +43,100 @@ struct Stop {
 };
 
 /// The sweepBbox that SC_CalcSweepTrianglesBbox would store.
-void SweptBox(const Stop& stop, float* box)
+void SweptBox(const WalkTriangle& walked, float* box)
 {
-    const T_LIST& triangle = stop.solid.triangles[stop.index];
+    const T_LIST& triangle = walked.solid.triangles[walked.index];
     float point[3];
     ClearBbox(box);
     for (const int vertex : triangle.vertex) {
-        Place(stop.solid, vertex, stop.trailing, point);
+        Place(walked.solid, vertex, walked.trailing, point);
         ExtendBbox(box, point);
     }
-    for (int slot = 0; stop.trailing && slot < 3; ++slot)
-        if (stop.hasWall[slot])
-            for (const int vertex : stop.EdgeIn(slot)->vertex)
+    for (int slot = 0; walked.trailing && slot < 3; ++slot)
+        if (walked.hasSweptQuad[slot])
+            for (const int vertex : walked.EdgeIn(slot)->vertex)
                 for (const bool atStart : {true, false}) {
-                    Place(stop.solid, vertex, atStart, point);
+                    Place(walked.solid, vertex, atStart, point);
                     ExtendBbox(box, point);
                 }
 }
 
-/// What the normals tell of a stop.
-Stop FacingStop(const SOLIDC& solid, int index, const float* box)
+/// Fills in what depends on normals alone.
+WalkTriangle FacingTriangle(const SOLIDC& solid, int index, const float* box)
 {
-    Stop stop{solid, box, index, OrientOf(solid, index) == -1, {}, false};
-    for (int slot = 0; stop.trailing && slot < 3; ++slot) {
-        const EdgeRec* edge = stop.EdgeIn(slot);
-        stop.hasWall[slot] = edge && OrientOf(solid, AcrossEdge(*edge, index)) != -1;
+    WalkTriangle walked{solid, box, index, OrientOf(solid, index) == -1, {}, false};
+    for (int slot = 0; walked.trailing && slot < 3; ++slot) {
+        const EdgeRec* edge = walked.EdgeIn(slot);
+        walked.hasSweptQuad[slot] = edge && OrientOf(solid, AcrossEdge(*edge, index)) != -1;
     }
-    return stop;
+    return walked;
 }
 
-bool Passes(const Stop& stop)
+bool Passes(const WalkTriangle& walked)
 {
     float sweptBox[6];
-    SweptBox(stop, sweptBox);
-    return BboxesMeet(stop.box, sweptBox, stop.solid.tolerance);
+    SweptBox(walked, sweptBox);
+    return BboxesMeet(walked.box, sweptBox, walked.solid.tolerance);
 }
 
-Stop MakeStop(const SOLIDC& solid, int index, const float* box)
+WalkTriangle MakeWalkTriangle(const SOLIDC& solid, int index, const float* box)
 {
-    Stop stop = FacingStop(solid, index, box);
-    stop.passes = Passes(stop);
-    return stop;
+    WalkTriangle walked = FacingTriangle(solid, index, box);
+    walked.passes = Passes(walked);
+    return walked;
 }
 
 /// Takes an edge between two placed vertices if its box meets that of the walk.
-bool TakeEdge(const Stop& stop, int a, bool aAtStart, int b, bool bAtStart, MovedEdge& out)
+bool TakeEdge(const WalkTriangle& walked, int a, bool aAtStart, int b, bool bAtStart,
+              PlacedEdge& out)
 {
-    Place(stop.solid, a, aAtStart, out.ends[0]);
-    Place(stop.solid, b, bAtStart, out.ends[1]);
+    Place(walked.solid, a, aAtStart, out.ends[0]);
+    Place(walked.solid, b, bAtStart, out.ends[1]);
     CalcEdgeBbox(out.ends, out.box);
-    return BboxesMeet(out.box, stop.box, stop.solid.tolerance);
+    return BboxesMeet(out.box, walked.box, walked.solid.tolerance);
 }
 
-/// As GetTriangleEdge, for an edge that is this triangle's to give and runs elsewhere.
-bool TakeForeignEdge(const Stop& stop, int slot, MovedEdge& out)
+/// As GetTriangleEdge, for an own edge between vertices that are not the triangle's.
+bool TakeForeignEdge(const WalkTriangle& walked, int slot, PlacedEdge& out)
 {
-    const EdgeRec& edge = *stop.EdgeIn(slot);
-    return stop.passes &&
-           TakeEdge(stop, edge.vertex[0], stop.trailing, edge.vertex[1], stop.trailing, out);
+    const EdgeRec& edge = *walked.EdgeIn(slot);
+    return walked.passes &&
+           TakeEdge(walked, edge.vertex[0], walked.trailing, edge.vertex[1], walked.trailing, out);
 }
 
 /// As GetSweptEdge.
-bool TakeWallEdge(const Stop& stop, int piece, MovedEdge& out)
+bool TakeSweptQuadEdge(const WalkTriangle& walked, int piece, PlacedEdge& out)
 {
-    if (!stop.hasWall[piece / 3]) return false;
-    const EdgeRec& edge = *stop.EdgeIn(piece / 3);
+    if (!walked.hasSweptQuad[piece / 3]) return false;
+    const EdgeRec& edge = *walked.EdgeIn(piece / 3);
     const int va = edge.vertex[0], vb = edge.vertex[1];
     switch (piece % 3) {
     case 0:
-        return TakeEdge(stop, va, false, vb, true, out);
+        return TakeEdge(walked, va, false, vb, true, out);
     case 1:
-        return TakeEdge(stop, va, false, va, true, out);
+        return TakeEdge(walked, va, false, va, true, out);
     default: {
-        const bool atStart = stop.index <= AcrossEdge(edge, stop.index);
-        return TakeEdge(stop, va, atStart, vb, atStart, out);
+        const bool atStart = walked.index <= AcrossEdge(edge, walked.index);
+        return TakeEdge(walked, va, atStart, vb, atStart, out);
     }
     }
 }
 
-/// The step at which the walk enters the triangle after this one: 1 or 2 when a hit at step 10 or
-/// 11 of this one has carried over.
-int StepAfter(const Stop& stop)
+/// The step at which the walk enters the triangle after this one: 1 or 2 where an edge given at
+/// step 10 or 11 of this one makes it skip (see "Skipped steps" in docs/behaviour.md).
+int StepAfter(const WalkTriangle& walked)
 {
-    MovedEdge unused;
-    if (!stop.passes || !stop.trailing || TakeWallEdge(stop, 6, unused)) return 0;
-    if (TakeWallEdge(stop, 7, unused)) return 1;
-    return TakeWallEdge(stop, 8, unused) ? 2 : 0;
+    PlacedEdge unused;
+    if (!walked.passes || !walked.trailing || TakeSweptQuadEdge(walked, 6, unused)) return 0;
+    if (TakeSweptQuadEdge(walked, 7, unused)) return 1;
+    return TakeSweptQuadEdge(walked, 8, unused) ? 2 : 0;
 }
 
 /// The step at which the walk enters a triangle.
 int FirstStep(const SOLIDC& solid, int index, const float* box)
 {
     if (!solid.isSwept || index == 0 || OrientOf(solid, index - 1) != -1) return 0;
-    return StepAfter(MakeStop(solid, index - 1, box));
+    return StepAfter(MakeWalkTriangle(solid, index - 1, box));
 }
 
 bool IsFinite(const float (*m)[4])
@@ -147,51 +148,51 @@ bool IsFinite(const float (*m)[4])
 
 } // namespace
 
-bool MotionIsPlain(const SOLIDC& solid)
+bool IsPlainMotion(const SOLIDC& solid)
 {
     return IsFinite(solid.sweepStart) && IsAffine(solid.sweepStart) && IsFinite(solid.sweepEnd) &&
            IsAffine(solid.sweepEnd);
 }
 
-void CollectOwnEdges(const SOLIDC& solid, const Mover& mover, bool trailing, const float* box,
-                     MovedPieces& pieces)
+void CollectOwnEdges(const SOLIDC& solid, const Probe& probe, bool trailing, const float* box,
+                     PlacedEdges& edges)
 {
-    pieces.count = 0;
-    const bool trails = solid.isSwept && SweepOrientOf(mover.normal, solid.sweepDirection) == -1;
+    edges.count = 0;
+    const bool trails = solid.isSwept && SweepOrientOf(probe.normal, solid.sweepDirection) == -1;
     if (trails != trailing) return;
     const auto* matrix = trails || !solid.isSwept ? solid.sweepStart : solid.sweepEnd;
     float placed[3][3];
-    for (int slot = 0; slot < 3; ++slot) TransformPoint(placed[slot], matrix, mover.corner[slot]);
-    for (int step = FirstStep(solid, mover.index, box); step < 3; ++step) {
-        MovedEdge& edge = pieces.edge[pieces.count];
-        const Mover::Side side = mover.side[step];
-        if (side == Mover::kNotOwn) continue;
-        if (side == Mover::kForeign) {
-            pieces.count += TakeForeignEdge(MakeStop(solid, mover.index, box), step, edge);
+    for (int slot = 0; slot < 3; ++slot) TransformPoint(placed[slot], matrix, probe.corner[slot]);
+    for (int step = FirstStep(solid, probe.index, box); step < 3; ++step) {
+        PlacedEdge& edge = edges.edge[edges.count];
+        const Probe::Side side = probe.side[step];
+        if (side == Probe::kNotOwn) continue;
+        if (side == Probe::kForeign) {
+            edges.count += TakeForeignEdge(MakeWalkTriangle(solid, probe.index, box), step, edge);
             continue;
         }
         const int before = PreviousSlot(step);
-        std::memcpy(edge.ends[0], placed[side == Mover::kBackward ? step : before], 12);
-        std::memcpy(edge.ends[1], placed[side == Mover::kBackward ? before : step], 12);
+        std::memcpy(edge.ends[0], placed[side == Probe::kBackward ? step : before], 12);
+        std::memcpy(edge.ends[1], placed[side == Probe::kBackward ? before : step], 12);
         CalcEdgeBbox(edge.ends, edge.box);
         // An edge that meets the box by itself is in the sweepBbox of its triangle, and both tests
         // of the walk, which are wider, let it through; others hit nothing.
-        if (BboxesMeet(edge.box, box, 0)) ++pieces.count;
+        if (BboxesMeet(edge.box, box, 0)) ++edges.count;
     }
 }
 
-void CollectWallEdges(const SOLIDC& solid, const Mover& mover, const float* box,
-                      MovedPieces& pieces)
+void CollectSweptQuadEdges(const SOLIDC& solid, const Probe& probe, const float* box,
+                           PlacedEdges& edges)
 {
-    pieces.count = 0;
-    if (SweepOrientOf(mover.normal, solid.sweepDirection) != -1) return;
-    const Stop stop = FacingStop(solid, mover.index, box);
-    // Few triangles have walls.
-    if (!(stop.hasWall[0] || stop.hasWall[1] || stop.hasWall[2]) || !Passes(stop)) return;
+    edges.count = 0;
+    if (SweepOrientOf(probe.normal, solid.sweepDirection) != -1) return;
+    const WalkTriangle walked = FacingTriangle(solid, probe.index, box);
+    const bool* quads = walked.hasSweptQuad;
+    if (!(quads[0] || quads[1] || quads[2]) || !Passes(walked)) return;
     for (int piece = 0; piece < 9; ++piece)
-        if (TakeWallEdge(stop, piece, pieces.edge[pieces.count])) {
-            ++pieces.count;
-            // A hit at step 9 or later ends this triangle's turn.
+        if (TakeSweptQuadEdge(walked, piece, edges.edge[edges.count])) {
+            ++edges.count;
+            // An edge given at step 9 or later makes the walk go on with the next triangle.
             if (piece >= 6) return;
         }
 }

@@ -6,31 +6,33 @@
 #include "bvh/query_trees.h"
 #include "scapi/solid.h"
 
-struct MovedEdge {
+struct PlacedEdge {
     float ends[2][3];
     float box[6];
 };
 
-/// Of one triangle: its own edges, or the diagonals, sweep lines and rims of its walls.
-struct MovedPieces {
+/// Of one triangle: its own edges, or the diagonals, sweep lines and rims of its swept quads.
+struct PlacedEdges {
     int count = 0;
-    MovedEdge edge[9];
+    PlacedEdge edge[9];
 };
 
 // Both give what SC_GetSweepEdgesInBbox would give of a triangle in a whole walk with `box`,
-// leaving out repetitions: with the steps that hits of the triangle before, and of this one,
-// swallow. MoverTrees must have accepted the solid, and MotionIsPlain must hold.
+// without repetitions: the steps that the walk skips after a hit in the triangle before, or in this
+// one, are skipped here too. ProbeTrees must have accepted the solid, and IsPlainMotion must hold.
 
-/// The triangle's own edges, if it trails as asked; every triangle of a solid at rest does not.
-void CollectOwnEdges(const SOLIDC& solid, const Mover& mover, bool trailing, const float* box,
-                     MovedPieces& pieces);
+/// The triangle's own edges.
+/// @param trailing  whether those of a trailing triangle are asked for; on a solid at rest none
+///                  trails
+void CollectOwnEdges(const SOLIDC& solid, const Probe& probe, bool trailing, const float* box,
+                     PlacedEdges& edges);
 
-/// The edges of its walls, which only a trailing triangle has.
-void CollectWallEdges(const SOLIDC& solid, const Mover& mover, const float* box,
-                      MovedPieces& pieces);
+/// The edges of its swept quads, which only a trailing triangle has.
+void CollectSweptQuadEdges(const SOLIDC& solid, const Probe& probe, const float* box,
+                           PlacedEdges& edges);
 
-/// Whether both matrices of the motion are finite and affine, so that every vertex has a place in
-/// it that depends on nothing before.
-bool MotionIsPlain(const SOLIDC& solid);
+/// Whether both matrices of the motion are finite and affine, so that the position of each vertex
+/// depends on nothing before.
+bool IsPlainMotion(const SOLIDC& solid);
 
 #endif

@@ -12,8 +12,8 @@
 namespace
 {
 
-/// The walk over the chain of one leaf, as it stands.
-bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
+/// The plain walk over the chain of one leaf.
+bool WalkLeaf(const PlacedEdge& edge, const OCTREENODE* leaf)
 {
     CrossingState state;
     for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle))
@@ -21,7 +21,7 @@ bool WalkLeaf(const MovedEdge& edge, const OCTREENODE* leaf)
     return false;
 }
 
-bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target,
+bool EdgeHits(const SOLIDC& a, const PlacedEdge& edge, const Target& target,
               const TargetPlane& plane)
 {
     if (!target.triangle)
@@ -37,28 +37,29 @@ bool EdgeHits(const SOLIDC& a, const MovedEdge& edge, const Target& target,
            WalkLeaf(edge, target.leaf);
 }
 
-/// Which of four planes an edge leaves alone: both ends are off them, to the same side.
-LaneMask StaysOff(const TargetPlane* planes, const MovedEdge& edge)
+/// Which of four planes an edge cannot meet: both ends are off them on the same side.
+LaneMask StaysOff(const TargetPlane* planes, const PlacedEdge& edge)
 {
     Lanes normal[3], d;
     for (int lane = 0; lane < kLanes; ++lane) {
         for (int r = 0; r < 3; ++r) normal[r][lane] = planes[lane].normal[r];
         d[lane] = planes[lane].d;
     }
-    Lanes height[2], far = Abs(d);
+    Lanes height[2], magnitudes = Abs(d);
     for (int end = 0; end < 2; ++end) {
         height[end] = d;
         for (int r = 0; r < 3; ++r) {
             height[end] += normal[r] * edge.ends[end][r];
-            far += std::fabs(edge.ends[end][r]);
+            magnitudes += std::fabs(edge.ends[end][r]);
         }
     }
-    const Lanes room = kContact + kPlaneRounding * far;
-    return ((height[0] > room) & (height[1] > room)) | ((height[0] < -room) & (height[1] < -room));
+    const Lanes limit = kContact + HeightError(magnitudes);
+    return ((height[0] > limit) & (height[1] > limit)) |
+           ((height[0] < -limit) & (height[1] < -limit));
 }
 
-bool HitsLeaf(const SOLIDC& a, const QueryTrees& targets, const MovedEdge& edge,
-              const BoxRange& items)
+bool HitsLeaf(const SOLIDC& a, const TargetTree& targets, const PlacedEdge& edge,
+              const ItemRange& items)
 {
     const auto first = static_cast<std::size_t>(items.first);
     const Target* target = &targets.target[first];
@@ -69,52 +70,53 @@ bool HitsLeaf(const SOLIDC& a, const QueryTrees& targets, const MovedEdge& edge,
     return false;
 }
 
-/// Goes on with an edge that has a chance. As deep as half the tree.
-/// @param edgeLane  of the lanes, that of the edge
-bool HitsBelow(const SOLIDC& a, QueryTrees& targets, const MovedEdge& edge, const LaneEdges& lanes,
-               int edgeLane, int quad, int lane)
+/// Goes on below a node that the edge may hit. Recursion is as deep as the wide nodes, half the
+/// depth of the tree.
+/// @param edgeLane  lane of the edge in `lanes`
+bool HitsBelow(const SOLIDC& a, TargetTree& targets, const PlacedEdge& edge, const LaneEdges& lanes,
+               int edgeLane, int wide, int lane)
 {
-    const int below = TargetsBelow(targets, quad, lane);
-    if (below <= 0) return HitsLeaf(a, targets, edge, targets.targetTree.quad[quad].items[lane]);
+    const int below = TargetsBelow(targets, wide, lane);
+    if (below <= 0) return HitsLeaf(a, targets, edge, targets.bvh.wide[wide].items[lane]);
     const LaneEdges splat = SplatLane(lanes, edgeLane);
-    const LaneMask may = MayHit(splat, targets.targetBoxes[below]);
-    for (int child = 0; child < targets.targetTree.quad[below].count; ++child)
+    const LaneMask may = MayHit(splat, targets.nodes[below]);
+    for (int child = 0; child < targets.bvh.wide[below].count; ++child)
         if (may[child] && HitsBelow(a, targets, edge, splat, 0, below, child)) return true;
     return false;
 }
 
 } // namespace
 
-void PlaceEdges(const SOLIDC& a, const SOLIDC& b, const QueryTrees& movers, const Motion& motion,
-                const BoxRange& items, MoverLeaf& leaf)
+void PlaceLeafEdges(const SOLIDC& a, const SOLIDC& b, const ProbeTree& probes, const Motion& motion,
+                    const ItemRange& items, ProbeLeaf& leaf)
 {
     if (leaf.first == items.first) return;
     leaf.first = items.first;
     leaf.count = 0;
     for (int i = items.first; i < items.last; ++i) {
-        const Mover& mover = movers.mover[static_cast<std::size_t>(i)];
-        MovedPieces pieces;
-        if (motion.pass == Pass::kWalls)
-            CollectWallEdges(b, mover, a.octree->root->bbox, pieces);
+        const Probe& probe = probes.probe[static_cast<std::size_t>(i)];
+        PlacedEdges edges;
+        if (motion.pass == Pass::kSweptQuads)
+            CollectSweptQuadEdges(b, probe, a.octree->root->bbox, edges);
         else
-            CollectOwnEdges(b, mover, motion.pass == Pass::kStart, a.octree->root->bbox, pieces);
-        for (int e = 0; e < pieces.count; ++e) leaf.edge[leaf.count++] = pieces.edge[e];
+            CollectOwnEdges(b, probe, motion.pass == Pass::kStart, a.octree->root->bbox, edges);
+        for (int e = 0; e < edges.count; ++e) leaf.edge[leaf.count++] = edges.edge[e];
     }
-    const std::span<const MovedEdge> edges(leaf.edge, static_cast<std::size_t>(leaf.count));
+    const std::span<const PlacedEdge> edges(leaf.edge, static_cast<std::size_t>(leaf.count));
     for (std::size_t first = 0; first < edges.size(); first += kLanes)
         leaf.lanes[first / kLanes] =
             GatherEdges(edges.subspan(first, std::min<std::size_t>(kLanes, edges.size() - first)),
-                        motion.room[0]);
+                        motion.error[0]);
 }
 
-bool EdgesHit(const SOLIDC& a, QueryTrees& targets, const MoverLeaf& leaf, int quad, int lane)
+bool EdgesHit(const SOLIDC& a, TargetTree& targets, const ProbeLeaf& leaf, int wide, int lane)
 {
-    const TargetBoxes boxes = SplatLane(targets.targetBoxes[quad], lane);
+    const TargetNodes boxes = SplatLane(targets.nodes[wide], lane);
     for (int first = 0; first < leaf.count; first += kLanes) {
         const LaneEdges& edges = leaf.lanes[first / kLanes];
         const LaneMask may = MayHit(edges, boxes);
         for (int e = 0; e < std::min(kLanes, leaf.count - first); ++e)
-            if (may[e] && HitsBelow(a, targets, leaf.edge[first + e], edges, e, quad, lane))
+            if (may[e] && HitsBelow(a, targets, leaf.edge[first + e], edges, e, wide, lane))
                 return true;
     }
     return false;

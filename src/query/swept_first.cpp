@@ -15,31 +15,31 @@ struct SweptBoxes {
     float bounds[4][6]; ///< by lane
 };
 
-/// The boxes of the swept triangles below each node of a tree that is grown to its leaves.
+/// The boxes of the swept triangles below each node of a tree that is built down to its leaves.
 struct Search {
     const SOLIDC& solid;
-    const QueryTrees& trees;
+    const ProbeTree& probes;
     Scratch<SweptBoxes> boxes;
     std::vector<std::int32_t> found;
 
-    int TriangleAt(int i) const { return trees.moverTriangle[static_cast<std::size_t>(i)]; }
-    float* BoundsOf(int quad, int lane) const
+    int TriangleAt(int i) const { return probes.triangle[static_cast<std::size_t>(i)]; }
+    float* BoundsOf(int wide, int lane) const
     {
-        return boxes[static_cast<std::size_t>(quad)].bounds[lane];
+        return boxes[static_cast<std::size_t>(wide)].bounds[lane];
     }
 
-    void MakeBounds(const BoxQuad& quad, int lane, float* box) const
+    void MakeBounds(const WideNode& wide, int lane, float* box) const
     {
         ClearBbox(box);
-        const int below = quad.below[lane];
+        const int below = wide.below[lane];
         if (below > 0) {
-            for (int child = 0; child < trees.moverTree.quad[below].count; ++child)
+            for (int child = 0; child < probes.bvh.wide[below].count; ++child)
                 MergeBbox(box, BoundsOf(below, child));
             return;
         }
-        for (int i = quad.items[lane].first; i < quad.items[lane].last; ++i) {
+        for (int i = wide.items[lane].first; i < wide.items[lane].last; ++i) {
             const float* swept = solid.triangles[TriangleAt(i)].sweepBbox;
-            // One that is not a number meets nothing, and must not hide the others.
+            // A box with a NaN meets nothing, and must not hide the others.
             if (std::none_of(swept, swept + 6, [](float x) { return std::isnan(x); }))
                 MergeBbox(box, swept);
         }
@@ -47,37 +47,37 @@ struct Search {
 
     void MakeBoxes()
     {
-        const BoxTree& tree = trees.moverTree;
-        boxes = MakeScratch<SweptBoxes>(static_cast<std::size_t>(tree.quadCount));
-        // Children lie behind their node.
-        for (int q = tree.quadCount - 1; q >= 0; --q)
-            for (int lane = 0; lane < tree.quad[q].count; ++lane)
-                MakeBounds(tree.quad[q], lane, BoundsOf(q, lane));
+        const Bvh& tree = probes.bvh;
+        boxes = MakeScratch<SweptBoxes>(static_cast<std::size_t>(tree.wideCount));
+        // Children come after their node.
+        for (int q = tree.wideCount - 1; q >= 0; --q)
+            for (int lane = 0; lane < tree.wide[q].count; ++lane)
+                MakeBounds(tree.wide[q], lane, BoundsOf(q, lane));
     }
 
     void Find(const float* box, int q)
     {
-        const BoxQuad& quad = trees.moverTree.quad[q];
-        for (int lane = 0; lane < quad.count; ++lane) {
+        const WideNode& wide = probes.bvh.wide[q];
+        for (int lane = 0; lane < wide.count; ++lane) {
             if (!BboxesMeet(box, BoundsOf(q, lane), solid.tolerance)) continue;
-            if (quad.below[lane] > 0) {
-                Find(box, quad.below[lane]);
+            if (wide.below[lane] > 0) {
+                Find(box, wide.below[lane]);
                 continue;
             }
-            for (int i = quad.items[lane].first; i < quad.items[lane].last; ++i)
+            for (int i = wide.items[lane].first; i < wide.items[lane].last; ++i)
                 found.push_back(TriangleAt(i));
         }
     }
 };
 
-void GrowAll(const SOLIDC& solid, QueryTrees& trees)
+void BuildToLeaves(const SOLIDC& solid, ProbeTree& probes)
 {
-    for (int q = 0; q < trees.moverTree.quadCount; ++q)
-        for (int lane = 0; lane < trees.moverTree.quad[q].count; ++lane)
-            MoversBelow(solid, trees, q, lane);
+    for (int q = 0; q < probes.bvh.wideCount; ++q)
+        for (int lane = 0; lane < probes.bvh.wide[q].count; ++lane)
+            ProbesBelow(solid, probes, q, lane);
 }
 
-/// Walks b's edges under a triangle, run by run of the triangles found.
+/// Walks b's edges under a triangle, run by run of consecutive triangles found.
 int WalkFound(const std::vector<std::int32_t>& found, SOLIDC& b, const float (*corners)[3],
               float* box)
 {
@@ -87,8 +87,8 @@ int WalkFound(const std::vector<std::int32_t>& found, SOLIDC& b, const float (*c
     for (std::size_t i = 0; i < found.size();) {
         cursor = std::max(cursor, 10 * found[i]);
         while (++i < found.size() && found[i] == found[i - 1] + 1) {}
-        // The run and the triangle behind it, which is passed over: so the limit comes back only
-        // where nothing was found, whatever step was last.
+        // The limit lies past the triangle after the run, which gives nothing: so the walk returns
+        // the limit only where nothing was found, whatever step was last.
         const int limit = 10 * (found[i - 1] + 2);
         for (;;) {
             cursor = b.SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box);
@@ -102,11 +102,11 @@ int WalkFound(const std::vector<std::int32_t>& found, SOLIDC& b, const float (*c
 
 } // namespace
 
-int DetectSweptFirst(SOLIDC& a, SOLIDC& b, QueryTrees& movers)
+int DetectSweptFirst(SOLIDC& a, SOLIDC& b, ProbeTree& probes)
 {
-    if (movers.moverTree.quadCount == 0) return 0;
-    GrowAll(b, movers);
-    Search search{b, movers, {}, {}};
+    if (probes.bvh.wideCount == 0) return 0;
+    BuildToLeaves(b, probes);
+    Search search{b, probes, {}, {}};
     search.MakeBoxes();
     for (int t = 0; t < a.triangleCount; ++t) {
         const T_LIST& triangle = a.triangles[t];

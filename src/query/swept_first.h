@@ -4,10 +4,10 @@
 #include "bvh/query_trees.h"
 
 /// As a.SC_DetectIntersection(&b) where both are swept: each triangle of a, at rest, against the
-/// edges of b. The same walks, started only where a triangle of b can meet the box: the steps
-/// between, which find nothing, take the time of that many triangles for each triangle of a.
-/// @param movers  of b, whose sweep is settled; its tolerance is finite
+/// edges of b. The same walks, started only at the triangles of b whose box meets that of the
+/// triangle of a: stepping over all others would cost the product of both counts.
+/// @param probes  of b, whose sweep is settled; its tolerance is finite
 /// @return 1 or 0
-int DetectSweptFirst(SOLIDC& a, SOLIDC& b, QueryTrees& movers);
+int DetectSweptFirst(SOLIDC& a, SOLIDC& b, ProbeTree& probes);
 
 #endif

@@ -12,36 +12,36 @@ namespace
 
 /// Sees each node on the way down, grows what is not, and counts how often it comes by each item.
 struct TreeWalk {
-    BoxTree& tree;
-    std::vector<BoxItem>& items;
+    Bvh& tree;
+    std::vector<BvhItem>& items;
     std::vector<int> seen = std::vector<int>(items.size());
     int deepest = 0, grown = 0;
 
     void Quad(int q, int depth)
     {
         deepest = std::max(deepest, depth);
-        const BoxQuad& quad = tree.quad[q];
-        ASSERT_GE(quad.count, 1);
-        for (int lane = 0; lane < quad.count; ++lane) {
+        const WideNode& wide = tree.wide[q];
+        ASSERT_GE(wide.count, 1);
+        for (int lane = 0; lane < wide.count; ++lane) {
             const auto own =
-                std::span(items).subspan(static_cast<std::size_t>(quad.items[lane].first),
-                                         static_cast<std::size_t>(quad.items[lane].Count()));
-            if (quad.below[lane] == BoxQuad::kUngrown) {
-                ASSERT_LE(own.size(), kCrowd);
-                tree.quad[q].below[lane] = GrowBoxTree(tree, quad.items[lane], own);
+                std::span(items).subspan(static_cast<std::size_t>(wide.items[lane].first),
+                                         static_cast<std::size_t>(wide.items[lane].Count()));
+            if (wide.below[lane] == WideNode::kUnbuilt) {
+                ASSERT_LE(own.size(), kLazyItems);
+                tree.wide[q].below[lane] = BuildSubtree(tree, wide.items[lane], own);
                 ++grown;
             }
-            if (!quad.IsLeaf(lane)) {
-                Quad(quad.below[lane], depth + 1);
+            if (!wide.IsLeaf(lane)) {
+                Quad(wide.below[lane], depth + 1);
                 continue;
             }
             ASSERT_LE(own.size(), kItemsPerLeaf);
-            for (const BoxItem& item : own) ++seen[static_cast<std::size_t>(item.item)];
+            for (const BvhItem& item : own) ++seen[static_cast<std::size_t>(item.item)];
         }
     }
 };
 
-TEST(BoxTree, CrowdedItemsNeitherGetLostNorMakeItDeep)
+TEST(Bvh, CrowdedItemsNeitherGetLostNorMakeItDeep)
 {
     std::mt19937 random(1);
     std::uniform_real_distribution<float> any(-1, 1);
@@ -62,14 +62,14 @@ TEST(BoxTree, CrowdedItemsNeitherGetLostNorMakeItDeep)
     for (const Case& one : cases)
         for (const int count : {1, 4, 5, 6, 17, 3000}) {
             SCOPED_TRACE(testing::Message() << one.name << ' ' << count);
-            std::vector<BoxItem> items(static_cast<std::size_t>(count), BoxItem{});
+            std::vector<BvhItem> items(static_cast<std::size_t>(count), BvhItem{});
             for (int i = 0; i < count; ++i) {
-                BoxItem& item = items[static_cast<std::size_t>(i)];
+                BvhItem& item = items[static_cast<std::size_t>(i)];
                 item.item = i;
                 for (auto& corner : item.corner) corner[i % 3] = one.place(i);
                 item.normal[i % 2] = one.facing(i);
             }
-            BoxTree tree = BuildBoxTree(items);
+            Bvh tree = BuildBvh(items);
             TreeWalk walk{tree, items};
             walk.Quad(0, 0);
             EXPECT_EQ(walk.seen, std::vector<int>(static_cast<std::size_t>(count), 1));

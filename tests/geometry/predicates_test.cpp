@@ -50,16 +50,16 @@ TEST(EdgeCrossesTriangle, InEveryRotationOfCornersAndAxes)
         for (std::size_t axes = 0; axes < 3; ++axes)
             for (std::size_t first = 0; first < 3; ++first) {
                 const Point corners[3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
-                Point turned[3], edge[2], back[2];
+                Point normalOffset[3], edge[2], back[2];
                 for (std::size_t c = 0; c < 3; ++c)
-                    turned[c] = Turned(corners[(c + first) % 3], axes);
+                    normalOffset[c] = Turned(corners[(c + first) % 3], axes);
                 for (std::size_t e = 0; e < 2; ++e) {
                     edge[e] = Turned(row.edge[e], axes);
                     back[1 - e] = edge[e];
                 }
-                EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(turned)), row.hit)
+                EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(normalOffset)), row.hit)
                     << row.fault << ' ' << axes << ' ' << first;
-                EXPECT_EQ(EdgeCrossesTriangle(Rows(back), Rows(turned)), row.hit)
+                EXPECT_EQ(EdgeCrossesTriangle(Rows(back), Rows(normalOffset)), row.hit)
                     << row.fault << " backwards " << axes << ' ' << first;
             }
 }

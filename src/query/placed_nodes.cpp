@@ -1,0 +1,123 @@
+#include "query/placed_nodes.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "query/margins.h"
+
+namespace
+{
+
+// min(u / 2, kSideEndBeside / u) is greatest at this length of an edge, and is this there.
+constexpr float kSideEndLength = 0.114f;
+constexpr float kMaxSideEnd = 0.0567f;
+constexpr float kRigid = 1e-4f; ///< gramDeviation of a motion that only rotates and translates
+
+void Place(const Motion& motion, const ObbLanes& boxes, PlacedNodes& placed)
+{
+    for (int r = 0; r < 3; ++r) {
+        placed.centre[r] = motion.origin[r] + Dot(motion.matrix[r], boxes.centre);
+        for (int i = 0; i < 3; ++i) placed.axis[i][r] = Dot(motion.matrix[r], boxes.axis[i]);
+        placed.half[r] = boxes.half[r];
+    }
+}
+
+/// Projections on the images of the axes (Lemma 6). A rigid motion keeps the axes at right angles
+/// but for gramDeviation, and needs no products.
+void PlaceExtents(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& placed)
+{
+    const Lanes *half = placed.half, *edge = placed.edgeExtent;
+    const bool rigid = motion.gramDeviation[0] < kRigid;
+    for (int i = 0; i < 3; ++i) {
+        Lanes all = nodes.box.half[i] + motion.gramDeviation * (half[0] + half[1] + half[2]),
+              one = nodes.edgeExtent[i] + motion.gramDeviation * (edge[0] + edge[1] + edge[2]);
+        if (!rigid) {
+            all = one = Lanes{};
+            for (int k = 0; k < 3; ++k) {
+                const Lanes along = Abs(Dot(placed.axis[i], placed.axis[k]));
+                all += along * half[k];
+                one += along * edge[k];
+            }
+        }
+        const Lanes halfSweep = HalfSweepAlong(motion, placed.axis[i]);
+        placed.radius[i] = all + halfSweep + motion.maxStretch * motion.error;
+        placed.beyond[i] = one;
+        placed.sweepExtent[i] = halfSweep + halfSweep;
+    }
+}
+
+/// Margins of parallel segments (Lemma 2). A diagonal of a swept quad can be as short as it likes,
+/// and an edge that is short against its coordinates can be rounded to nothing.
+void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& placed)
+{
+    const Lanes none{}, unbounded = Splat(HUGE_VALF);
+    placed.longest = motion.maxStretch * nodes.longest + motion.error;
+    Lanes shortest = motion.minStretch * nodes.shortest * (1 - kSumRounding) - 2 * motion.error;
+    if (motion.hasSweptQuads) shortest = none;
+    const Lanes along =
+        shortest > none
+            ? motion.minStretch * nodes.shortestAlong * (1 - kSumRounding) - 2 * motion.error
+            : none;
+    placed.besideLongEdges = along > none ? kEdgeEndBeside / along : unbounded;
+    placed.parallelAcross = shortest > none ? kParallelAcross / shortest : unbounded;
+    const Lanes perStretch = shortest > none ? 1 / motion.minStretch : unbounded;
+    for (int i = 0; i < 3; ++i) placed.maxCosine[i] = nodes.maxCosine[i] * perStretch;
+    const auto sideEnd = [&](Lanes least, Lanes most) {
+        return Min(0.5f * most,
+                   least > kSideEndLength ? kSideEndBeside / least : Splat(kMaxSideEnd));
+    };
+    placed.sideEndMargin =
+        Max(sideEnd(shortest, motion.maxStretch * nodes.longestAcross + motion.error),
+            sideEnd(along, placed.longest + motion.sweptLength));
+}
+
+/// Which nodes can hold what a pass is about, by the angles of their normals and of those of their
+/// neighbours with the motion (Lemma 7).
+LaneMask TakesPart(const Motion& motion, const ProbeNodes& nodes)
+{
+    const float trailing = -1e-5f; // of SweepOrientOf
+    Lanes low{}, high{}, error = Splat(1e-9f);
+    for (int r = 0; r < 3; ++r) {
+        const Lanes a = motion.direction[r] * nodes.low[r], b = motion.direction[r] * nodes.high[r];
+        low += Min(a, b);
+        high += Max(a, b);
+        error += kSumRounding * Max(Abs(a), Abs(b));
+    }
+    const LaneMask someTrail = low - error < trailing, someDoNot = high + error >= trailing;
+    if (motion.pass == Pass::kStart) return someTrail;
+    return motion.pass == Pass::kEnd ? someDoNot : someTrail & someDoNot;
+}
+
+LaneMask MeetBox(const Motion& motion, const PlacedNodes& placed, const float* box)
+{
+    LaneMask apart{};
+    for (int r = 0; r < 3; ++r) {
+        Lanes radius = Abs(motion.halfDisplacement[r]);
+        for (int i = 0; i < 3; ++i) radius += placed.half[i] * Abs(placed.axis[i][r]);
+        radius += motion.error + kSumRounding * radius;
+        apart |= (placed.centre[r] - radius > box[r + 3]) | (placed.centre[r] + radius < box[r]);
+    }
+    return ~apart;
+}
+
+} // namespace
+
+bool MayMeet(const Motion& motion, const ObbLanes& boxes, const float* box)
+{
+    PlacedNodes placed;
+    Place(motion, boxes, placed);
+    return MeetBox(motion, placed, box)[0] != 0;
+}
+
+LaneMask PlaceNodes(const Motion& motion, const ProbeNodes& nodes, const float* box,
+                    PlacedNodes& placed)
+{
+    Place(motion, nodes.box, placed);
+    std::copy_n(nodes.edgeExtent, 3, placed.edgeExtent);
+    std::copy_n(nodes.cornerGap, 2, placed.cornerGap);
+    placed.halfArea = nodes.box.halfArea;
+    PlaceExtents(motion, nodes, placed);
+    PlaceLengths(motion, nodes, placed);
+    const LaneMask meets = MeetBox(motion, placed, box);
+    return motion.isSwept && motion.pass != Pass::kAll ? meets & TakesPart(motion, nodes) : meets;
+}
