@@ -79,14 +79,13 @@ LaneMask ApartOnBoxAxes(const EdgePose& pose, const TargetNodes& targets)
 LaneMask ApartOnEdgeAxes(const EdgePose& pose, const LaneEdges& edge, const TargetNodes& targets)
 {
     const Lanes* half = targets.box.half;
-    Lanes along{}, radius = 0.5f * edge.length, cosines{};
+    Lanes along{}, radius = 0.5f * edge.length;
     for (int k = 0; k < 3; ++k) {
         along += pose.cosine[k] * pose.apart[k];
         radius += Abs(pose.cosine[k]) * half[k];
-        cosines += Abs(pose.cosine[k]);
     }
     LaneMask apart = Abs(along) - radius - 2 * pose.error - kSumRounding * radius >
-                     pose.beyondFraction * edge.length + pose.besideMargin * cosines;
+                     pose.beyondFraction * edge.length + pose.besideMargin;
     for (int k = 0; k < 3; ++k) {
         const int i = (k + 1) % 3, j = (k + 2) % 3;
         const Lanes across = Abs(pose.apart[i] * pose.half[j] - pose.apart[j] * pose.half[i]);
@@ -123,7 +122,7 @@ LaneEdges GatherEdges(std::span<const PlacedEdge> edges, float error)
     gathered.length = length * kWider;
     gathered.error = Splat(error);
     gathered.parallelAcross = kParallelAcross * perLength;
-    gathered.sideEndMargin = Min(0.5f * gathered.length, kSideEndBeside * perLength);
+    gathered.sideEndMargin = Min(0.5f * gathered.length, kParallelBeside * perLength);
     return gathered;
 }
 

@@ -252,8 +252,8 @@ bool HasTolerance(const SOLIDC& solid)
 /// Whether the bounds hold for both solids.
 bool IsPlainPair(const SOLIDC& a, const SOLIDC& b)
 {
-    // The walk ends early on solids with few edges (see "Early end" in docs/behaviour.md), which is
-    // not followed here.
+    // The walk ends early on solids with few edges (see "Step guard" in docs/behaviour.md), which
+    // is not followed here.
     constexpr int kMinEdges = 12;
     return a.octree && !a.isSwept && !a.isRotated && !b.isRotated && !b.isSimple &&
            b.edgeCount >= kMinEdges && HasTolerance(b) && IsPlainMotion(b);

@@ -8,12 +8,10 @@
 
 // Parallel segments (Lemma 2). A side counts as parallel to an edge of length u when its component
 // across the edge is less than kParallelAcross / u, from the 1e-5 that SegmentsIntersecting
-// compares the squared cross product with. An end of the edge can then lie beside the side by half
-// the side, and by kEdgeEndBeside / u; an end of the side beside the edge by u / 2, and by
-// kSideEndBeside / u.
+// compares the squared cross product with. An end of one that hits lies beside the other by
+// kParallelBeside / u at most, and by half of what it lies beside.
 constexpr float kParallelAcross = 0.0033f;
-constexpr float kEdgeEndBeside = 4 * kParallelAcross;
-constexpr float kSideEndBeside = 0.0064f;
+constexpr float kParallelBeside = 0.0064f;
 
 // Rounding (Lemma 1). Relative: of the height of a point over a plane in floats, of sums of a few
 // products of floats, and, of doubles, of placed vertices and boxes.
@@ -26,8 +24,8 @@ constexpr double kPlacingRounding = 2e-6;
 /// @param error  of the rise, absolute
 inline Lanes BeyondFraction(Lanes rise, Lanes error)
 {
-    const Lanes most = 2 * (kContact + error);
-    return rise > most + most ? most / rise : Splat(1);
+    const Lanes height = kContact + error;
+    return rise > height + height ? height / rise : Splat(1);
 }
 
 /// How far a point can lie from the centre of a box of targets along its first axis, up or down,
@@ -49,7 +47,7 @@ inline Lanes PlaneHeight(const TargetNodes& targets, Lanes normalOffset, Lanes b
 /// @param besideLongEdges  the same margin for the others, 0 if there are none
 inline Lanes EdgeEndMargin(Lanes parallelAcross, Lanes longest, Lanes side, Lanes besideLongEdges)
 {
-    const Lanes anyEdge = Min(kEdgeEndBeside / kParallelAcross * parallelAcross, 0.5f * longest);
+    const Lanes anyEdge = Min(kParallelBeside / kParallelAcross * parallelAcross, 0.5f * longest);
     return Min(anyEdge, Max(besideLongEdges, 0.5f * side));
 }
 

@@ -10,7 +10,7 @@ struct NodeOverlap {
     LaneMask any;    ///< a hit is possible
     LaneMask onEdge; ///< by a point on the edge itself; else only by one beyond its end, or beside
                      ///< a parallel side
-    Lanes depth; ///< of the overlap: the greater, the likelier is a hit
+    Lanes depth;     ///< of the overlap: the greater, the likelier is a hit
 };
 NodeOverlap OverlapOf(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets);
 

@@ -8,7 +8,7 @@
 namespace
 {
 
-// min(u / 2, kSideEndBeside / u) is greatest at this length of an edge, and is this there.
+// min(u / 2, kParallelBeside / u) is greatest at this length of an edge, and is this there.
 constexpr float kSideEndLength = 0.114f;
 constexpr float kMaxSideEnd = 0.0567f;
 constexpr float kRigid = 1e-4f; ///< gramDeviation of a motion that only rotates and translates
@@ -58,13 +58,13 @@ void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& pl
         shortest > none
             ? motion.minStretch * nodes.shortestAlong * (1 - kSumRounding) - 2 * motion.error
             : none;
-    placed.besideLongEdges = along > none ? kEdgeEndBeside / along : unbounded;
+    placed.besideLongEdges = along > none ? kParallelBeside / along : unbounded;
     placed.parallelAcross = shortest > none ? kParallelAcross / shortest : unbounded;
     const Lanes perStretch = shortest > none ? 1 / motion.minStretch : unbounded;
     for (int i = 0; i < 3; ++i) placed.maxCosine[i] = nodes.maxCosine[i] * perStretch;
     const auto sideEnd = [&](Lanes least, Lanes most) {
         return Min(0.5f * most,
-                   least > kSideEndLength ? kSideEndBeside / least : Splat(kMaxSideEnd));
+                   least > kSideEndLength ? kParallelBeside / least : Splat(kMaxSideEnd));
     };
     placed.sideEndMargin =
         Max(sideEnd(shortest, motion.maxStretch * nodes.longestAcross + motion.error),

@@ -123,7 +123,7 @@ bool TakeSweptQuadEdge(const WalkTriangle& walked, int piece, PlacedEdge& out)
 }
 
 /// The step at which the walk enters the triangle after this one: 1 or 2 where an edge given at
-/// step 10 or 11 of this one makes it skip (see "Skipped steps" in docs/behaviour.md).
+/// step 10 or 11 of this one makes it skip (see "Step carry" in docs/behaviour.md).
 int StepAfter(const WalkTriangle& walked)
 {
     PlacedEdge unused;
