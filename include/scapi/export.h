@@ -1,7 +1,7 @@
 #ifndef SCAPI_EXPORT_H
 #define SCAPI_EXPORT_H
 
-/* SCAPI_EXPORT marks what the shared library shows; everything else is built hidden. */
+/* SCAPI_EXPORT marks an exported symbol; all others are built with hidden visibility. */
 #if defined(_WIN32)
 #if defined(SCAPI_BUILDING)
 #define SCAPI_EXPORT __declspec(dllexport)

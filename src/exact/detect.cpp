@@ -10,7 +10,8 @@
 namespace
 {
 
-/// Walks the edges of a solid that meet `box` until `hit` does not answer 0.
+/// Calls `hit` on each edge of a solid whose box meets `box`, until a result is not 0.
+/// @return the last result, or 0
 template <class Hit>
 int WalkEdges(SOLIDC* solid, float* box, Hit hit)
 {
@@ -22,9 +23,9 @@ int WalkEdges(SOLIDC* solid, float* box, Hit hit)
     return 0;
 }
 
-/// Triangles from `triangle` back to the first of `solid`: 0 or, for all others, negative. The
-/// subtraction runs this way round on purpose, and so the caller walks the first triangle only.
-int IndexBackwards(const SOLIDC& solid, const T_LIST* triangle)
+/// The reversed index (docs/behaviour.md): minus the index of a triangle, so that the caller walks
+/// the first triangle only and ends at once on all others.
+int ReversedIndex(const SOLIDC& solid, const T_LIST* triangle)
 {
     const auto bytes = reinterpret_cast<std::intptr_t>(solid.triangles) -
                        reinterpret_cast<std::intptr_t>(triangle);
@@ -38,7 +39,7 @@ int SOLIDC::SC_DetectIntersection(SOLIDC* other) { return IntersectWithEdgesFrom
 int SOLIDC::IntersectWithEdgesFrom(SOLIDC* other)
 {
     if (isSwept) {
-        // A swept first solid is tested triangle by triangle, at rest all the same.
+        // The swept first solid (docs/behaviour.md) is tested at rest and without its octree.
         for (int t = 0; t < triangleCount; ++t)
             if (const int result = Triangle_to_SolidBTriangles(&triangles[t], other)) return result;
         return 0;
@@ -65,8 +66,8 @@ int SOLIDC::Triangle_to_SolidBEdges(T_LIST* triangle, SOLIDC* solid)
     std::memcpy(box, triangle->bbox, sizeof box);
     EdgeBuffer buffer;
     CrossingState state;
-    // Unsigned, for a triangle that is another solid's.
-    const unsigned start = 10u * static_cast<unsigned>(IndexBackwards(*this, triangle));
+    // Unsigned, because with a triangle of another solid the product can overflow.
+    const unsigned start = 10u * static_cast<unsigned>(ReversedIndex(*this, triangle));
     int cursor = static_cast<int>(start);
     const int limit = static_cast<int>(start + 10u);
     for (;;) {

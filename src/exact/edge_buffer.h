@@ -3,8 +3,8 @@
 
 #include "geometry/bbox.h"
 
-/// An edge that meets no box: what a piece without a position of its own finds in the buffer when
-/// no edge came before it.
+/// The output buffer of an edge walk, which starts as an edge that meets no box. A repeated edge
+/// (docs/behaviour.md) can come first and is then tested as this one.
 struct EdgeBuffer {
     float edge[2][3] = {{kEmptyExtreme, kEmptyExtreme, kEmptyExtreme},
                         {kEmptyExtreme, kEmptyExtreme, kEmptyExtreme}};

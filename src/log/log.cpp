@@ -12,7 +12,7 @@ int LogErrorsStarted = 0;
 namespace
 {
 
-constexpr std::size_t kMostModuleName = 250;
+constexpr std::size_t kMaxModuleName = 250;
 
 File LogStream(const char* mode) { return File(std::fopen(LogPath.c_str(), mode)); }
 
@@ -32,7 +32,7 @@ void Append(const char* text)
 {
     const File stream = LogStream("a");
     if (!stream) return;
-        // The text is a format on purpose: %% comes out as one %.
+        // The log format (docs/behaviour.md): hosts write %% for one %.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
@@ -45,7 +45,7 @@ void Append(const char* text)
 void LogInit()
 {
     LogPath = "LOG.LOG";
-    const std::string module = RunningModule(kMostModuleName);
+    const std::string module = RunningModule(kMaxModuleName);
     if (!module.empty()) {
         LogPath = module;
         const std::size_t dot = LogPath.rfind('.');

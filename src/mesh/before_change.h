@@ -1,15 +1,16 @@
-// What has to happen before the records of a loaded solid change. Declared here, where records are
-// changed from; what has to be done belongs to the parts above, which define it.
+// Hooks that run before the records of a loaded solid change. The mesh code calls them, but what
+// they invalidate belongs to higher folders, which define them: so this folder needs no include of
+// theirs.
 #ifndef SCAPI_MESH_BEFORE_CHANGE_H
 #define SCAPI_MESH_BEFORE_CHANGE_H
 
 #include "scapi/solid.h"
 
-/// Completes a pending sweep and drops the query trees: a sweep counts with the records that it was
-/// defined on, and the trees are built from them.
+/// Completes a pending sweep, whose results depend on the records as they were when it was defined,
+/// and releases the query trees, which are built from the records.
 void BeforeRecordsChange(SOLIDC& solid);
 
-/// Drops what queries have built from the records and the octree; it is built again on demand.
+/// Releases the bounding volume hierarchies of the solid; the next query builds them again.
 void ReleaseQueryTrees(SOLIDC& solid);
 
 #endif

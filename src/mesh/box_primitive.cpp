@@ -8,8 +8,9 @@
 namespace
 {
 
-// Each corner as three indices into the box: 0 to 2 the minimum x, y, z, 3 to 5 the maximum.
-// Counter-clockwise from outside; faces -z, -x, -y, +x, +y, +z, two triangles each.
+// Each corner as three indices into the six floats of a box. Counter-clockwise seen from outside;
+// two triangles per face, in the order -z, -x, -y, +x, +y, +z. Order and winding are visible in SLD
+// files.
 using Corner = std::array<std::uint8_t, 3>;
 constexpr std::array<std::array<Corner, 3>, 12> BoxCorners{{
     {{{0, 1, 2}, {0, 4, 2}, {3, 4, 2}}},

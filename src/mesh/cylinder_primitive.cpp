@@ -11,9 +11,10 @@ namespace
 constexpr int kSegments = 32;
 constexpr int kTriangles = 4 * kSegments;
 
-// Cosine and sine of i / 16 * 3.14159274f for i = 0 to 32, correctly rounded: a table, because the
-// libraries of two platforms may differ in the last bit. The last angle is a little more than a
-// full turn; the merging of vertices closes the ring.
+// Cosine and sine of i / 16 * 3.14159274f for i = 0 to 32, correctly rounded: a table, because math
+// libraries differ in the last bit. The float is above pi, so the last ring lies 1.75e-7 * radius
+// beyond the first one. The tolerance of the solid is at least 4e-7 * radius, so that merging
+// vertices closes the mesh.
 constexpr std::array<std::array<double, 2>, kSegments + 1> kAngles{{
     {{1.0, 0.0}},
     {{0.9807852793372718, 0.19509032737506427}},
@@ -50,7 +51,8 @@ constexpr std::array<std::array<double, 2>, kSegments + 1> kAngles{{
     {{0.9999999999999847, 1.7484556000744883e-07}},
 }};
 
-/// Two unit vectors across the axis.
+/// Two vectors perpendicular to the axis and to each other. `side` has unit length, `up` only up to
+/// rounding.
 struct CrossSection {
     float side[3], up[3];
 };
@@ -65,12 +67,13 @@ CrossSection MakeCrossSection(const float* axisStart, const float* axisEnd)
     cross(axis, seedAxis, section.side);
     Normalise(section.side);
     cross(section.side, axis, section.up);
-    // Meant for `up`, which stays as the product gave it; `side` is made unit length twice.
+    // The second normalisation (docs/behaviour.md) repeats `side` and leaves `up` as the cross
+    // product. Normalising `up` would change the last bits of vertices in existing SLD files.
     Normalise(section.side);
     return section;
 }
 
-/// The point of a ring round `center` at an angle of the table.
+/// A point of the ring around `center`. @param angle  index into kAngles
 void RingPoint(const CrossSection& section, const float* center, float radius, std::size_t angle,
                float* out)
 {
@@ -103,8 +106,8 @@ int SOLIDC::LoadCyl(float* const axisStart, float* const axisEnd, float radius)
         for (int axis = 0; axis < 3; ++axis)
             lowPrev[axis] = lowNext[axis], highPrev[axis] = highNext[axis];
     }
-    // As on a box, the boxes of the records are refinement's to compute: the sort before it finds
-    // equal keys and leaves the triangles in the order in which they were built.
+    // Unsorted primitives (docs/behaviour.md): with empty boxes all sort keys are equal, so that
+    // the triangles keep the order above. Refinement computes the boxes.
     for (int t = 0; t < triangleCount; ++t) std::fill_n(triangles[t].bbox, 6, 0.0f);
     FinishPrimitive(*this);
     return 0;

@@ -9,8 +9,9 @@
 namespace
 {
 
-/// Normals follow the vertices from here on: merging may have made a triangle degenerate.
-void OpenAllSides(SOLIDC& solid)
+/// Opens all sides. Normals are computed again from the vertices, because merging corners can make
+/// a triangle degenerate.
+void ResetSidesAndNormals(SOLIDC& solid)
 {
     for (int t = 0; t < solid.triangleCount; ++t) {
         T_LIST& triangle = solid.triangles[t];
@@ -30,7 +31,8 @@ void LinkSide(SOLIDC& solid, int triangle, int slot)
     ++solid.triangles[triangle].edgeLinks;
 }
 
-/// Makes the edge between a side of triangle `a` and a partner, side = 3 * triangle + slot.
+/// Appends the edge between a side of triangle `a` and its partner.
+/// @param partner  3 * triangle + slot
 void PairSides(SOLIDC& solid, SideIndex& index, int a, int slot, int partner)
 {
     const T_LIST& triangle = solid.triangles[a];
@@ -46,7 +48,7 @@ void PairSides(SOLIDC& solid, SideIndex& index, int a, int slot, int partner)
     ++solid.edgeCount;
 }
 
-/// @return whether every side of triangle `a` has a partner now
+/// Pairs the open sides of triangle `a`. @return false when a side has no partner
 bool PairTriangle(SOLIDC& solid, SideIndex& index, int a)
 {
     bool closed = true;
@@ -63,15 +65,18 @@ bool PairTriangle(SOLIDC& solid, SideIndex& index, int a)
     return closed;
 }
 
-/// Brings the entries for the partners of triangles further on into the cache.
-void ExpectTriangle(const SOLIDC& solid, const SideIndex& index, int a)
+/// Prefetches the index entries for triangles ahead of `a`: a bucket names the entry, so it has to
+/// arrive first.
+void PrefetchTriangle(const SOLIDC& solid, const SideIndex& index, int a)
 {
-    constexpr int kFar = 16, kNear = 8;
-    const int* vertexFar = solid.triangles[std::min(a + kFar, solid.triangleCount - 1)].vertex;
-    const int* vertexNear = solid.triangles[std::min(a + kNear, solid.triangleCount - 1)].vertex;
+    constexpr int kBucketsAhead = 16, kSidesAhead = 8;
+    const int* bucketVertex =
+        solid.triangles[std::min(a + kBucketsAhead, solid.triangleCount - 1)].vertex;
+    const int* sideVertex =
+        solid.triangles[std::min(a + kSidesAhead, solid.triangleCount - 1)].vertex;
     for (int slot = 0; slot < 3; ++slot) {
-        ExpectBucket(index, vertexFar[slot], vertexFar[PreviousSlot(slot)]);
-        ExpectSide(index, vertexNear[slot], vertexNear[PreviousSlot(slot)]);
+        PrefetchBucket(index, bucketVertex[slot], bucketVertex[PreviousSlot(slot)]);
+        PrefetchSide(index, sideVertex[slot], sideVertex[PreviousSlot(slot)]);
     }
 }
 
@@ -84,12 +89,13 @@ int SOLIDC::SC_BuildEdgesList(void)
     ReleaseQueryTrees(*this);
     edgeCapacity = ListCapacity(3 * std::int64_t{triangleCount});
     edges = Allocate<EdgeRec>(edgeCapacity);
-    OpenAllSides(*this);
+    ResetSidesAndNormals(*this);
     edgeCount = 0;
     SideIndex index = MakeSideIndex(*this);
-    // A side without a partner ends the work after its triangle; the partial list stays.
+    // Lists built once (docs/behaviour.md): a side without a partner ends the build after the other
+    // sides of its triangle, and the partial list stays.
     for (int a = 0; a < triangleCount; ++a) {
-        ExpectTriangle(*this, index, a);
+        PrefetchTriangle(*this, index, a);
         if (!PairTriangle(*this, index, a)) return SCAPI_OPEN_SIDE;
     }
     return 0;

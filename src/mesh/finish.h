@@ -1,17 +1,19 @@
-// The steps that end every load of a mesh.
+// The last steps of every load of a mesh.
 #ifndef SCAPI_MESH_FINISH_H
 #define SCAPI_MESH_FINISH_H
 
 #include "scapi/solid.h"
 
+/// Of the SLD file. Files of another version are not read.
 constexpr int kFormatVersion = 10118;
 
-/// Sets center and tolerance from bbox, stamps the version and builds the octree.
-/// @pre  triangles with their normals, all counts and capacities, baseTriangleCount, bbox
+/// Sets center, tolerance and fileVersion and builds the octree.
+/// @pre  set: triangles with their normals, all counts and capacities, baseTriangleCount, bbox
 void FinishLoad(SOLIDC& solid);
 
-/// FinishLoad for a primitive: bbox from the corners and baseTriangleCount first. The bbox of the
-/// records stays as the maker left it, refinement computes it.
+/// Sets capacities, bbox and baseTriangleCount of a primitive, then calls FinishLoad. The boxes of
+/// its triangles stay empty until refinement computes them.
+/// @pre  set: triangles with their normals, triangleCount
 void FinishPrimitive(SOLIDC& solid);
 
 #endif

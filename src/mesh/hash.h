@@ -4,7 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Mixes two words so that the low bits depend on all of both (the finaliser of MurmurHash3).
+/// Mixes two words so that the low bits of the result depend on all bits of both (the finaliser of
+/// MurmurHash3). Not stable across word sizes: never store it.
 inline std::size_t HashPair(std::uint64_t a, std::uint64_t b)
 {
     std::uint64_t h = a * 0x9E3779B97F4A7C15u ^ b;
@@ -13,7 +14,7 @@ inline std::size_t HashPair(std::uint64_t a, std::uint64_t b)
     return static_cast<std::size_t>(h ^ (h >> 33));
 }
 
-/// Starts to bring a place of a large table into the cache, for a look-up that comes soon.
-inline void Prefetch(const void* place) { __builtin_prefetch(place); }
+/// Starts loading an entry of a large table into the cache, ahead of its look-up.
+inline void Prefetch(const void* entry) { __builtin_prefetch(entry); }
 
 #endif

@@ -1,4 +1,4 @@
-// Small lookups in the records of a triangle.
+// Look-ups in one triangle record.
 #include <cstring>
 
 #include "mesh/triangle.h"

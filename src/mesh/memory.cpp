@@ -37,7 +37,8 @@ void* ResizeRecords(void* records, std::size_t oldCount, std::size_t newCount, s
             return moved;
         }
     }
-    // The block still stands: a fresh one may be found where it could not grow.
+    // realloc has left the old block alone. Allocating anew goes through the handler, which may
+    // free enough memory, and aborts where it cannot.
     void* fresh = AllocateRecords(newCount, size);
     std::memcpy(fresh, records, oldCount * size);
     ReleaseRecords(records);

@@ -1,6 +1,6 @@
-// Zero-filled arrays of records. A failed allocation goes to the handler of std::get_new_handler,
-// again and again; without one the process is aborted, unless only a file's word stood for the
-// size.
+// Zero-filled arrays of records. When memory is short, the handler of std::get_new_handler is
+// called until it frees enough or does not return. Without a handler the Try functions return null;
+// the others abort the process, because no caller of theirs can go on.
 #ifndef SCAPI_MESH_MEMORY_H
 #define SCAPI_MESH_MEMORY_H
 
@@ -14,11 +14,13 @@
 #include "scapi/records.h"
 
 void* AllocateRecords(std::size_t count, std::size_t size);
-/// For sizes that only a file vouches for: null when there is not that much memory, and no handler.
+/// For counts from a file, which may be wrong: null when memory is short and there is no handler.
 void* TryAllocateRecords(std::size_t count, std::size_t size);
 void ReleaseRecords(void* records);
 
-/// Grows a block of `oldCount` records to `newCount`; the new tail is zero.
+/// Grows a block to `newCount` records; the added ones are zero.
+/// @pre     oldCount <= newCount
+/// @return  the block, moved or not
 void* ResizeRecords(void* records, std::size_t oldCount, std::size_t newCount, std::size_t size);
 
 template <class Record>
@@ -27,7 +29,8 @@ Record* Allocate(int count)
     return static_cast<Record*>(AllocateRecords(static_cast<std::size_t>(count), sizeof(Record)));
 }
 
-/// One zeroed record more than the capacity: the inversion walk reads one past the last.
+/// Allocates one record more than the capacity, zeroed: the inversion walk (docs/behaviour.md)
+/// starts from the record after the last triangle.
 inline T_LIST* AllocateTriangles(int capacity)
 {
     return static_cast<T_LIST*>(
@@ -42,7 +45,7 @@ inline T_LIST* TryAllocateTriangles(int capacity)
 struct ReleaseScratch {
     void operator()(void* records) const { ReleaseRecords(records); }
 };
-/// A zero-filled array that is given back with its owner.
+/// An owned zero-filled array.
 template <class Record>
 using Scratch = std::unique_ptr<Record[], ReleaseScratch>;
 
@@ -52,13 +55,15 @@ Scratch<Record> MakeScratch(std::size_t count)
     return Scratch<Record>(static_cast<Record*>(AllocateRecords(count, sizeof(Record))));
 }
 
-/// An integer from a float, for every value: NaN and what lies below come out as `low`.
+/// Truncates to an integer in low to high; NaN gives `low`. A plain cast is undefined for values
+/// that do not fit.
 inline int ClampToInt(double value, int low, int high)
 {
     return value > low ? static_cast<int>(std::min(value, static_cast<double>(high))) : low;
 }
 
-/// Capacity of a list of `records` that is about to be built: a tenth more and 100.
+/// Capacity of a new vertex or edge list: a tenth more than `records`, plus 100, so that a
+/// refinement that adds little does not have to grow it.
 inline int ListCapacity(std::int64_t records)
 {
     return ClampToInt(static_cast<double>(records) * static_cast<double>(1.1f) + 100.0, 0, INT_MAX);

@@ -1,18 +1,18 @@
-// The orientation of triangles to a motion, and the inversion walk.
+// The orientation of triangles to a motion, and the inversion walk (docs/behaviour.md).
 #include "mesh/orientation.h"
-#include "mesh/before_change.h"
 
 #include <cstring>
 
 #include "geometry/vector.h"
+#include "mesh/before_change.h"
 #include "mesh/memory.h"
 #include "mesh/triangle.h"
 
 namespace
 {
 
-/// The triangle that the walk takes for the neighbour across an edge slot, or -1. It reads the
-/// vertices of the edge as if they were triangles: a fault that is part of the walk.
+/// The triangle that the inversion walk visits across an edge slot, or -1. The walk reads the
+/// vertices of the edge as triangles.
 int WalkNeighbour(const SOLIDC& solid, int triangle, int slot)
 {
     const int e = solid.triangles[triangle].edge[slot];
@@ -22,9 +22,9 @@ int WalkNeighbour(const SOLIDC& solid, int triangle, int slot)
     return InRange(neighbour, solid.triangleCount) ? neighbour : -1;
 }
 
-/// Exchanges words 3 to 11 of the record with words 6 to 14. Corners 1 and 2 trade places, but the
-/// blocks overlap: the normal takes corner 2 and the vertices take the normal. The exchange of two
-/// vertices that should follow writes one word over itself, and so is left out.
+/// Exchanges words 3 to 11 of the record with words 6 to 14. The blocks overlap, so the inversion
+/// walk swaps corners 1 and 2 but also puts corner 2 into the normal and the normal into the
+/// vertices.
 void ExchangeBlocks(T_LIST& triangle)
 {
     constexpr std::size_t kWord = 4, kBlock = 9 * kWord;
@@ -55,8 +55,8 @@ int SOLIDC::InvertTreeTriangle(int)
 {
     if (!triangles) return 0;
     for (int t = 0; t < triangleCount; ++t) triangles[t].mark = 0;
-    // The walk starts not from its argument but from the record behind the last triangle: another
-    // fault that is part of it. That record exists, and no edge is written to it.
+    // The inversion walk ignores its argument and starts from the record after the last triangle.
+    // AllocateTriangles adds that record.
     for (int slot = 0; slot < 3; ++slot)
         if (const int start = WalkNeighbour(*this, triangleCount, slot); start >= 0)
             InvertSubTreeTriangle(start);
@@ -67,22 +67,23 @@ int SOLIDC::InvertSubTreeTriangle(int triangle)
 {
     if (!InRange(triangle, triangleCount) || triangles[triangle].mark) return 0;
     BeforeRecordsChange(*this);
-    // A list of what is still to visit, since a mesh can be deeper than any stack. Each triangle
-    // enters it once, and the order of visits does not show in the result.
+    // An explicit stack, because recursion could be as deep as the mesh has triangles. Each
+    // triangle is pushed once, so triangleCount entries suffice. The order of visits does not
+    // affect the result.
     auto pending = MakeScratch<int>(static_cast<std::size_t>(triangleCount));
     std::size_t count = 0;
-    const auto enter = [&](int t) {
+    const auto push = [&](int t) {
         if (triangles[t].mark) return;
         triangles[t].mark = 1;
         pending[count++] = t;
     };
-    enter(triangle);
+    push(triangle);
     while (count) {
         const int t = pending[--count];
         for (float& component : triangles[t].normal) component = -component;
         ExchangeBlocks(triangles[t]);
         for (int slot = 0; slot < 3; ++slot)
-            if (const int next = WalkNeighbour(*this, t, slot); next >= 0) enter(next);
+            if (const int next = WalkNeighbour(*this, t, slot); next >= 0) push(next);
     }
     return 0;
 }

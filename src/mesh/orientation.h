@@ -1,7 +1,8 @@
 #ifndef SCAPI_MESH_ORIENTATION_H
 #define SCAPI_MESH_ORIENTATION_H
 
-/// How a triangle faces a motion: 1 along it, -1 against it, 0 within 1e-5 of parallel.
+/// Orientation of a triangle to a motion, both given by unit vectors: 1 leading, -1 trailing, 0
+/// when their dot product is within 1e-5 of zero: the plane of the triangle is along the motion.
 int SweepOrientOf(const float* normal, const float* direction);
 
 #endif

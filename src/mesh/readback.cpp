@@ -1,4 +1,4 @@
-// A solid read back record by record, at rest. The index of each call is the host's cursor.
+// Reads a solid back record by record, at rest. The index of a call is the host's cursor.
 #include <cstring>
 
 #include "mesh/triangle.h"
@@ -22,7 +22,8 @@ int SOLIDC::SC_GetTriangle(int index, float (*const corners)[3], float* const no
 {
     if (!InRange(index, triangleCount)) return -1;
     const T_LIST& triangle = triangles[index];
-    // The cursor stands still on a full solid whose vertex list is not built; a load builds it.
+    // Stalled cursor (docs/behaviour.md). Loads build the vertex list, so only a solid that a C++
+    // host filled itself gets here.
     if (!isSimple && vertexCount == 0) return index;
     for (int slot = 0; slot < 3; ++slot)
         std::memcpy(corners[slot],
@@ -30,8 +31,8 @@ int SOLIDC::SC_GetTriangle(int index, float (*const corners)[3], float* const no
                              : VertexAt(*this, triangle.vertex[slot]).position,
                     sizeof triangle.corners[slot]);
     if (normal) std::memcpy(normal, triangle.normal, sizeof triangle.normal);
-    // What refinement appended to a simple solid stays hidden: the walk ends behind the triangles
-    // that were loaded, one record late, with -1 telling the host to ignore that record.
+    // Late end (docs/behaviour.md): triangles that refinement appended to a simple solid are
+    // hidden, but the first of them is written before -1 tells the host to ignore it.
     return isSimple && index + 1 > baseTriangleCount ? -1 : index + 1;
 }
 

@@ -26,11 +26,11 @@ SideIndex MakeSideIndex(const SOLIDC& solid)
     index.mask = std::bit_ceil(count + 1) - 1;
     index.bucket = MakeScratch<std::int32_t>(index.mask + 1);
     index.side = MakeScratch<Side>(count);
-    // Backwards, since each side goes to the head of its chain.
+    // From the last side to the first, because each one is inserted at the head of its chain.
     for (int t = solid.triangleCount - 1; t >= 0; --t) {
         const int* ahead = solid.triangles[std::max(t - kTrianglesAhead, 0)].vertex;
         for (int slot = 0; slot < 3; ++slot)
-            ExpectBucket(index, ahead[PreviousSlot(slot)], ahead[slot]);
+            PrefetchBucket(index, ahead[PreviousSlot(slot)], ahead[slot]);
         for (int slot = 2; slot >= 0; --slot) {
             const int from = solid.triangles[t].vertex[PreviousSlot(slot)];
             const int to = solid.triangles[t].vertex[slot];
@@ -49,21 +49,21 @@ int FindSide(SideIndex& index, int from, int to, int except)
     while (*link) {
         Side& side = index.side[static_cast<std::size_t>(*link - 1)];
         if (side.from < 0) {
-            *link = side.following;
+            *link = side.next;
             continue;
         }
         if (side.from == from && side.to == to && (*link - 1) / 3 != except) return *link - 1;
-        link = &side.following;
+        link = &side.next;
     }
     return -1;
 }
 
-void ExpectBucket(const SideIndex& index, int from, int to)
+void PrefetchBucket(const SideIndex& index, int from, int to)
 {
     Prefetch(&BucketOf(index, from, to));
 }
 
-void ExpectSide(const SideIndex& index, int from, int to)
+void PrefetchSide(const SideIndex& index, int from, int to)
 {
     if (const std::int32_t head = BucketOf(index, from, to))
         Prefetch(&index.side[static_cast<std::size_t>(head - 1)]);

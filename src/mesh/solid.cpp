@@ -30,7 +30,7 @@ void SOLIDC::Check_Solid(int) {}
 
 std::int32_t SOLIDC::SC_GetUsedRAM(void)
 {
-    // Unsigned, because the sum is allowed to wrap.
+    // Unsigned, because the sum may wrap and signed overflow is undefined.
     return static_cast<std::int32_t>(312u + 140u * static_cast<std::uint32_t>(triangleCount) +
                                      40u * static_cast<std::uint32_t>(vertexCount) +
                                      40u * static_cast<std::uint32_t>(edgeCount));

@@ -1,4 +1,4 @@
-// Box tests of a solid: strict, the second box widened by the solid's tolerance.
+// Box tests of a solid.
 #include "geometry/bbox.h"
 #include "geometry/transformed_boxes.h"
 #include "scapi/solid.h"

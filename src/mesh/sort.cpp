@@ -12,13 +12,12 @@
 namespace
 {
 
-/// A triangle's place in the order: its key and where it stands now.
 struct SortEntry {
     std::uint32_t key;
-    std::int32_t from;
+    std::int32_t from; ///< index of the triangle before the sort
 };
 
-/// An unsigned key in the order of the floats, -0 equal to 0.
+/// An unsigned key that orders as the float does. Adding 0 gives -0 the key of 0.
 std::uint32_t KeyOf(float value)
 {
     const auto bits = std::bit_cast<std::uint32_t>(value + 0.0f);
@@ -41,7 +40,8 @@ void RadixSort(Scratch<SortEntry>& entries, std::size_t count)
     }
 }
 
-/// Moves the records to their places in cycles; each entry is marked done by naming itself.
+/// Moves each record to its sorted index, one cycle of the permutation at a time. An entry is done
+/// once `from` is its own index.
 void Permute(T_LIST* triangles, Scratch<SortEntry>& entries, int count)
 {
     const auto from = [&](int i) -> std::int32_t& {
@@ -69,7 +69,8 @@ int LongestAxis(const float* bbox)
     return Extent(bbox, axis) < Extent(bbox, 2) ? 2 : axis;
 }
 
-/// Bisects for the place of `key` among the words `word` of the boxes. @return low and high
+/// Bisects word `word` of the triangle boxes for `key`. @return indices low and high, where low is
+/// 0 or not above `key`, and high is triangleCount or above it
 std::pair<int, int> Bisect(const SOLIDC& solid, int word, double key)
 {
     int low = 0, high = solid.triangleCount;
@@ -95,7 +96,7 @@ void SOLIDC::SortTriangles(void)
             return CompareTriangleBbox(a, b, axis) < 0;
         }))
         return;
-    // The chains of a tree that stands already hold distances between records.
+    // Leaf chains link records by distance, which the sort changes.
     Release_Octree();
     const auto count = static_cast<std::size_t>(triangleCount);
     auto entries = MakeScratch<SortEntry>(count);
@@ -109,9 +110,10 @@ int SOLIDC::FindTriangles(float* const box, int* first, int* last)
 {
     *first = 0;
     *last = triangleCount;
-    // A file may name any axis; without a true one no triangle can be ruled out.
+    // A file can hold any sortAxis. Without a valid one no triangle can be excluded.
     if (0 <= sortAxis && sortAxis < 3) {
         *first = Bisect(*this, sortAxis, double(box[sortAxis]) - maxTriangleSize[sortAxis]).first;
+        // The unsorted bisection (docs/behaviour.md): maxima are not in sorted order.
         *last = Bisect(*this, sortAxis + 3, box[sortAxis + 3]).second;
     }
     return *last - *first;

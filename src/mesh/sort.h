@@ -3,8 +3,8 @@
 
 #include "scapi/records.h"
 
-/// Order of two triangles along an axis: 1, -1 or 0 as the box minimum of `a` is greater than, less
-/// than or equal to that of `b`.
+/// Compares the box minima of two triangles along an axis. @return 1 when that of `a` is greater,
+/// -1 when it is less, 0 otherwise
 int CompareTriangleBbox(const T_LIST& a, const T_LIST& b, int axis);
 
 #endif

@@ -1,10 +1,10 @@
 #include "mesh/triangle.h"
-#include "mesh/before_change.h"
 
 #include <cstring>
 
 #include "geometry/bbox.h"
 #include "geometry/vector.h"
+#include "mesh/before_change.h"
 
 int CalcTriangleNormal(const float* corners, float* normal)
 {

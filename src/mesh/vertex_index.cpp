@@ -12,10 +12,10 @@ namespace
 
 constexpr double kTolerancesPerCell = 8.0;
 
-// Room for the rounding of corner - reach. It cannot be lost in it either: where the coordinate is
-// 2^33 tolerances or more, floats lie further apart than the tolerance, and only an equal
-// coordinate, in the same cell, is near.
-constexpr double kReachSlack = 1.0 + 1.0 / (1 << 20);
+// Widens the search radius by more than what rounding coordinate - radius can take off it. From
+// 2^33 tolerances upwards the double could lose the radius altogether, but there floats are further
+// apart than the tolerance, so that only an equal coordinate, in the same cell, is near.
+constexpr double kRadiusSlack = 1.0 + 1.0 / (1 << 20);
 
 bool CanMerge(const VertexIndex& index, const float* corner)
 {
@@ -29,16 +29,17 @@ std::array<std::uint32_t, 3> BitsOf(const float* corner)
             std::bit_cast<std::uint32_t>(corner[2])};
 }
 
-std::size_t KnownPlace(const VertexIndex& index, const std::uint32_t* bits)
+std::size_t KnownHash(const VertexIndex& index, const std::uint32_t* bits)
 {
     const std::uint64_t pair = (std::uint64_t{bits[0]} << 32) | bits[1];
     return HashPair(pair, bits[2]) & index.knownMask;
 }
 
-/// The entry that holds these bits, or the free one where they belong.
+/// The entry of these bits, or the free entry in which to store them. Linear probing ends, because
+/// InsertKnown keeps half of the table free.
 KnownCorner& FindKnown(VertexIndex& index, const std::uint32_t* bits)
 {
-    std::size_t at = KnownPlace(index, bits);
+    std::size_t at = KnownHash(index, bits);
     for (;; at = (at + 1) & index.knownMask) {
         KnownCorner& entry = index.known[at];
         if (entry.vertex == 0 ||
@@ -57,7 +58,7 @@ void GrowKnown(VertexIndex& index)
         if (old[i].vertex) FindKnown(index, old[i].bits) = old[i];
 }
 
-void Remember(VertexIndex& index, const float* corner, int vertex)
+void InsertKnown(VertexIndex& index, const float* corner, int vertex)
 {
     if (2 * index.knownCount > index.knownMask) GrowKnown(index);
     const auto bits = BitsOf(corner);
@@ -66,7 +67,8 @@ void Remember(VertexIndex& index, const float* corner, int vertex)
     ++index.knownCount;
 }
 
-/// A cell coordinate; adding 0 makes -0 the same cell as 0. An infinite tolerance has one cell.
+/// A cell coordinate. Adding 0 turns -0 into 0, because cells are compared by their bits. With an
+/// infinite tolerance there is one cell.
 double CellOf(const VertexIndex& index, double coordinate)
 {
     return std::isfinite(index.cell) ? std::floor(coordinate / index.cell) + 0.0 : 0.0;
@@ -84,7 +86,8 @@ bool IsNear(const VertexIndex& index, const float* a, const float* b)
     return dx * dx + dy * dy + dz * dz < index.squaredTolerance;
 }
 
-/// The nearest cells below and above a coordinate that its reach touches; often one and the same.
+/// The cells within the search radius of a coordinate: one, or two neighbours, since a cell is
+/// wider than twice the radius.
 struct CellRange {
     double cell[2];
     int count;
@@ -92,8 +95,9 @@ struct CellRange {
 
 CellRange CellsAround(const VertexIndex& index, float coordinate)
 {
-    const double reach = index.tolerance * kReachSlack;
-    const double low = CellOf(index, coordinate - reach), high = CellOf(index, coordinate + reach);
+    const double radius = index.tolerance * kRadiusSlack;
+    const double low = CellOf(index, coordinate - radius),
+                 high = CellOf(index, coordinate + radius);
     return {{low, high}, low == high ? 1 : 2};
 }
 
@@ -105,13 +109,14 @@ VertexIndex MakeVertexIndex(float tolerance, std::int64_t corners)
     index.tolerance = std::fabs(double(tolerance));
     index.squaredTolerance = double(tolerance) * tolerance;
     index.cell = kTolerancesPerCell * index.tolerance;
-    // Most meshes have half as many vertices as triangles.
+    // A closed mesh has about half as many vertices as triangles, a sixth of its corners: with a
+    // third of them entries seldom collide and the table seldom grows.
     const auto size = std::bit_ceil(static_cast<std::uint64_t>(corners / 3 + 64));
     index.knownMask = 2 * size - 1;
     index.known = MakeScratch<KnownCorner>(2 * size);
     index.bucketMask = size - 1;
     index.bucket = MakeScratch<std::int32_t>(size);
-    index.following = MakeScratch<std::int32_t>(static_cast<std::size_t>(corners));
+    index.next = MakeScratch<std::int32_t>(static_cast<std::size_t>(corners));
     return index;
 }
 
@@ -129,25 +134,25 @@ int FindVertex(VertexIndex& index, const VertexRec* vertices, const float* corne
             for (int k = 0; k < z.count; ++k) {
                 const std::size_t bucket = BucketOf(index, x.cell[i], y.cell[j], z.cell[k]);
                 for (int v = index.bucket[bucket] - 1; v >= 0;
-                     v = index.following[static_cast<std::size_t>(v)] - 1)
+                     v = index.next[static_cast<std::size_t>(v)] - 1)
                     if ((found < 0 || v < found) && IsNear(index, vertices[v].position, corner))
                         found = v;
             }
-    if (found >= 0) Remember(index, corner, found);
+    if (found >= 0) InsertKnown(index, corner, found);
     return found;
 }
 
-void ExpectCorner(const VertexIndex& index, const float* corner)
+void PrefetchCorner(const VertexIndex& index, const float* corner)
 {
-    Prefetch(&index.known[KnownPlace(index, BitsOf(corner).data())]);
+    Prefetch(&index.known[KnownHash(index, BitsOf(corner).data())]);
 }
 
 void AddVertex(VertexIndex& index, int vertex, const float* corner)
 {
     if (!CanMerge(index, corner)) return;
-    Remember(index, corner, vertex);
+    InsertKnown(index, corner, vertex);
     std::int32_t& head = index.bucket[BucketOf(index, CellOf(index, corner[0]),
                                                CellOf(index, corner[1]), CellOf(index, corner[2]))];
-    index.following[static_cast<std::size_t>(vertex)] = head;
+    index.next[static_cast<std::size_t>(vertex)] = head;
     head = vertex + 1;
 }

@@ -10,11 +10,12 @@
 namespace
 {
 
-constexpr int kLeastUse = 3;
-constexpr int kTrianglesAhead = 6; ///< far enough for a table entry to arrive from memory
+constexpr int kMinUseCount = 3;    ///< of a vertex of a closed mesh
+constexpr int kTrianglesAhead = 6; ///< prefetch distance
 
-/// Appends a vertex at a corner. Nine words go over from the record, so that the sweep positions
-/// start with what stands behind the corner; they mean nothing until a sweep writes them.
+/// Appends a vertex at a corner. The nine-word copy (docs/behaviour.md) also fills the sweep
+/// positions, with the words that follow the corner in its record. SLD files hold them; nothing
+/// reads them before a sweep has written them.
 void AppendVertex(SOLIDC& solid, const T_LIST& triangle, int slot)
 {
     constexpr std::size_t kWords = 9 * sizeof(float);
@@ -39,15 +40,15 @@ int SOLIDC::SC_BuildVertexList(void)
 
     VertexIndex index = MakeVertexIndex(tolerance, corners);
     for (int t = 0; t < triangleCount; ++t) {
-        // Behind the last triangle lies a spare record.
+        // The array has a spare record after the last triangle, so this stays inside it.
         const T_LIST& ahead = triangles[std::min(t + kTrianglesAhead, triangleCount)];
-        for (const auto& corner : ahead.corners) ExpectCorner(index, corner);
+        for (const auto& corner : ahead.corners) PrefetchCorner(index, corner);
         for (int slot = 0; slot < 3; ++slot) {
             T_LIST& triangle = triangles[t];
             int v = FindVertex(index, vertices, triangle.corners[slot]);
             if (v < 0) {
                 v = vertexCount;
-                // Before the slot is written: the words of corner 2 reach into `vertex`.
+                // Before the slot is written: the nine words from corner 2 include `vertex`.
                 AppendVertex(*this, triangle, slot);
                 AddVertex(index, v, triangle.corners[slot]);
             }
@@ -56,8 +57,8 @@ int SOLIDC::SC_BuildVertexList(void)
         }
     }
 
-    const bool loose = std::any_of(vertices, vertices + vertexCount, [](const VertexRec& vertex) {
-        return vertex.useCount < kLeastUse;
-    });
-    return loose ? SCAPI_LOOSE_VERTEX : 0;
+    const bool hasLooseVertex =
+        std::any_of(vertices, vertices + vertexCount,
+                    [](const VertexRec& vertex) { return vertex.useCount < kMinUseCount; });
+    return hasLooseVertex ? SCAPI_LOOSE_VERTEX : 0;
 }

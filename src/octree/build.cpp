@@ -1,4 +1,4 @@
-// From a mesh to a solid that can be queried.
+// Builds the octree of a solid: size, refinement, filling.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,10 +10,10 @@
 namespace
 {
 
-// The largest triangleCount of each depth. A table, because a logarithm of the platform's could
-// put a mesh on the border of two depths on either side.
-constexpr std::array<int, kMaxDepth> kMostTriangles{1000,   1600,   6400,    25600,
-                                                    102400, 409600, 1638400, 6553600};
+// The largest triangleCount of each depth. A table, because math libraries round logarithms
+// differently, and a mesh on the border between two depths must get the same one everywhere.
+constexpr std::array<int, kMaxDepth> kMaxTriangles{1000,   1600,   6400,    25600,
+                                                   102400, 409600, 1638400, 6553600};
 
 void SizeOctree(SOLIDC& solid)
 {
@@ -23,7 +23,8 @@ void SizeOctree(SOLIDC& solid)
         solid.octreeCellSize[axis] = float(Extent(solid.bbox, axis) * halfCell);
 }
 
-/// Before the old tree goes: nothing reads its chains meanwhile, though `triangles` may move.
+/// Can move `triangles`, so that the chains of an old octree dangle until FillOctree deletes it.
+/// Nothing reads them in between.
 void Refine(SOLIDC& solid, int triangleMode)
 {
     if (triangleMode)
@@ -45,8 +46,8 @@ void FillOctree(SOLIDC& solid)
 int OctreeDepthFor(int triangleCount)
 {
     return static_cast<int>(
-        std::lower_bound(kMostTriangles.begin(), kMostTriangles.end(), triangleCount) -
-        kMostTriangles.begin());
+        std::lower_bound(kMaxTriangles.begin(), kMaxTriangles.end(), triangleCount) -
+        kMaxTriangles.begin());
 }
 
 int SOLIDC::Build_Octree(int triangleMode)
@@ -59,7 +60,7 @@ int SOLIDC::Build_Octree(int triangleMode)
 
 void SOLIDC::CreateOctree(void)
 {
-    // First, because lists name triangles by index and the sort moves them.
+    // First, because the lists refer to triangles by index.
     SortTriangles();
     if (!isSimple && (SC_BuildVertexList() || SC_BuildEdgesList())) return;
     Build_Octree(isSimple);

@@ -1,4 +1,4 @@
-// The container: nodes, and how a triangle finds its leaf.
+// The container: nodes, and the insertion of triangles.
 #include "scapi/octree.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ OCTREEC::OCTREEC(float box[6], int depth, float margin[3], SOLIDC* solid)
     maxDepth = std::clamp(depth, 0, kMaxDepth);
     diagonalTolerance = float(distance(box, box + 3) * 1e-6f);
     std::memcpy(queryMargin, margin, sizeof queryMargin);
-    // Last, so that the root stays out of the count.
+    // After OC_NewNode, because nodeCount excludes the root.
     nodeCount = 0;
     maxLeafCount = 0;
 }

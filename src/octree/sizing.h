@@ -1,11 +1,11 @@
 #ifndef SCAPI_OCTREE_SIZING_H
 #define SCAPI_OCTREE_SIZING_H
 
-/// No tree is deeper: never more than nine calls deep.
+/// Depth limit of the leaves. Recursion over a tree is at most kMaxDepth + 1 calls deep.
 constexpr int kMaxDepth = 8;
 
-/// Levels below the root for a mesh: log2 of the square root of triangleCount / 200, rounded, but 0
-/// up to 1000 triangles.
+/// Octree depth for a mesh: 0 up to 1000 triangles, above that log2(sqrt(triangleCount / 200)),
+/// rounded, at most kMaxDepth.
 int OctreeDepthFor(int triangleCount);
 
 #endif

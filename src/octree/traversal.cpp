@@ -1,5 +1,6 @@
-// Read-only walks over an octree. A triangle is reached only through the one leaf that holds it:
-// an edge whose box misses that cell is not tested against it, wherever the two may meet.
+// Octree traversals. With the one-leaf storage (docs/behaviour.md) an edge whose box misses the
+// cell of a triangle's leaf is not tested against that triangle, even where the two meet in another
+// one.
 #include "geometry/bbox.h"
 #include "geometry/predicates.h"
 #include "scapi/octree.h"
@@ -8,8 +9,9 @@
 namespace
 {
 
-/// Calls `visit` on each child that overlaps the box, in octant order, until one does not answer 0.
-/// currentDepth is that of the child meanwhile.
+/// Calls `visit` on each child that overlaps the box, in octant order, until a result is not 0.
+/// currentDepth is that of the child during the call.
+/// @return the last result, or 0
 template <class Visit>
 int VisitChildren(OCTREEC& tree, const OCTREENODE* node, const float* box, Visit visit)
 {
@@ -35,7 +37,7 @@ int OCTREEC::OC_testBox(float box[6])
 
 int OCTREEC::OC_TestLeafBoxes(OCTREENODE* node, float box[6])
 {
-    // Cells exist only where triangles landed, so the cell alone tells occupied from empty.
+    // A leaf exists only where a triangle was added, so its cell is occupied.
     if (IsLeaf(*this)) return 1;
     return VisitChildren(*this, node, box,
                          [&](OCTREENODE* child) { return OC_TestLeafBoxes(child, box); });
@@ -67,7 +69,7 @@ int OCTREEC::OC_GetLeafEdgeIntersections(OCTREENODE* node, float edge[2][3], flo
 
 int OCTREEC::OC_GetTriangles(float box[6], SOLIDC* solid, int useEdges)
 {
-    // The margin takes effect here alone; the descent goes by the box itself.
+    // Root margin (docs/behaviour.md): only the test of the root uses the widened box.
     float widened[6];
     for (int axis = 0; axis < 3; ++axis) {
         widened[axis] = float(double(box[axis]) - queryMargin[axis]);

@@ -1,4 +1,4 @@
-// Boxes of the swept volume. The motion is a translation of one shape, so its two ends bound it.
+// Boxes of the swept volume. The motion is a translation, so the boxes at the two poses bound it.
 #include "geometry/bbox.h"
 #include "mesh/triangle.h"
 #include "scapi/solid.h"
@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr int kWallPieces = 6; ///< two halves of a wall on each of three edges
+constexpr int kSweptQuadHalves = 6; ///< per triangle: one swept quad of two halves on each edge
 
 } // namespace
 
@@ -29,10 +29,10 @@ int SOLIDC::SC_CalcSweepTrianglesBbox(void)
         GetTriangleVertex(t, corners);
         TriangleBbox(corners, triangle.sweepBbox);
         if (!IsTrailing(triangle)) continue;
-        for (int piece = 0; piece < kWallPieces; ++piece) {
-            float wall[3][3], box[6];
-            if (!GetSweptTriangle(t, piece, wall)) continue;
-            TriangleBbox(wall, box);
+        for (int piece = 0; piece < kSweptQuadHalves; ++piece) {
+            float half[3][3], box[6];
+            if (!GetSweptTriangle(t, piece, half)) continue;
+            TriangleBbox(half, box);
             MergeBbox(triangle.sweepBbox, box);
         }
     }

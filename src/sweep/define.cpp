@@ -1,5 +1,6 @@
-// A motion as data of the solid: two matrices, two positions a vertex, an orientation a triangle.
-// Only a translation is swept; a rotation between the poses is averaged away.
+// Defines a motion on a solid: two matrices, two positions per vertex, one orientation per
+// triangle. The averaged motion (docs/behaviour.md) is a translation: rotation between the poses is
+// lost.
 #include "sweep/define.h"
 
 #include <cstring>
@@ -15,16 +16,17 @@ struct Centers {
     float start[3], end[3], mean[3];
 };
 
-/// The centre where a matrix puts it; where it cannot, the centre itself.
+/// Maps the centre through a matrix; a centre that has no image (w near 0) stays unchanged.
 void MapCenter(const float* center, const float (*matrix)[4], float* out)
 {
     std::memcpy(out, center, 3 * sizeof *out);
     TransformPoint(out, matrix, center);
 }
 
-/// The mean matrix, shifted so that the centre lands where the pose puts it.
-void ShiftMean(const float (*mean)[4], const float* target, const float* centerMean,
-               float (*out)[4])
+/// The mean matrix, translated so that it maps the centre to `target`.
+/// @param centerMean  the centre mapped by the mean matrix
+void TranslateMean(const float (*mean)[4], const float* target, const float* centerMean,
+                   float (*out)[4])
 {
     std::memcpy(out, mean, 16 * sizeof(float));
     for (int row = 0; row < 3; ++row)
@@ -41,12 +43,13 @@ Centers SetMatrices(SOLIDC& solid, const float (*start)[4], const float (*end)[4
     MapCenter(solid.center, start, centers.start);
     MapCenter(solid.center, end, centers.end);
     MapCenter(solid.center, mean, centers.mean);
-    ShiftMean(mean, centers.start, centers.mean, solid.sweepStart);
-    ShiftMean(mean, centers.end, centers.mean, solid.sweepEnd);
+    TranslateMean(mean, centers.start, centers.mean, solid.sweepStart);
+    TranslateMean(mean, centers.end, centers.mean, solid.sweepEnd);
     return centers;
 }
 
-/// A vertex that a matrix cannot map keeps its older position.
+/// Kept position (docs/behaviour.md): a vertex that has no image (w near 0) keeps the position that
+/// its record holds.
 void MoveVertices(SOLIDC& solid)
 {
     for (int v = 0; v < solid.vertexCount; ++v) {

@@ -3,12 +3,13 @@
 
 #include "scapi/solid.h"
 
-/// The part of SC_GTsweep that concerns the solid as a whole: matrices, direction, length, and
-/// whether it moves at all. What it writes per record is CompleteSweep's.
+/// The first half of SC_GTsweep: sets the fields of the solid itself, which are sweepStart,
+/// sweepEnd, sweepLength, isSwept and, for a swept solid, sweepDirection. Builds missing lists. The
+/// caller sets sweepPending; CompleteSweep does the second half.
 void DefineMotion(SOLIDC& solid, const float (*start)[4], const float (*end)[4]);
 
-/// Writes what a pending sweep has not yet written: positions of vertices, orientations and boxes.
-/// Without one it does nothing.
+/// Writes the per-record results of a pending sweep: positions of vertices, orientations and boxes
+/// of triangles, and sweepBbox of the solid. Does nothing without a pending sweep.
 void CompleteSweep(SOLIDC& solid);
 
 #endif

@@ -1,6 +1,7 @@
 // The pieces of the swept surface. s(v) and e(v) are the positions of a vertex at the start and at
-// the end. An edge between a trailing triangle and one that is not sweeps a wall with the corners
-// s(va), s(vb), e(vb), e(va).
+// the end pose. A silhouette edge, one between a trailing triangle and one that is not trailing,
+// sweeps a swept quad with the corners s(va), s(vb), e(vb), e(va): its rims are the edge at the two
+// poses, its sweep lines the paths of the two vertices.
 #include <cstring>
 
 #include "mesh/triangle.h"
@@ -37,7 +38,8 @@ int SOLIDC::GetTriangleEdge(int triangle, int slot, float (*const out)[3])
     if (!InRange(triangle, triangleCount)) return 0;
     const T_LIST& record = triangles[triangle];
     if (isSimple) {
-        // A simple solid has no vertices, so there is nothing to give, and the answer is yes.
+        // The repeated edge (docs/behaviour.md): a simple solid has no vertices, so `out` is not
+        // written, but the result is 1 all the same.
         if (!InRange(slot, 3)) return 1;
         const int a = record.vertex[slot], b = record.vertex[NextSlot(slot)];
         if (InRange(a, vertexCount) && InRange(b, vertexCount))
@@ -49,8 +51,8 @@ int SOLIDC::GetTriangleEdge(int triangle, int slot, float (*const out)[3])
     if (!InRange(edge.vertex[0], vertexCount) || !InRange(edge.vertex[1], vertexCount) ||
         !InRange(edge.triangle[0], triangleCount))
         return 0;
-    // A shared edge belongs to the triangle of lower index. For the other one the answer is yes all
-    // the same: the walk tests once more what the buffer holds.
+    // The triangle of lower index gives a shared edge. The other one gives the repeated edge
+    // (docs/behaviour.md): 1 with `out` as it was, so that the walk tests the last edge again.
     if (AcrossEdge(edge, triangle) <= triangle) return 1;
     const VertexRec &va = vertices[edge.vertex[0]], &vb = vertices[edge.vertex[1]];
     if (record.sweepOrient < 0)
@@ -72,14 +74,14 @@ int SOLIDC::GetSweptEdge(int triangle, int piece, float (*const out)[3])
     if (!InRange(edge.vertex[0], vertexCount) || !InRange(edge.vertex[1], vertexCount)) return 0;
     const VertexRec &va = vertices[edge.vertex[0]], &vb = vertices[edge.vertex[1]];
     switch (piece % 3) {
-    case 0: // diagonal; the wall's triangles are split along the other one
+    case 0: // diagonal; GetSweptEdgeTriangle splits the swept quad along the other one
         SetEdge(out, va.sweepEnd, vb.sweepStart);
         break;
-    case 1: // sweep line of va; that of vb comes from the wall in which it is va
+    case 1: // sweep line of va; that of vb comes from the swept quad in which it is va
         SetEdge(out, va.sweepEnd, va.sweepStart);
         break;
-    default: // rim. GetTriangleEdge has given this very edge from the lower triangle already: the
-             // test makes one rim come out twice and the other not at all, and that is kept.
+    default: // The repeated rim (docs/behaviour.md): GetTriangleEdge gives this same edge from the
+             // triangle of lower index, so the rim at the other pose is never given.
         if (triangle <= other)
             SetEdge(out, va.sweepStart, vb.sweepStart);
         else
@@ -92,7 +94,8 @@ int SOLIDC::GetSweptEdgeTriangle(int edge, int half, float (*const out)[3])
 {
     if (!isSwept || !InRange(edge, edgeCount)) return 0;
     const VertexRec &va = vertices[edges[edge].vertex[0]], &vb = vertices[edges[edge].vertex[1]];
-    // Both halves share the diagonal from s(va) to e(vb); the winding follows the first triangle.
+    // Both halves share the diagonal from s(va) to e(vb). Their winding depends on which triangle
+    // of the edge is trailing, so that normals point out of the swept volume.
     const float *sa = va.sweepStart, *ea = va.sweepEnd, *sb = vb.sweepStart, *eb = vb.sweepEnd;
     if (IsTrailing(triangles[edges[edge].triangle[0]]))
         half ? SetTriangle(out, eb, ea, sa) : SetTriangle(out, eb, sa, sb);

@@ -8,8 +8,9 @@
 namespace
 {
 
-/// A corner through a matrix; unlike TransformPoint it multiplies by the reciprocal of w.
-/// @return false, with `out` untouched, when w is near 0
+/// Maps a corner. Unlike TransformPoint it multiplies by the reciprocal of w, which rounds
+/// differently in the last bit.
+/// @return false with `out` unchanged when w is near 0
 bool MapCorner(const float (*matrix)[4], const float* corner, float* out)
 {
     const double w = TransformRow(matrix, 3, corner);
@@ -28,8 +29,8 @@ void SOLIDC::SC_Rotate(float (*const matrix)[4])
 {
     BeforeRecordsChange(*this);
     isRotated = 1;
-    // A corner that cannot be mapped takes the place that the same corner of an earlier triangle
-    // got, and stays where it is when there is none.
+    // The borrowed corner (docs/behaviour.md): one that has no image (w near 0) gets that of the
+    // same slot of an earlier triangle, and stays unchanged while there is none.
     float mapped[3][3] = {};
     bool known[3] = {};
     for (int t = 0; t < triangleCount; ++t) {

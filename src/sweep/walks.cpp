@@ -2,11 +2,11 @@
 // whole state.
 //
 // Steps of the edge walk: 0 to 2 the triangle's edges, 3 to 11 diagonal, sweep line and rim of the
-// wall on each edge. The cursor has room for steps up to 9 only: a hit at step 9, 10 or 11 carries
-// into the next triangle and swallows the rest of this one, or the first steps of that one. That is
-// how the walk is, and callers see it.
+// swept quad of each edge. The step carry (docs/behaviour.md): a hit at step 9, 10 or 11 gives a
+// cursor at step 0, 1 or 2 of the next triangle, which skips the remaining steps of this triangle
+// and the first ones of the next.
 //
-// Steps of the triangle walk: 0 the triangle, 1 to 6 the halves of its walls.
+// Steps of the triangle walk: 0 the triangle, 1 to 6 the halves of its swept quads.
 #include <algorithm>
 
 #include "geometry/bbox.h"
@@ -19,21 +19,21 @@ namespace
 constexpr int kStepsPerTriangle = 10;
 constexpr int kTriangleEdges = 3;
 constexpr int kEdgeSteps = 12;
-constexpr int kLastWallStep = 6;
+constexpr int kLastSweptQuadStep = 6;
 
 struct WalkPosition {
     int index, step, last;
 };
 
-/// A limit behind the last triangle ends the walk there.
+/// A limit beyond the last triangle is reduced to it, so that any integer is safe.
 WalkPosition ReadCursor(const SOLIDC& solid, int cursor, int limit)
 {
     return {cursor / kStepsPerTriangle, cursor % kStepsPerTriangle,
             std::min(limit / kStepsPerTriangle, solid.triangleCount)};
 }
 
-/// The step is held against the number of edges, odd as it looks: a solid without edges ends here,
-/// and on one with fewer than ten a walk can end early.
+/// The step guard (docs/behaviour.md) compares the step with the number of edges: a walk over a
+/// solid without edges ends at once, and one over a solid with fewer than ten edges can end early.
 bool IsValid(const SOLIDC& solid, const WalkPosition& at)
 {
     return InRange(at.index, solid.triangleCount) &&
@@ -92,7 +92,7 @@ int SOLIDC::SC_GetSweepTrianglesInBbox(int cursor, int limit, float (*const out)
         bool piece = true;
         if (isSimple || at.step == 0) {
             GetTriangleVertex(at.index, out);
-        } else if (!IsTrailing(triangles[at.index]) || at.step > kLastWallStep) {
+        } else if (!IsTrailing(triangles[at.index]) || at.step > kLastSweptQuadStep) {
             GoToNextTriangle(at);
             continue;
         } else {

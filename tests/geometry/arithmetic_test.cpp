@@ -12,7 +12,7 @@ namespace
 
 const float kNaN = std::nanf("");
 
-TEST(Axes, TiesAndNaNsGoWhereRefinementExpectsThem)
+TEST(Axes, TiesAndNaNsGiveTheAxisThatRefinementNeeds)
 {
     struct Row {
         float v[3];
@@ -30,26 +30,27 @@ TEST(Axes, TiesAndNaNsGoWhereRefinementExpectsThem)
     }
 }
 
-TEST(Boxes, TiesBetweenZeroAndMinusZeroAreSettled)
+TEST(Boxes, TieOfZeroAndMinusZeroTakesTheRightOperand)
 {
     const float triangle[3][3] = {{0.0f, 1, 1}, {-0.0f, 1, 1}, {-0.0f, 1, 1}};
     const float minusZero[3] = {-0.0f, 1, 1};
     float box[6], other[6] = {-0.0f, 1, 1, -0.0f, 1, 1};
     TriangleBbox(triangle, box);
-    EXPECT_FALSE(std::signbit(box[0])) << "the first stays";
+    EXPECT_FALSE(std::signbit(box[0])) << "a tie keeps the first corner";
     ExtendBbox(box, minusZero);
-    EXPECT_FALSE(std::signbit(box[0])) << "the old one stays";
+    EXPECT_FALSE(std::signbit(box[0])) << "a tie keeps the box";
     MergeBbox(box, other);
-    EXPECT_TRUE(std::signbit(box[0]) && std::signbit(box[3])) << "the other wins";
+    EXPECT_TRUE(std::signbit(box[0]) && std::signbit(box[3])) << "a tie takes the other box";
     MergeBbox(box, nullptr);
     EXPECT_EQ(box[0], 1e10f);
     MergeBbox(box, other);
     EXPECT_EQ(box[5], 1.0f);
-    EXPECT_FALSE(BboxesMeet(other, other, 0)) << "a flat box only touches itself";
+    EXPECT_FALSE(BboxesMeet(other, other, 0))
+        << "touching does not count, not even for a flat box and itself";
     EXPECT_TRUE(BboxesMeet(other, other, 1e-6));
 }
 
-TEST(Matrices, PointsAreDividedOnlyWhereWIsNotOne)
+TEST(Matrices, PointIsDividedOnlyWhenWIsNotOne)
 {
     float m[4][4] = {{0, -1, 0, 5}, {1, 0, 0, 6}, {0, 0, 1, 7}, {0, 0, 0, 1}}, product[16];
     const float p[3] = {1, 2, 3};
@@ -71,7 +72,7 @@ TEST(Matrices, PointsAreDividedOnlyWhereWIsNotOne)
     EXPECT_TRUE(std::equal(product, product + 16, expected));
 }
 
-TEST(CopyBytes, RefusesWhatItCannotCopy)
+TEST(CopyBytes, CopiesNothingForBadArguments)
 {
     char from[4] = "abc", to[4] = "xyz";
     for (void* target : {CopyBytes(to, from, 0), CopyBytes(to, from, -1),
@@ -81,7 +82,7 @@ TEST(CopyBytes, RefusesWhatItCannotCopy)
     EXPECT_STREQ(to, "abz");
 }
 
-TEST(Status, OnlyTheSixAddressableWordsTakeBits)
+TEST(Status, WordsOutsideTheSixTakeNoBits)
 {
     SetStatus(0, 1);
     for (const int word : {2, 7, -1}) SetStatus(word, 0x400);

@@ -15,7 +15,7 @@ namespace
 
 using Edge = std::array<Point, 2>;
 
-Point Turned(const Point& p, std::size_t by)
+Point Rotated(const Point& p, std::size_t by)
 {
     return {p[by % 3], p[(by + 1) % 3], p[(by + 2) % 3]};
 }
@@ -30,18 +30,18 @@ struct EdgeRow {
 // Against the triangle (0,0,0), (1,0,0), (0,1,0).
 const EdgeRow kEdges[] = {
     {"ThroughTheFace", {{{0.25f, 0.25f, -1}, {0.25f, 0.25f, 1}}}, 1},
-    {"BesideTheFace", {{{0.75f, 0.75f, -1}, {0.75f, 0.75f, 1}}}, 0},
+    {"PassesOutsideTheFace", {{{0.75f, 0.75f, -1}, {0.75f, 0.75f, 1}}}, 0},
     {"EndsOnTheFace", {{{0.25f, 0.25f, 0}, {0.25f, 0.25f, 1}}}, 1},
     {"EndsWithinTheTolerance", {{{0.25f, 0.25f, 0.9e-4f}, {0.25f, 0.25f, 1}}}, 1},
-    {"EndsBeforeTheFace", {{{0.25f, 0.25f, 0.001f}, {0.25f, 0.25f, 1}}}, 0},
+    {"EndsShortOfTheFace", {{{0.25f, 0.25f, 0.001f}, {0.25f, 0.25f, 1}}}, 0},
     {"ThroughASide", {{{0.5f, 0, -1}, {0.5f, 0, 1}}}, 1},
     {"ThroughTheMarginOfASide", {{{0.5f, -0.9e-4f, -1}, {0.5f, -0.9e-4f, 1}}}, 1},
-    {"BesideTheMarginOfASide", {{{0.5f, -1.2e-4f, -1}, {0.5f, -1.2e-4f, 1}}}, 0},
+    {"OutsideTheMarginOfASide", {{{0.5f, -1.2e-4f, -1}, {0.5f, -1.2e-4f, 1}}}, 0},
     {"LiesWhollyInside", {{{0.1f, 0.1f, 0}, {0.2f, 0.2f, 0}}}, 0},
     {"LeavesThroughASideInPlane", {{{0.2f, 0.2f, 0}, {2, 2, 0}}}, 1},
     {"LiesAlongASide", {{{0.2f, 0, 0}, {0.8f, 0, 0}}}, 1},
-    {"LiesBesideInPlane", {{{0.2f, -0.1f, 0}, {0.8f, -0.1f, 0}}}, 0},
-    {"CannotBeJudgedForNaN", {{{std::nanf(""), 0, -1}, {0.2f, 0.2f, 1}}}, 0},
+    {"LiesOutsideInPlane", {{{0.2f, -0.1f, 0}, {0.8f, -0.1f, 0}}}, 0},
+    {"NaNNeverHits", {{{std::nanf(""), 0, -1}, {0.2f, 0.2f, 1}}}, 0},
 };
 
 TEST(EdgeCrossesTriangle, InEveryRotationOfCornersAndAxes)
@@ -50,22 +50,23 @@ TEST(EdgeCrossesTriangle, InEveryRotationOfCornersAndAxes)
         for (std::size_t axes = 0; axes < 3; ++axes)
             for (std::size_t first = 0; first < 3; ++first) {
                 const Point corners[3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
-                Point normalOffset[3], edge[2], back[2];
+                Point rotated[3], edge[2], reversed[2];
                 for (std::size_t c = 0; c < 3; ++c)
-                    normalOffset[c] = Turned(corners[(c + first) % 3], axes);
+                    rotated[c] = Rotated(corners[(c + first) % 3], axes);
                 for (std::size_t e = 0; e < 2; ++e) {
-                    edge[e] = Turned(row.edge[e], axes);
-                    back[1 - e] = edge[e];
+                    edge[e] = Rotated(row.edge[e], axes);
+                    reversed[1 - e] = edge[e];
                 }
-                EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(normalOffset)), row.hit)
+                EXPECT_EQ(EdgeCrossesTriangle(Rows(edge), Rows(rotated)), row.hit)
                     << row.fault << ' ' << axes << ' ' << first;
-                EXPECT_EQ(EdgeCrossesTriangle(Rows(back), Rows(normalOffset)), row.hit)
-                    << row.fault << " backwards " << axes << ' ' << first;
+                EXPECT_EQ(EdgeCrossesTriangle(Rows(reversed), Rows(rotated)), row.hit)
+                    << row.fault << " reversed " << axes << ' ' << first;
             }
 }
 
-// A triangle without area has no plane: in a loop it is judged by the plane and the point before.
-TEST(EdgeCrossesTriangle, DegenerateTriangleIsJudgedByItsPredecessor)
+// The carried plane (docs/behaviour.md): a triangle without area is tested with the plane and the
+// crossing point of the triangle before it.
+TEST(EdgeCrossesTriangle, DegenerateTriangleUsesThePlaneOfItsPredecessor)
 {
     const Point beside[3] = {{5, 5, 0}, {6, 5, 0}, {5, 6, 0}},
                 spot[3] = {{3, 3, 0}, {3, 3, 0}, {3, 3, 0}};
@@ -100,7 +101,7 @@ const SegmentRow kSegments[] = {
      {1, 0, 0, 1, 0, 0}},
     {"PassApart", {{{0, 0, 0}, {2, 0, 0}}}, {{{1, -1, 1.1e-4f}, {1, 1, 1.1e-4f}}}, 0, {}},
     {"TeeJunction", {{{0, 0, 0}, {2, 0, 0}}}, {{{1, 0, 0}, {1, 1, 0}}}, 0, {}},
-    {"CrossBehindTheEnd", {{{0, 0, 0}, {2, 0, 0}}}, {{{3, -1, 0}, {3, 1, 0}}}, 0, {}},
+    {"CrossBeyondTheEnd", {{{0, 0, 0}, {2, 0, 0}}}, {{{3, -1, 0}, {3, 1, 0}}}, 0, {}},
     {"ShareAnEndInLine", {{{0, 0, 0}, {1, 0, 0}}}, {{{1, 0, 0}, {2, 0, 0}}}, 0, {}},
     {"OverlapInLine", {{{0, 0, 0}, {2, 0, 0}}}, {{{1, 0, 0}, {3, 0, 0}}}, 1, {1, 0, 0, 2, 0, 0}},
     {"OneInsideTheOther",
@@ -109,14 +110,14 @@ const SegmentRow kSegments[] = {
      1,
      {3, 0, 0, 6, 0, 0}},
     {"ParallelApart", {{{0, 0, 0}, {2, 0, 0}}}, {{{0, 0.1f, 0}, {2, 0.1f, 0}}}, 0, {}},
-    {"ShortOnesAreParallel",
+    {"ShortSegmentsCountAsParallel",
      {{{0, 0, 0}, {0.05f, 0, 0}}},
      {{{0.025f, -0.025f, 0}, {0.025f, 0.025f, 0}}},
      0,
      {}},
 };
 
-TEST(SegmentsIntersecting, ClearOfAllEnds)
+TEST(SegmentsIntersecting, CrossingCountsOnlyAwayFromEnds)
 {
     for (const SegmentRow& row : kSegments) {
         float out[6] = {7, 7, 7, 7, 7, 7};

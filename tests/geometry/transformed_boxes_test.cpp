@@ -15,7 +15,7 @@ struct Matrix16 {
     float at[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 };
 
-TEST(MatricesDiffer, RotationIsHeldTighterThanTranslation)
+TEST(MatricesDiffer, RotationHasATighterToleranceThanTranslation)
 {
     const struct {
         int element;
@@ -33,7 +33,7 @@ TEST(MatricesDiffer, RotationIsHeldTighterThanTranslation)
     }
 }
 
-TEST(TransformBox, TurnsMovesAndDivides)
+TEST(TransformBox, RotatesTranslatesAndDivides)
 {
     const float box[6] = {1, 2, 3, 4, 5, 6};
     const float quarter[16] = {0, -1, 0, 10, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};

@@ -5,13 +5,13 @@
 namespace
 {
 
-TEST(Cylinder, StartsOnTheSideThatItsAxisGives)
+TEST(Cylinder, RingStartsTowardsTheSmallestComponentOfTheAxis)
 {
     float from[3] = {0, 0, 0}, to[3] = {0, 0, 1};
     SOLIDC solid;
     solid.LoadCyl(from, to, 1);
-    // Built order survives the sort; refinement cuts this triangle, whose first corner is the
-    // centre and whose last is where the ring starts.
+    // Unsorted primitives (docs/behaviour.md): triangle 0 is still the first one built, with the
+    // corners centre, second and first point of the ring.
     EXPECT_EQ(solid.vertices[0].position[0], 0);
     EXPECT_FLOAT_EQ(solid.vertices[1].position[0], 0.98078528f);
     EXPECT_FLOAT_EQ(solid.vertices[1].position[1], 0.19509032f);
@@ -19,13 +19,13 @@ TEST(Cylinder, StartsOnTheSideThatItsAxisGives)
     EXPECT_EQ(solid.triangles[0].normal[2], -1);
 }
 
-TEST(Cylinder, IsClosedWhereverItPoints)
+TEST(Cylinder, RingClosesInEveryDirectionOfTheAxis)
 {
     const float axes[][3] = {{1, 0, 0}, {0, -1, 0},         {0, 0, 40},
                              {1, 2, 3}, {-0.01f, 0, 0.02f}, {1e4f, 1, 0}};
     for (const auto& axis : axes)
         for (const float radius : {2e-4f, 1.0f, 300.0f}) {
-            // Thinner than the merging tolerance of its own length it is no cylinder any more.
+            // A radius near the tolerance, 2e-7 * length, merges the ring into a line.
             if (radius < 1e-6 * axis[0]) continue;
             float from[3] = {5, 6, 7}, to[3] = {5 + axis[0], 6 + axis[1], 7 + axis[2]};
             SOLIDC solid;
@@ -36,7 +36,7 @@ TEST(Cylinder, IsClosedWhereverItPoints)
         }
 }
 
-TEST(Cylinder, WithoutAnAxisHasNoOctree)
+TEST(Cylinder, AxisOfLengthZeroGivesNoOctree)
 {
     float at[3] = {1, 1, 1};
     SOLIDC solid;

@@ -1,4 +1,4 @@
-// Vertex and edge lists, against plain searches through the whole list.
+// Vertex and edge lists, compared with linear searches.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,8 +14,8 @@
 namespace
 {
 
-/// Merges every corner by searching all vertices from the first one.
-void BuildVerticesPlainly(SOLIDC& solid)
+/// Merges each corner into the first vertex in range, by a linear search.
+void BuildVerticesLinearly(SOLIDC& solid)
 {
     solid.vertices = Allocate<VertexRec>(3 * solid.triangleCount + 1);
     const double limit = double(solid.tolerance) * solid.tolerance;
@@ -39,8 +39,8 @@ void BuildVerticesPlainly(SOLIDC& solid)
         }
 }
 
-/// The partner of a side by searching all triangles from the first one.
-bool PairPlainly(SOLIDC& solid, int a, int j)
+/// Pairs a side with the first partner, by a linear search.
+bool PairLinearly(SOLIDC& solid, int a, int j)
 {
     const auto k = [](int slot) { return slot == 0 ? 2 : slot - 1; };
     T_LIST* t = solid.triangles;
@@ -57,7 +57,7 @@ bool PairPlainly(SOLIDC& solid, int a, int j)
     return false;
 }
 
-int BuildEdgesPlainly(SOLIDC& solid)
+int BuildEdgesLinearly(SOLIDC& solid)
 {
     solid.edges = Allocate<EdgeRec>(3 * solid.triangleCount + 1);
     for (int t = 0; t < solid.triangleCount; ++t) {
@@ -71,14 +71,14 @@ int BuildEdgesPlainly(SOLIDC& solid)
     int result = 0;
     for (int a = 0; a < solid.triangleCount && result == 0; ++a)
         for (int j = 0; j < 3; ++j)
-            if (solid.triangles[a].edge[j] == -1 && !PairPlainly(solid, a, j)) result = -101;
+            if (solid.triangles[a].edge[j] == -1 && !PairLinearly(solid, a, j)) result = -101;
     return result;
 }
 
 struct Nasty {
     const char* name;
     Mesh mesh;
-    float tolerance; ///< 0 keeps the solid's own
+    float tolerance; ///< 0 leaves the tolerance of the solid, -0 sets 0
 };
 
 void PrintTo(const Nasty& nasty, std::ostream* out) { *out << nasty.name; }
@@ -89,7 +89,7 @@ Mesh Concatenate(Mesh a, const Mesh& b)
     return a;
 }
 
-/// Soup whose coordinates lie on a grid, so that steps of the grid meet the tolerance.
+/// Random triangles on a grid. `step` against the tolerance decides which grid points merge.
 Mesh GridSoup(unsigned seed, float step, int steps, float offset)
 {
     Mesh mesh = SoupMesh(seed, 150, static_cast<float>(steps));
@@ -99,12 +99,14 @@ Mesh GridSoup(unsigned seed, float step, int steps, float offset)
     return mesh;
 }
 
-Mesh With(Mesh mesh, float value, std::size_t every)
+/// Sets every `every`-th coordinate to `value`.
+Mesh WithValue(Mesh mesh, float value, std::size_t every)
 {
     for (std::size_t i = 0; i < 9 * mesh.size(); i += every) mesh[i / 9][i / 3 % 3][i % 3] = value;
     return mesh;
 }
 
+/// Reverses the winding of every `every`-th triangle.
 Mesh Flipped(Mesh mesh, std::size_t every)
 {
     for (std::size_t i = 0; i < mesh.size(); i += every) std::swap(mesh[i][1], mesh[i][2]);
@@ -127,13 +129,13 @@ const Nasty kNasty[] = {
     {"AllInOneCell", SoupMesh(6, 200, 1e-3f), 1e-4f},
     {"AllPointsEqual", Mesh(40, Triangle{}), 1},
     {"AllPointsEqualWithoutTolerance", Mesh(40, Triangle{}), -0.0f},
-    {"MinusZero", With(GridSoup(7, 0.5f, 3, 0), -0.0f, 4), 0.1f},
-    {"NaN", With(GridSoup(8, 1, 3, 0), std::nanf(""), 5), 0.1f},
-    {"Infinities", With(GridSoup(9, 1, 3, 0), INFINITY, 7), INFINITY},
+    {"MinusZero", WithValue(GridSoup(7, 0.5f, 3, 0), -0.0f, 4), 0.1f},
+    {"NaN", WithValue(GridSoup(8, 1, 3, 0), std::nanf(""), 5), 0.1f},
+    {"Infinities", WithValue(GridSoup(9, 1, 3, 0), INFINITY, 7), INFINITY},
     {"InfiniteTolerance", SoupMesh(10, 50, 1e38f), INFINITY},
     {"ToleranceThatIsNaN", GridSoup(11, 1, 2, 0), std::nanf("")},
-    {"HugeNegative", With(GridSoup(12, 1, 4, 0), -1e30f, 6), 0},
-    {"HugeNegativeWithTinyTolerance", With(GridSoup(13, 1, 4, 0), -1e30f, 6), 1e-30f},
+    {"HugeNegative", WithValue(GridSoup(12, 1, 4, 0), -1e30f, 6), 0},
+    {"HugeNegativeWithTinyTolerance", WithValue(GridSoup(13, 1, 4, 0), -1e30f, 6), 1e-30f},
     {"DoubledShell", Concatenate(SphereMesh(5, 1), SphereMesh(5, 1)), 0},
     {"ShellAndItsInverse", Concatenate(SphereMesh(5, 1), Flipped(SphereMesh(5, 1), 1)), 0},
     {"SomeTrianglesFlipped", Flipped(SphereMesh(6, 1), 7), 0},
@@ -147,19 +149,19 @@ const Nasty kNasty[] = {
 
 struct NastyMesh : testing::TestWithParam<Nasty> {};
 
-TEST_P(NastyMesh, IndexFindsWhatASearchFromZeroFinds)
+TEST_P(NastyMesh, IndexFindsWhatALinearSearchFinds)
 {
     const Mesh mesh = GetParam().mesh;
-    const auto indexed = BareSolid(mesh), plain = BareSolid(mesh);
+    const auto indexed = BareSolid(mesh), linear = BareSolid(mesh);
     if (GetParam().tolerance != 0 || std::signbit(GetParam().tolerance))
-        indexed->tolerance = plain->tolerance = GetParam().tolerance;
+        indexed->tolerance = linear->tolerance = GetParam().tolerance;
     indexed->SC_BuildVertexList();
-    BuildVerticesPlainly(*plain);
+    BuildVerticesLinearly(*linear);
     const int result = indexed->SC_BuildEdgesList();
-    EXPECT_EQ(result, BuildEdgesPlainly(*plain));
-    EXPECT_EQ(indexed->vertexCount, plain->vertexCount);
-    EXPECT_EQ(indexed->edgeCount, plain->edgeCount);
-    EXPECT_EQ(Digest(*indexed), Digest(*plain));
+    EXPECT_EQ(result, BuildEdgesLinearly(*linear));
+    EXPECT_EQ(indexed->vertexCount, linear->vertexCount);
+    EXPECT_EQ(indexed->edgeCount, linear->edgeCount);
+    EXPECT_EQ(Digest(*indexed), Digest(*linear));
 }
 
 INSTANTIATE_TEST_SUITE_P(Lists, NastyMesh, testing::ValuesIn(kNasty),
@@ -175,7 +177,7 @@ TEST(Lists, BoxHasEightVerticesAndEighteenEdges)
     ExpectClosedMesh(*box);
 }
 
-TEST(Lists, FaultsAreToldOnceAndTheListsStay)
+TEST(Lists, FaultIsReportedOnceAndTheListStays)
 {
     const Mesh lone{{Point{0, 0, 0}, Point{1, 0, 0}, Point{0, 1, 0}}};
     const auto open = BareSolid(lone), simple = BareSolid(lone, 2);
@@ -187,7 +189,7 @@ TEST(Lists, FaultsAreToldOnceAndTheListsStay)
     EXPECT_EQ(simple->SC_BuildVertexList(), -904);
     EXPECT_EQ(simple->SC_BuildEdgesList(), -904);
     open->CreateOctree();
-    EXPECT_NE(open->octree, nullptr) << "lists that exist are not judged again";
+    EXPECT_NE(open->octree, nullptr) << "lists are built once";
 }
 
 TEST(Lists, SortIsStableAlongTheLongestAxis)
@@ -209,15 +211,15 @@ TEST(Lists, SortIsStableAlongTheLongestAxis)
     }
 }
 
-TEST(Lists, InversionWalkTurnsWhatItReachesAndNothingElse)
+TEST(Lists, InversionWalkChangesOnlyTheTrianglesItVisits)
 {
     const auto solid = LoadedSolid(BoxMesh({0, 0, 0}, {1, 2, 3}));
     const std::vector<T_LIST> before(solid->triangles, solid->triangles + solid->triangleCount);
     EXPECT_EQ(SolidInternals::Invert(*solid), 0);
-    int turned = 0;
+    int visited = 0;
     for (int t = 0; t < solid->triangleCount; ++t) {
         const T_LIST &old = before[static_cast<std::size_t>(t)], &now = solid->triangles[t];
-        turned += now.mark;
+        visited += now.mark;
         const auto same = [](const auto& a, const auto& b) {
             return std::memcmp(&a, &b, sizeof a) == 0;
         };
@@ -229,8 +231,9 @@ TEST(Lists, InversionWalkTurnsWhatItReachesAndNothingElse)
         const void* vertex = now.mark ? static_cast<const void*>(&inward) : &old.vertex;
         ASSERT_EQ(std::memcmp(now.vertex, vertex, sizeof inward), 0);
     }
-    EXPECT_GT(turned, 0);
-    // The vertex words are bits of normals now; nothing that reads them may leave the arrays.
+    EXPECT_GT(visited, 0);
+    // The vertex indices of visited triangles are now bits of normals. No reader may follow them
+    // out of the arrays.
     Matrix pose = Translation(1, 0, 0), rest = Translation(0, 0, 0);
     solid->SC_GTsweep(Rows(rest), Rows(pose));
     solid->SC_DetectIntersection(solid.get());

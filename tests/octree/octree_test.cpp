@@ -1,4 +1,4 @@
-// The container, its queries, and its size.
+// The octree container, its queries, and the choice of its depth.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -9,7 +9,7 @@
 namespace
 {
 
-TEST(Octree, DepthFollowsTheTable)
+TEST(Octree, DepthChangesAboveEachLimit)
 {
     const int rows[][2] = {{0, 0},       {1000, 0},    {1001, 1},      {1600, 1},    {1601, 2},
                            {6400, 2},    {6401, 3},    {25600, 3},     {25601, 4},   {102400, 4},
@@ -22,6 +22,7 @@ struct Tree : testing::Test {
     float box[6] = {0, 0, 0, 8, 8, 8}, margin[3] = {1, 1, 1};
     std::vector<T_LIST> triangles = std::vector<T_LIST>(4);
 
+    /// Triangle i with its minimum corner at (x, y, z), of size 1.
     T_LIST* At(std::size_t i, float x, float y, float z)
     {
         const float corners[9] = {x, y, z, x + 1, y, z, x, y + 1, z + 1};
@@ -32,10 +33,10 @@ struct Tree : testing::Test {
     }
 };
 
-TEST_F(Tree, TrianglesLieInTheLeafOfTheirMinimumCornerLastInFirst)
+TEST_F(Tree, LeafOfTheMinimumCornerHoldsTrianglesNewestFirst)
 {
     OCTREEC tree(box, 2, margin, nullptr);
-    tree.OC_AddTriangle(At(0, 4, 4, 4)); // on the midpoint: the lower side
+    tree.OC_AddTriangle(At(0, 4, 4, 4)); // on the midpoint: counts as lower
     tree.OC_AddTriangle(At(1, 5, 0, 7));
     tree.OC_AddTriangle(At(2, 4, 4, 4));
     EXPECT_EQ(tree.nodeCount, 4) << "two levels for each of two leaves, the root not counted";
@@ -54,26 +55,28 @@ TEST_F(Tree, TrianglesLieInTheLeafOfTheirMinimumCornerLastInFirst)
     EXPECT_EQ(tree.root->children[5]->bbox[1], 0);
 }
 
-TEST_F(Tree, EdgesMeetOnlyTrianglesInTheCellsUnderTheirBox)
+// The one-leaf storage (docs/behaviour.md).
+TEST_F(Tree, EdgeMissesTriangleThatExtendsIntoItsCell)
 {
     OCTREEC tree(box, 1, margin, nullptr);
-    tree.OC_AddTriangle(At(0, 3.5f, 1, 1)); // reaches into the upper cell in x
+    tree.OC_AddTriangle(At(0, 3.5f, 1, 1)); // extends into the upper cell in x
     float lower[2][3] = {{3.6f, 1.2f, 0.5f}, {3.6f, 1.2f, 2}};
     float upper[2][3] = {{4.2f, 1.1f, 0.5f}, {4.2f, 1.1f, 2}};
     float beside[2][3] = {{9, 9, 9}, {10, 10, 10}};
     EXPECT_EQ(tree.OC_Intersection_Edge(lower), 1);
     EXPECT_EQ(tree.visitedTriangles, 1);
     EXPECT_EQ(tree.OC_Intersection_Edge(beside), 0);
-    EXPECT_EQ(tree.visitedTriangles, 1) << "outside the root the old count stands";
+    EXPECT_EQ(tree.visitedTriangles, 1) << "outside the root the last count is kept";
     EXPECT_EQ(tree.OC_Intersection_Edge(upper), 0) << "hits the triangle, but not its cell";
     EXPECT_EQ(tree.visitedTriangles, 0);
     EXPECT_EQ(tree.currentDepth, 0);
     float low[6] = {1, 1, 1, 2, 2, 2}, high[6] = {5, 5, 5, 6, 6, 6};
     EXPECT_EQ(tree.OC_testBox(low), 1);
-    EXPECT_EQ(tree.OC_testBox(high), 0) << "no cell where no triangle landed";
+    EXPECT_EQ(tree.OC_testBox(high), 0) << "no cell where no triangle was added";
 }
 
-TEST_F(Tree, MarginWidensTheRootTestAlone)
+// The root margin (docs/behaviour.md).
+TEST_F(Tree, MarginWidensOnlyTheTestOfTheRoot)
 {
     const auto solid = LoadedSolid(SphereMesh(18, 5)); // 1224 triangles: depth 1
     ASSERT_EQ(solid->octreeDepth, 1);

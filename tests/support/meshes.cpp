@@ -32,15 +32,15 @@ Mesh BoxMesh(const Point& low, const Point& high)
     return mesh;
 }
 
-/// A point of the unit circle, that of `sector` of four times `quarter`. Only operations that round
-/// alike everywhere: no sine, no cosine.
+/// A point of the unit circle: `sector` of 4 * `quarter`. Without sine and cosine, which round
+/// differently from platform to platform.
 static std::array<double, 2> OnCircle(int sector, int quarter)
 {
     const double t = double(sector % quarter) / quarter;
     const double c = (1 - t * t) / (1 + t * t), s = 2 * t / (1 + t * t);
     const std::array<double, 4> x{c, -s, -c, s}, y{s, c, -s, -c};
-    const auto turn = static_cast<std::size_t>(sector / quarter % 4);
-    return {x[turn], y[turn]};
+    const auto quadrant = static_cast<std::size_t>(sector / quarter % 4);
+    return {x[quadrant], y[quadrant]};
 }
 
 Mesh TubeMesh(int quarter, float inner, float outer, float height)

@@ -1,4 +1,4 @@
-// Meshes for tests, files of them, and what must hold of a solid at any time.
+// Meshes for tests, STL files of them, and checks of a solid's invariants.
 #ifndef SCAPI_TESTS_MESHES_H
 #define SCAPI_TESTS_MESHES_H
 
@@ -14,14 +14,14 @@ using Point = std::array<float, 3>;
 using Triangle = std::array<Point, 3>;
 using Mesh = std::vector<Triangle>;
 
-/// Names for the private methods of a solid.
+/// Access to the private methods of a solid.
 struct SolidInternals {
     static int WalkPlainly(SOLIDC& a, SOLIDC& b) { return a.IntersectWithEdgesFrom(&b); }
     static int GetSweptEdge(SOLIDC& s, int triangle, int piece, float (*out)[3])
     {
         return s.GetSweptEdge(triangle, piece, out);
     }
-    /// Every piece that a triangle and an edge of these numbers can give.
+    /// Runs every piece getter with these indices, in range or not. @return the sum of the results
     static int AllPieces(SOLIDC& s, int triangle, int part, float (*out)[3])
     {
         return s.GetTriangleEdge(triangle, part, out) + s.GetSweptEdge(triangle, part, out) +
@@ -37,17 +37,17 @@ struct SolidInternals {
 };
 
 Mesh BoxMesh(const Point& low, const Point& high);
-/// A closed, bumpy sphere round the origin, of about 4 * rings * rings triangles.
+/// A closed sphere with bumps, centred on the origin, of about 4 * rings * rings triangles.
 Mesh SphereMesh(int rings, float radius);
-/// A closed tube round the z axis from z = 0, of 4 * `quarter` columns of long thin triangles.
+/// A closed tube around the z axis, from z = 0 upwards, of 4 * `quarter` columns of thin triangles.
 Mesh TubeMesh(int quarter, float inner, float outer, float height);
-/// `count` random triangles in a cube of the given size.
+/// `count` random triangles in the cube from 0 to `size`.
 Mesh SoupMesh(unsigned seed, int count, float size);
 
 std::string BinaryStl(const Mesh& mesh);
 std::string TextStl(const Mesh& mesh);
 
-/// A file that lives as long as this object.
+/// A file in a folder of its own, removed with this object.
 struct TemporaryFile {
     std::string path;
     explicit TemporaryFile(const std::string& content, const std::string& name = "mesh.stl");
@@ -57,17 +57,17 @@ struct TemporaryFile {
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 };
 
-/// A solid with its triangles, their boxes, bbox and tolerance, and nothing built.
+/// A solid with triangles, their boxes, bbox and tolerance, without lists or octree.
 std::unique_ptr<SOLIDC> BareSolid(const Mesh& mesh, int simple = 0);
-/// The same as a load leaves it.
+/// The same with lists and octree, as after a load.
 std::unique_ptr<SOLIDC> LoadedSolid(const Mesh& mesh, int simple = 0);
 
-/// Each edge has two triangles that name it and run it in opposite directions, each side names an
-/// edge, and the use counts sum up.
+/// Each edge has two triangles that refer to it and run it in opposite directions, and edge and use
+/// counts match the number of triangles.
 void ExpectClosedMesh(const SOLIDC& solid);
 /// No edge of a full solid exceeds octreeCellSize.
 void ExpectRefined(const SOLIDC& solid);
-/// FNV-1a over the arrays and boxes of a solid.
+/// FNV-1a hash of the arrays and boxes of a solid.
 std::uint64_t Digest(const SOLIDC& solid);
 
 using Matrix = std::array<std::array<float, 4>, 4>;

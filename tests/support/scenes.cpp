@@ -5,20 +5,20 @@
 namespace
 {
 
-struct Dice {
+struct Sampler {
     const std::function<std::uint32_t()>& random;
 
-    float In(double low, double high)
+    float Between(double low, double high)
     {
         return static_cast<float>(low + (high - low) * random() * 0x1p-32);
     }
-    int Of(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
-    /// Mostly a distance that the contact tolerance cares about.
-    float Gap()
+    int Below(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
+    /// A signed distance, most often near the contact tolerance of 1e-4.
+    float ContactGap()
     {
         const double gaps[] = {0, 0.5e-4, 1e-4, 1.5e-4, 3e-4, 1e-2, 1};
-        const double gap = gaps[Of(7)], sign = Of(2) ? 1 : -1;
-        return static_cast<float>(gap * sign * (Of(3) ? 1.0 : In(0.9, 1.1)));
+        const double gap = gaps[Below(7)], sign = Below(2) ? 1 : -1;
+        return static_cast<float>(gap * sign * (Below(3) ? 1.0 : Between(0.9, 1.1)));
     }
 };
 
@@ -28,87 +28,90 @@ void Scale(Mesh& mesh, const Point& by)
         for (Point& p : triangle) p = {p[0] * by[0], p[1] * by[1], p[2] * by[2]};
 }
 
-/// Shapes that are hard on culling: needles and sheets, slivers, collinear facets, T-junctions.
-Mesh RandomMesh(Dice& dice, bool simple)
+/// Shapes that are hard to prune: needles and sheets, slivers, collinear facets, T-junctions.
+Mesh RandomMesh(Sampler& draw, bool simple)
 {
     Mesh mesh;
-    switch (dice.Of(simple ? 5 : 4)) {
+    switch (draw.Below(simple ? 5 : 4)) {
     case 0:
-        mesh = BoxMesh({0, 0, 0}, {float(1 + dice.Of(3)), float(1 + dice.Of(3)), 1});
+        mesh = BoxMesh({0, 0, 0}, {float(1 + draw.Below(3)), float(1 + draw.Below(3)), 1});
         break;
     case 1:
-        mesh = SphereMesh(4 + dice.Of(16), 1);
+        mesh = SphereMesh(4 + draw.Below(16), 1);
         break;
     case 2:
-        mesh = SphereMesh(5 + dice.Of(8), 1);
-        Scale(mesh, {dice.In(0.01, 3), dice.In(0.5, 2), dice.In(0.001, 1)});
+        mesh = SphereMesh(5 + draw.Below(8), 1);
+        Scale(mesh, {draw.Between(0.01, 3), draw.Between(0.5, 2), draw.Between(0.001, 1)});
         break;
     case 3:
-        for (int i = 0; i < 1 + dice.Of(4); ++i) {
-            const Point at{float(dice.Of(3)), float(dice.Of(3)), float(dice.Of(3))};
-            const Mesh box = BoxMesh(at, {at[0] + dice.In(0.001, 2), at[1] + 1, at[2] + 1});
+        for (int i = 0; i < 1 + draw.Below(4); ++i) {
+            const Point at{float(draw.Below(3)), float(draw.Below(3)), float(draw.Below(3))};
+            const Mesh box = BoxMesh(at, {at[0] + draw.Between(0.001, 2), at[1] + 1, at[2] + 1});
             mesh.insert(mesh.end(), box.begin(), box.end());
         }
         break;
     default: {
-        const auto seed = static_cast<unsigned>(dice.random());
-        mesh = SoupMesh(seed, 10 + dice.Of(60), 2);
-        // A facet without area in the chain, for the next edges to be judged by.
+        const auto seed = static_cast<unsigned>(draw.random());
+        mesh = SoupMesh(seed, 10 + draw.Below(60), 2);
+        // A triangle without area, which exposes the carried plane (docs/behaviour.md).
         mesh.push_back({Point{0, 0, 0}, Point{1, 1, 1}, Point{2, 2, 2}});
     }
     }
     return mesh;
 }
 
-Matrix RandomTurn(Dice& dice)
+Matrix RandomRotation(Sampler& draw)
 {
     Matrix m = Translation(0, 0, 0);
-    if (dice.Of(3) == 0) return m;
-    // A quarter turn keeps faces parallel, a small angle nearly so, any angle meets all else.
-    // By the tangent of half the angle, which needs no sine, and so is alike everywhere.
-    const double t = dice.Of(3) == 0 ? 1 : dice.Of(2) == 0 ? dice.In(-1e-4, 1e-4) : dice.In(-4, 4);
-    const auto u = static_cast<std::size_t>(dice.Of(3)), v = (u + 1) % 3;
+    if (draw.Below(3) == 0) return m;
+    // 90 degrees keeps faces parallel, a small angle nearly so. From the tangent of half the angle,
+    // because sine and cosine round differently from platform to platform.
+    const double t = draw.Below(3) == 0   ? 1
+                     : draw.Below(2) == 0 ? draw.Between(-1e-4, 1e-4)
+                                          : draw.Between(-4, 4);
+    const auto u = static_cast<std::size_t>(draw.Below(3)), v = (u + 1) % 3;
     const auto c = static_cast<float>((1 - t * t) / (1 + t * t)),
                s = static_cast<float>(2 * t / (1 + t * t));
     m[u][u] = c, m[u][v] = -s, m[v][u] = s, m[v][v] = c;
     return m;
 }
 
-/// Anything between two bounds, small as often as large.
-float AnySize(Dice& dice, double low, double high)
+/// A size between two bounds, distributed evenly by order of magnitude.
+float AnySize(Sampler& draw, double low, double high)
 {
     double size = low, root = high / low;
     for (int bit = 0; bit < 6; ++bit) {
         root = std::sqrt(root);
-        if (dice.Of(2)) size *= root;
+        if (draw.Below(2)) size *= root;
     }
     return static_cast<float>(size);
 }
 
-/// Something small beside a face, in its plane but for the contact tolerance, where only crossing
-/// points beyond the ends of edges and segments that count as parallel can hit. Boxes far away make
-/// large cells of the octree.
-Scene BesideScene(Dice& dice)
+/// A small solid next to a face and in its plane, give or take the contact tolerance. There, hits
+/// come only from crossing points beyond the ends of edges and from segments that count as
+/// parallel. Boxes far away make the octree cells large.
+Scene BesideScene(Sampler& draw)
 {
-    const float length = AnySize(dice, 0.5, 8), width = AnySize(dice, 0.01, 4);
-    Mesh a = BoxMesh({0, 0, -AnySize(dice, 0.05, 2)}, {length, width, 0});
-    const float far = AnySize(dice, 1, 30);
+    const float length = AnySize(draw, 0.5, 8), width = AnySize(draw, 0.01, 4);
+    Mesh a = BoxMesh({0, 0, -AnySize(draw, 0.05, 2)}, {length, width, 0});
+    const float far = AnySize(draw, 1, 30);
     for (const float at : {-far - 3, far}) {
         const Mesh box = BoxMesh({at, at, at}, {at + 1, at + 1, at + 1});
         a.insert(a.end(), box.begin(), box.end());
     }
-    const Point size{AnySize(dice, 1e-3, 2), AnySize(dice, 1e-3, 2), AnySize(dice, 1e-3, 2)};
+    const Point size{AnySize(draw, 1e-3, 2), AnySize(draw, 1e-3, 2), AnySize(draw, 1e-3, 2)};
     const Mesh b =
-        dice.Of(3) ? BoxMesh({0, 0, 0}, size) : TubeMesh(1 + dice.Of(8), 0.1f, 0.3f, size[2]);
-    Scene scene{LoadedSolid(a), LoadedSolid(b), RandomTurn(dice), {}};
-    scene.start[0][3] = dice.In(-3, length + 3);
-    scene.start[1][3] = dice.In(-2, width + 2);
-    scene.start[2][3] = dice.In(-3e-4, 3e-4);
+        draw.Below(3) ? BoxMesh({0, 0, 0}, size) : TubeMesh(1 + draw.Below(8), 0.1f, 0.3f, size[2]);
+    Scene scene{LoadedSolid(a), LoadedSolid(b), RandomRotation(draw), {}};
+    scene.start[0][3] = draw.Between(-3, length + 3);
+    scene.start[1][3] = draw.Between(-2, width + 2);
+    scene.start[2][3] = draw.Between(-3e-4, 3e-4);
     scene.end = scene.start;
-    if (dice.Of(3) == 0) return scene;
-    const float way = AnySize(dice, 1e-3, 6);
-    for (std::size_t axis = 0; axis < 2; ++axis) scene.end[axis][3] += dice.In(-1, 1) * way;
-    scene.end[2][3] += dice.In(-3e-4, 3e-4);
+    if (draw.Below(3) == 0) return scene;
+    const float distance = AnySize(draw, 1e-3, 6);
+    for (std::size_t axis = 0; axis < 2; ++axis)
+        scene.end[axis][3] += draw.Between(-1, 1) * distance;
+    scene.end[2][3] += draw.Between(-3e-4, 3e-4);
     return scene;
 }
 
@@ -116,42 +119,44 @@ Scene BesideScene(Dice& dice)
 
 Scene RandomScene(const std::function<std::uint32_t()>& random)
 {
-    Dice dice{random};
-    if (dice.Of(3) == 0) return BesideScene(dice);
-    const bool simple = dice.Of(4) == 0;
-    const float size = static_cast<float>(std::pow(10.0, dice.Of(7) - 3));
-    const float far = dice.Of(4) ? 0 : size * static_cast<float>(std::pow(10.0, dice.Of(4)));
-    Mesh a = RandomMesh(dice, simple);
-    Mesh b = RandomMesh(dice, false);
-    // A shaft in a bore: many nodes side by side, hits beside edges of all lengths.
-    if (dice.Of(4) == 0) {
-        const int columns[] = {1 + dice.Of(12), 1 + dice.Of(12)};
-        const float reach[] = {dice.In(1.1, 3), dice.In(0.2, 2), 1 + dice.Gap(), dice.In(0.2, 4)};
-        a = TubeMesh(columns[0], 1, reach[0], reach[1]);
-        b = TubeMesh(columns[1], 0.5f, reach[2], reach[3]);
+    Sampler draw{random};
+    if (draw.Below(3) == 0) return BesideScene(draw);
+    const bool simple = draw.Below(4) == 0;
+    const float size = static_cast<float>(std::pow(10.0, draw.Below(7) - 3));
+    const float far = draw.Below(4) ? 0 : size * static_cast<float>(std::pow(10.0, draw.Below(4)));
+    Mesh a = RandomMesh(draw, simple);
+    Mesh b = RandomMesh(draw, false);
+    // A shaft in a bore: many overlapping nodes, hits next to edges of all lengths.
+    if (draw.Below(4) == 0) {
+        const int columns[] = {1 + draw.Below(12), 1 + draw.Below(12)};
+        const float sizes[] = {draw.Between(1.1, 3), draw.Between(0.2, 2), 1 + draw.ContactGap(),
+                               draw.Between(0.2, 4)};
+        a = TubeMesh(columns[0], 1, sizes[0], sizes[1]);
+        b = TubeMesh(columns[1], 0.5f, sizes[2], sizes[3]);
     }
-    // Sometimes so small that the floats around it swallow its edges.
-    if (dice.Of(4) == 0) {
-        const float small = static_cast<float>(std::pow(10.0, -1 - dice.Of(6)));
+    // Sometimes so small that at large coordinates its edges round to points.
+    if (draw.Below(4) == 0) {
+        const float small = static_cast<float>(std::pow(10.0, -1 - draw.Below(6)));
         Scale(b, {small, small, small});
     }
     for (Mesh* mesh : {&a, &b})
         for (Triangle& triangle : *mesh)
             for (Point& p : triangle)
                 for (float& x : p) x = x * size + far;
-    Scene scene{LoadedSolid(a, simple), LoadedSolid(b), RandomTurn(dice), {}};
+    Scene scene{LoadedSolid(a, simple), LoadedSolid(b), RandomRotation(draw), {}};
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        const float step = size * float(dice.Of(3) - 1), gap = dice.Gap();
-        scene.start[axis][3] = step + gap * (dice.Of(2) ? 1 : size);
+        const float step = size * float(draw.Below(3) - 1), gap = draw.ContactGap();
+        scene.start[axis][3] = step + gap * (draw.Below(2) ? 1 : size);
     }
-    if (far != 0) // turn about the solid, not about the origin
+    if (far != 0) // rotate about the solid, not about the origin
         for (std::size_t r = 0; r < 3; ++r)
             for (std::size_t c = 0; c < 3; ++c)
                 scene.start[r][3] += far * (float(r == c) - scene.start[r][c]);
     scene.end = scene.start;
-    if (dice.Of(2))
+    if (draw.Below(2))
         for (std::size_t axis = 0; axis < 3; ++axis)
-            scene.end[axis][3] += dice.Of(2) ? size * float(dice.Of(5) - 2) : dice.Gap();
-    if (dice.Of(40) == 0) scene.end[3][3] = 1.5f;
+            scene.end[axis][3] +=
+                draw.Below(2) ? size * float(draw.Below(5) - 2) : draw.ContactGap();
+    if (draw.Below(40) == 0) scene.end[3][3] = 1.5f;
     return scene;
 }

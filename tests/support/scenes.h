@@ -1,4 +1,4 @@
-// Two solids and a motion, from random numbers: hard on a query that leaves work out.
+// Random pairs of solids with a motion, chosen to expose a query that prunes too much.
 #ifndef SCAPI_TESTS_SCENES_H
 #define SCAPI_TESTS_SCENES_H
 
@@ -13,7 +13,7 @@ struct Scene {
     Matrix start, end;
 };
 
-/// @param random  gives a number at each call; the same numbers give the same scene
+/// @param random  the source of numbers; equal numbers give equal scenes
 Scene RandomScene(const std::function<std::uint32_t()>& random);
 
 #endif

@@ -1,4 +1,4 @@
-// Motions, the pieces of the swept surface, and the walks over them.
+// Motions, the pieces of the swept surface, and the walks over it.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -16,7 +16,7 @@ namespace
 using Corners = std::array<float, 9>;
 using Ends = std::array<float, 6>;
 
-/// A box of 2 by 3 by 4 at the origin, moved.
+/// A box from the origin to (2, 3, 4), swept.
 std::unique_ptr<SOLIDC> MovedBox(Matrix start, Matrix end)
 {
     auto solid = LoadedSolid(BoxMesh({0, 0, 0}, {2, 3, 4}));
@@ -60,7 +60,7 @@ double Volume(const std::vector<Corners>& surface)
     return volume;
 }
 
-TEST(Sweep, TranslationSortsFacesIntoLeadingAndTrailing)
+TEST(Sweep, TranslationOrientsFacesAndClosesTheSurface)
 {
     const auto box = MovedBox(Translation(1, 1, 1), Translation(11, 1, 1));
     EXPECT_EQ(box->isSwept, 1);
@@ -73,7 +73,7 @@ TEST(Sweep, TranslationSortsFacesIntoLeadingAndTrailing)
     }
     const float expected[6] = {1, 1, 1, 13, 4, 5};
     EXPECT_TRUE(std::equal(expected, expected + 6, box->sweepBbox));
-    // The walls close the surface: the volume is that of the way and the box.
+    // Swept quads close the surface, so it encloses the swept volume: length 10 + 2, section 3 * 4.
     EXPECT_NEAR(Volume(SweptTriangles(*box)), 12 * 3 * 4, 1e-3);
 }
 
@@ -96,7 +96,7 @@ TEST(Sweep, EqualPosesPlaceTheSolid)
 
 TEST(Sweep, RotationBetweenPosesIsAveragedAway)
 {
-    // A quarter turn about the vertical through the centre (1, 1.5).
+    // 90 degrees about the vertical axis through the centre (1, 1.5).
     const Matrix quarter{{{0, -1, 0, 2.5f}, {1, 0, 0, 0.5f}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
     const auto box = MovedBox(Translation(0, 0, 0), quarter);
     EXPECT_EQ(box->isSwept, 0);
@@ -104,7 +104,8 @@ TEST(Sweep, RotationBetweenPosesIsAveragedAway)
     EXPECT_EQ(std::memcmp(mean, box->sweepStart, sizeof mean), 0);
 }
 
-TEST(Sweep, VertexThatCannotBeMappedStaysAndSmallMotionsAreNone)
+// The kept position (docs/behaviour.md).
+TEST(Sweep, VertexWithoutImageKeepsItsPosition)
 {
     Matrix vanishing = Translation(0, 0, 0), half = Translation(0, 0, 0);
     half[3][3] = 2;
@@ -113,7 +114,11 @@ TEST(Sweep, VertexThatCannotBeMappedStaysAndSmallMotionsAreNone)
     vanishing[3][3] = 0;
     box->SC_GTsweep(Rows(vanishing), Rows(vanishing));
     EXPECT_EQ(box->sweepBbox[3], 1.0f);
-    const float step = box->tolerance;
+}
+
+TEST(Sweep, MotionBelowToleranceIsNotSwept)
+{
+    const float step = MovedBox(Translation(0, 0, 0), Translation(0, 0, 0))->tolerance;
     EXPECT_EQ(MovedBox(Translation(0, 0, 0), Translation(0.5f * step, 0, 0))->isSwept, 0);
     EXPECT_EQ(MovedBox(Translation(0, 0, 0), Translation(2 * step, 0, 0))->isSwept, 1);
 }
@@ -125,10 +130,11 @@ TEST(Sweep, SimpleSolidIsNeverSweptAndHasNoEdges)
     solid->SC_GTsweep(Rows(start), Rows(end));
     EXPECT_EQ(solid->isSwept, 0);
     EXPECT_EQ(solid->sweepLength, 9);
-    EXPECT_GT(solid->sweepBbox[0], solid->sweepBbox[3]) << "still the empty box";
+    EXPECT_GT(solid->sweepBbox[0], solid->sweepBbox[3]) << "the empty box";
     EXPECT_EQ(SweptTriangles(*solid).size(), static_cast<std::size_t>(solid->triangleCount));
 }
 
+// The step carry (docs/behaviour.md).
 TEST(EdgeWalk, HitAtStepNineCarriesIntoTheNextTriangle)
 {
     const auto box = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
@@ -146,7 +152,8 @@ TEST(EdgeWalk, HitAtStepNineCarriesIntoTheNextTriangle)
     EXPECT_GT(carried, 0);
 }
 
-TEST(EdgeWalk, RimsComeFromTheSideThatGaveThemAlready)
+// The repeated rim (docs/behaviour.md).
+TEST(EdgeWalk, RimIsThatOfTheTriangleOfLowerIndex)
 {
     const auto box = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
     int rims = 0;
@@ -158,7 +165,7 @@ TEST(EdgeWalk, RimsComeFromTheSideThatGaveThemAlready)
             EXPECT_EQ(rim[0][0], t <= other ? 0.0f : 10.0f);
             ++rims;
         }
-    EXPECT_EQ(rims, 8) << "the trailing face has eight halves of edges";
+    EXPECT_EQ(rims, 8) << "rims of the trailing face";
 }
 
 TEST(EdgeWalk, HostileCursorsAndLimitsStayInside)
@@ -166,11 +173,11 @@ TEST(EdgeWalk, HostileCursorsAndLimitsStayInside)
     const auto full = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
     const auto simple = LoadedSolid(BoxMesh({0, 0, 0}, {2, 3, 4}), 1);
     float everywhere[6] = {-99, -99, -99, 99, 99, 99}, out[3][3] = {};
-    const int least = -2147483647 - 1, most = 2147483647;
+    const int lowest = -2147483647 - 1, highest = 2147483647;
     for (SOLIDC* solid : {full.get(), simple.get()})
-        for (int cursor : {least, -11, -10, -9, -1, 0, 9, 10 * solid->triangleCount - 1,
-                           10 * solid->triangleCount, most})
-            for (int limit : {least, -1, 0, 5, 10, 10 * solid->triangleCount, most}) {
+        for (int cursor : {lowest, -11, -10, -9, -1, 0, 9, 10 * solid->triangleCount - 1,
+                           10 * solid->triangleCount, highest})
+            for (int limit : {lowest, -1, 0, 5, 10, 10 * solid->triangleCount, highest}) {
                 const int edges = solid->SC_GetSweepEdgesInBbox(cursor, limit, out, everywhere);
                 const int triangles =
                     solid->SC_GetSweepTrianglesInBbox(cursor, limit, out, everywhere);
@@ -180,11 +187,11 @@ TEST(EdgeWalk, HostileCursorsAndLimitsStayInside)
                     cursor > -10 && cursor < 10 * solid->triangleCount && cursor < limit;
                 EXPECT_TRUE(walks || triangles == -1) << cursor << ' ' << limit;
             }
-    EXPECT_EQ(full->SC_GetSweepEdgesInBbox(-1, most, out, everywhere), -1);
+    EXPECT_EQ(full->SC_GetSweepEdgesInBbox(-1, highest, out, everywhere), -1);
     EXPECT_EQ(full->SC_GetSweepEdgesInBbox(0, 0, out, everywhere), 0) << "stops at the limit";
 }
 
-// The step of a cursor is held against the number of edges, of which a tetrahedron has six.
+// The step guard (docs/behaviour.md): a tetrahedron has six edges, fewer than the steps.
 TEST(EdgeWalk, SolidWithFewEdgesEndsEarly)
 {
     const Point a{0, 0, 0}, b{9, 0, 0}, c{0, 9, 0}, d{0, 0, 9};
