@@ -43,11 +43,11 @@ int PointInsideTriangle(const float (*corners)[3], const float* normal, const fl
 
 Crossing EdgeCrossesPlane(const float (*edge)[3], const float (*corners)[3], CrossingState& state)
 {
-    const auto told = [](int hit) { return hit ? Crossing::kHit : Crossing::kNone; };
+    const auto asCrossing = [](int hit) { return hit ? Crossing::kHit : Crossing::kNone; };
     const double T = kContact;
     const double s0 = dot(state.plane, edge[0]) + state.plane[3];
     const double s1 = dot(state.plane, edge[1]) + state.plane[3];
-    if (!(std::fabs(s0) > T) && !(std::fabs(s1) > T)) return told(CrossesSides(edge, corners));
+    if (!(std::fabs(s0) > T) && !(std::fabs(s1) > T)) return asCrossing(CrossesSides(edge, corners));
     if (!(s0 >= -T && s1 < T) && !(s0 <= T && s1 > -T)) return Crossing::kNone;
     const double D = s1 - s0;
     if (std::fabs(D) > T) {
@@ -57,7 +57,7 @@ Crossing EdgeCrossesPlane(const float (*edge)[3], const float (*corners)[3], Cro
     } else if (state.fresh) {
         return Crossing::kCarried;
     }
-    return told(PointInsideTriangle(corners, state.plane, state.point, kContact));
+    return asCrossing(PointInsideTriangle(corners, state.plane, state.point, kContact));
 }
 
 int EdgeCrossesTriangle(const float (*edge)[3], const float (*corners)[3], CrossingState& state)

@@ -27,8 +27,9 @@ int SegmentsIntersecting(const float* a0, const float* a1, const float* b0, cons
 int PointInsideTriangle(const float (*corners)[3], const float* normal, const float* point,
                         float tolerance);
 
-/// What a loop over triangles hands from one test to the next: a triangle without area is judged by
-/// the plane before it, and an edge that nearly lies in the plane by the crossing point before.
+/// What a loop over triangles carries from one test to the next: a triangle without area is tested
+/// with the plane of the one before it ("Carried plane" in docs/behaviour.md), and an edge almost
+/// parallel to the plane with the crossing point of the one before.
 struct CrossingState {
     float plane[4] = {};
     float point[3] = {};
@@ -37,8 +38,8 @@ struct CrossingState {
 
 enum class Crossing { kNone, kHit, kCarried };
 
-/// The steps behind the plane: does an edge hit a triangle whose plane stands in `state`? A fresh
-/// state has no crossing point to carry; where one is asked for the answer is kCarried.
+/// Does an edge hit a triangle whose plane is in `state`? A fresh state has no crossing point to
+/// carry; where one would be needed the answer is kCarried.
 Crossing EdgeCrossesPlane(const float (*edge)[3], const float (*corners)[3], CrossingState& state);
 
 /// Does a straight edge hit a triangle, its border included, within kContact?
