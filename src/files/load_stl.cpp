@@ -56,8 +56,7 @@ bool ReadFile(SOLIDC& solid, const char* path)
     StlStream& stream = *solid.stlStream;
     const bool fits = SetStlPath(stream, path);
     // Of the path as given: a swap marker makes it name no file.
-    solid.sourceFileSize =
-        static_cast<std::int32_t>(std::min<std::int64_t>(fits ? GetFileLength(path) : 0, INT_MAX));
+    solid.sourceFileSize = fits ? ClampLength(GetFileLength(path)) : 0;
     solid.sourceTime = fits ? GetFileModTime(path) : 0;
     std::int32_t count = 0;
     if (!StlOpenRead(stream, &count)) return false;
