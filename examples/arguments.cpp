@@ -152,7 +152,7 @@ std::string ParseArguments(int argc, char** argv, Request& request)
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         std::string error;
-        if (argument == "--help")
+        if (argument == "--help" || argument == "-h")
             request.help = true;
         else if (argument == "--simple")
             request.simple = true;
@@ -160,7 +160,7 @@ std::string ParseArguments(int argc, char** argv, Request& request)
             error = argument + " needs a value";
         else if (TakesValue(argument))
             error = ParseValue(argument, argv[++i], request);
-        else if (argument.rfind("--", 0) == 0)
+        else if (argument.size() > 1 && argument[0] == '-')
             error = "unknown option " + argument;
         else
             error = ParseSolid(argument, request);
