@@ -1,6 +1,6 @@
 // Numbers as scanf takes them: the longest run of characters that could begin a number, never to be
 // taken back. So "1e+" is 1, the number after "1.5.5" starts at ".5", "nan(1)" is a NaN before a
-// word, and "infinit" and "0x" are no numbers at all.
+// word, and "infinit" and "0x" are no numbers at all. "Scraps of numbers" in docs/behaviour.md.
 #include "files/scan_numbers.h"
 
 #include <algorithm>

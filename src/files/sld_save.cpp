@@ -83,7 +83,7 @@ int SOLIDC::SC_SaveSLDfile(unsigned char* path)
         result = SC_BuildVertexList();
         if (result == 0) result = SC_BuildEdgesList();
         if (result != 0) {
-            // A mesh without its lists is of no use: the solid loses it, and the file holds none.
+            // "Emptied by its save" in docs/behaviour.md.
             Release_Octree();
             Release_Lists();
         }

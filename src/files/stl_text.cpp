@@ -43,11 +43,11 @@ bool TakeTextFacet(StlReadBuffer& buffer, float* normal, float* corners)
     if (FindKeyword(line, "LOOP").empty()) return false;
     for (int corner = 0; corner < 3; ++corner) {
         NextLine(buffer, line);
-        // A line that is no vertex takes the place of those that were to come.
+        // "Line for the rest" in docs/behaviour.md.
         if ((found = FindKeyword(line, "VERTEX")).empty()) break;
         ScanThreeNumbers(found, corners + 3 * corner);
     }
-    // The end of the loop may be any line.
+    // "Any sixth line" in docs/behaviour.md.
     NextLine(buffer, line);
     NextLine(buffer, line);
     return !FindKeyword(line, "ENDFACET").empty();

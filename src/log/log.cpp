@@ -32,7 +32,7 @@ void Append(const char* text)
 {
     const File stream = LogStream("a");
     if (!stream) return;
-        // The text is a format on purpose: %% comes out as one %.
+        // "Text as format" in docs/behaviour.md: %% comes out as one %.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"

@@ -9,8 +9,8 @@ extern std::string LogPath;
 extern int LogStarted;       ///< 0 until a log is started
 extern int LogErrorsStarted; ///< 0 until the banner of the error log is written
 
-/// Names the log after the running module, with the extension ".LOG" in place of all behind the
-/// last dot. A module without a dot keeps its name, and the running program cannot be written to.
+/// Names the log after the running module, with the extension ".LOG" in place of all after the last
+/// dot. A module without a dot keeps its name, and the running program cannot be written to.
 void LogInit();
 
 /// Each empties the log and writes a banner with its own title and the time.
@@ -23,7 +23,7 @@ void LogStartMain();
 /// @return 0 when none was started, else 1, also when the file could not be opened
 int LogAppend(const char* text);
 
-/// Appends in all cases, behind a banner of its own where no log was started. Text as above.
+/// Appends in all cases, after a banner of its own where no log was started. Text as above.
 void LogError(const char* text);
 
 #endif
