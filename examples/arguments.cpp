@@ -13,12 +13,12 @@ std::vector<double> ParseNumbers(const std::string& text)
     std::vector<double> numbers;
     const char* at = text.c_str();
     for (;;) {
-        char* behind = nullptr;
-        numbers.push_back(std::strtod(at, &behind));
-        if (behind == at || !std::isfinite(numbers.back())) return {};
-        if (*behind == 0) return numbers;
-        if (*behind != ',') return {};
-        at = behind + 1;
+        char* after = nullptr;
+        numbers.push_back(std::strtod(at, &after));
+        if (after == at || !std::isfinite(numbers.back())) return {};
+        if (*after == 0) return numbers;
+        if (*after != ',') return {};
+        at = after + 1;
     }
 }
 

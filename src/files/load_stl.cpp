@@ -65,7 +65,7 @@ bool ReadFile(SOLIDC& solid, const char* path)
     // A file with holes can claim any length.
     solid.triangles = TryAllocateTriangles(capacity);
     solid.triangleCapacity = solid.triangles ? capacity : 0;
-    ReadFacets(solid, stream);
+    if (solid.triangles) ReadFacets(solid, stream);
     StlClose(stream);
     return solid.triangles != nullptr;
 }

@@ -67,7 +67,7 @@ int SOLIDC::SC_GetSLDheader(unsigned char* buffer)
     // Byte 26 ends the text where a file is typed to a screen.
     text += " \x1A \r\n\r\n\r\n\r\n\r\n";
     std::memset(buffer, 0, kSldHeaderBytes);
-    std::memcpy(buffer, text.data(), text.size());
+    text.copy(reinterpret_cast<char*>(buffer), text.size());
     return 0;
 }
 

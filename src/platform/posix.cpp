@@ -110,7 +110,8 @@ void PreferLargePages(void* block, std::size_t bytes)
     const auto start = reinterpret_cast<std::uintptr_t>(block);
     const std::uintptr_t first = (start + kLargePage - 1) & ~(kLargePage - 1);
     const std::uintptr_t last = (start + bytes) & ~(kLargePage - 1);
-    if (first < last) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    if (first < last)
+        ::madvise(static_cast<char*>(block) + (first - start), last - first, MADV_HUGEPAGE);
 #else
     (void)block, (void)bytes;
 #endif
