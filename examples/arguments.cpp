@@ -13,12 +13,12 @@ std::vector<double> ParseNumbers(const std::string& text)
     std::vector<double> numbers;
     const char* at = text.c_str();
     for (;;) {
-        char* behind = nullptr;
-        numbers.push_back(std::strtod(at, &behind));
-        if (behind == at || !std::isfinite(numbers.back())) return {};
-        if (*behind == 0) return numbers;
-        if (*behind != ',') return {};
-        at = behind + 1;
+        char* after = nullptr;
+        numbers.push_back(std::strtod(at, &after));
+        if (after == at || !std::isfinite(numbers.back())) return {};
+        if (*after == 0) return numbers;
+        if (*after != ',') return {};
+        at = after + 1;
     }
 }
 
@@ -152,7 +152,7 @@ std::string ParseArguments(int argc, char** argv, Request& request)
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         std::string error;
-        if (argument == "--help")
+        if (argument == "--help" || argument == "-h")
             request.help = true;
         else if (argument == "--simple")
             request.simple = true;
@@ -160,7 +160,7 @@ std::string ParseArguments(int argc, char** argv, Request& request)
             error = argument + " needs a value";
         else if (TakesValue(argument))
             error = ParseValue(argument, argv[++i], request);
-        else if (argument.rfind("--", 0) == 0)
+        else if (argument.size() > 1 && argument[0] == '-')
             error = "unknown option " + argument;
         else
             error = ParseSolid(argument, request);

@@ -26,7 +26,7 @@ Options:
                      are not asked
   --save A=FILE      write a solid, as refined, to an STL file; B=FILE for the other
   --save-sweep FILE  write the surfaces that both solids sweep to one STL file to look at
-  --help             this text
+  -h, --help         this text
 
 A pose is tx,ty,tz (a translation), or tx,ty,tz,rx,ry,rz (turned by rx about x, ry about y, rz
 about z, in that order, in degrees, before it is moved), or 16 numbers, a matrix row by row. A

@@ -1,4 +1,6 @@
-# Sourced by ./demo and ./test: installs the tools that are missing, with Debian's packages.
+# Sourced by ./demo and ./test.
+
+# Installs the tools that are missing, with the packages of Debian.
 # Usage: need COMMAND_OR_FILE:PACKAGE ...
 need() {
     local missing=()
@@ -23,4 +25,18 @@ need() {
     "${root[@]}" apt-get update -qq
     "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# Runs a command and shows its output only if it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if "$@" >"$log" 2>&1; then
+        rm -f "$log"
+    else
+        local status=$?
+        cat "$log" >&2
+        rm -f "$log"
+        return "$status"
+    fi
 }

@@ -1,4 +1,4 @@
-// The calls that fill a slot. What stood there is gone before the new solid is known to be good.
+// The calls that fill a slot: "Slot emptied first" and "Null path" in docs/behaviour.md.
 #include "api/table.h"
 #include "files/load_policy.h"
 

@@ -20,6 +20,7 @@ SOLIDC::~SOLIDC()
 {
     Release_Octree();
     Release_Lists();
-    StlAbandon(*stlStream);
+    // Whoever takes a flat copy of a solid takes its pointers away from it.
+    if (stlStream) StlAbandon(*stlStream);
     ReleaseRecords(stlStream);
 }

@@ -11,7 +11,7 @@ bool isFirstCall = true;
 
 void InitialiseOnFirstCall()
 {
-    // Allocation failures go to the one handler without being told to: see solid/memory.h.
+    // That failed allocations go to the one handler needs no call here: see mesh/memory.h.
     if (!isFirstCall) return;
     SolidTable.fill(nullptr);
     isFirstCall = false;

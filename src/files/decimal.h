@@ -4,7 +4,7 @@
 #include <charconv>
 #include <string>
 
-/// Appends a number with `digits` behind the point, rounded from its exact value, ties to even, and
+/// Appends a number with `digits` after the point, rounded from its exact value, ties to even, and
 /// with a point whatever locale the host has set.
 inline void AppendDecimal(std::string& text, float number, int digits)
 {

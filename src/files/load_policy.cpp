@@ -14,8 +14,8 @@ namespace
 
 unsigned char* Bytes(std::string& path) { return reinterpret_cast<unsigned char*>(path.data()); }
 
-/// A cache file is current when the source's time is the one it was made from: equal, not newer. A
-/// path with a swap marker names no file, so its time is 0 here and there.
+/// A cache file is current when the source's time is the one it was made from: "Equal, not newer"
+/// and "Timeless marker" in docs/behaviour.md.
 bool IsCurrent(const SOLIDC& solid, const char* path)
 {
     return GetFileModTime(path) == solid.sourceTime && solid.fileVersion == kFormatVersion;
@@ -25,14 +25,14 @@ bool IsCurrent(const SOLIDC& solid, const char* path)
 bool LoadFromCache(SOLIDC& solid, const char* path, std::string& sldPath, int simple)
 {
     const int result = solid.SC_LoadSLDfile(Bytes(sldPath));
-    // A damaged file without edges is taken by a host that asks for a simple solid.
+    // "Zeros for a simple wish" in docs/behaviour.md.
     if (result == SCAPI_DAMAGED_SIMPLE_FILE && simple == 1) return IsCurrent(solid, path);
     // A simple solid cannot serve where a full one is wanted; a full one serves both.
     if (solid.isSimple == 1 && simple == 0) return false;
     return result == 0 && IsCurrent(solid, path);
 }
 
-/// A marker goes with the extension, so marked and unmarked paths share one cache file.
+/// A marker goes with the extension: "Shared name" in docs/behaviour.md.
 std::string SldPathFor(const char* path)
 {
     std::string sldPath = path;

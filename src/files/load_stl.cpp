@@ -19,7 +19,8 @@ namespace
 
 constexpr double kSamePoint = 9.999999747378752e-06; ///< the float 1e-5, widened
 
-/// A facet is dropped when two of its corners coincide; three in a line may stay.
+/// A facet is dropped when two of its corners coincide: "Lines of facets stay" in
+/// docs/behaviour.md.
 bool IsDegenerate(const float (*corners)[3])
 {
     const auto coincide = [&](int a, int b) {
@@ -39,7 +40,7 @@ int CapacityForFile(std::int64_t bytes)
 }
 
 /// Reads until a bad facet or the end of the file, straight into the records. A dropped facet is
-/// overwritten by the next.
+/// overwritten by the next: "Line for the rest" in docs/behaviour.md.
 void ReadFacets(SOLIDC& solid, StlStream& stream)
 {
     // A file that grows while it is read ends at the capacity.
@@ -55,9 +56,8 @@ bool ReadFile(SOLIDC& solid, const char* path)
 {
     StlStream& stream = *solid.stlStream;
     const bool fits = SetStlPath(stream, path);
-    // Of the path as given: a swap marker makes it name no file.
-    solid.sourceFileSize =
-        static_cast<std::int32_t>(std::min<std::int64_t>(fits ? GetFileLength(path) : 0, INT_MAX));
+    // Of the path as given: "Timeless marker" in docs/behaviour.md.
+    solid.sourceFileSize = fits ? ClampLength(GetFileLength(path)) : 0;
     solid.sourceTime = fits ? GetFileModTime(path) : 0;
     std::int32_t count = 0;
     if (!StlOpenRead(stream, &count)) return false;
@@ -65,7 +65,7 @@ bool ReadFile(SOLIDC& solid, const char* path)
     // A file with holes can claim any length.
     solid.triangles = TryAllocateTriangles(capacity);
     solid.triangleCapacity = solid.triangles ? capacity : 0;
-    ReadFacets(solid, stream);
+    if (solid.triangles) ReadFacets(solid, stream);
     StlClose(stream);
     return solid.triangles != nullptr;
 }

@@ -11,7 +11,7 @@
 struct StlReadBuffer {
     std::FILE* file;
     std::int64_t start;  ///< file position of bytes[0]
-    std::int64_t beyond; ///< how far a skip went behind the end of the file
+    std::int64_t beyond; ///< how far a skip went past the end of the file
     std::size_t at;      ///< next byte to give
     std::size_t end;     ///< bytes held
     std::array<char, 1 << 18> bytes;
@@ -23,7 +23,7 @@ void StartBuffer(StlReadBuffer& buffer, std::FILE* file);
 /// Copies `count` bytes out. @return whether there were as many
 bool TakeBytes(StlReadBuffer& buffer, void* out, std::size_t count);
 
-/// Passes over `count` bytes. As with a seek, the position may come to lie behind the end.
+/// Passes over `count` bytes. As with a seek, the position may come to lie past the end.
 void SkipBytes(StlReadBuffer& buffer, std::size_t count);
 
 /// Takes bytes up to and including a newline, but no more than `most`; empty only at the file's

@@ -77,9 +77,9 @@ bool AllocateArrays(SOLIDC& solid)
            allocate(solid.edges, solid.edgeCapacity, solid.edgeCount);
 }
 
-/// A fault in the counts or before them. A simple solid keeps its arrays, all zero, and its counts;
-/// so does a full one whose counts are good. But a file of a few bytes must not lay hold of
-/// gigabytes: of counts far beyond its length nothing stays.
+/// A fault in the counts or before them: "Kept counts" in docs/behaviour.md. A simple solid keeps
+/// its arrays, all zero, and its counts; so does a full one whose counts are good. But a file of a
+/// few bytes must not take gigabytes: of counts far beyond its length nothing stays.
 int RefuseCounts(SOLIDC& solid, std::int64_t length, int status)
 {
     constexpr std::int64_t kAlwaysKept = 16 << 20;
@@ -131,8 +131,7 @@ bool StaysInside(const SOLIDC& solid)
            std::all_of(solid.triangles, solid.triangles + solid.triangleCount, names);
 }
 
-/// Superseded triangles go in as well: a solid from its cache holds more in its leaves than the one
-/// from its source, on the same places.
+/// Superseded triangles go in as well: "More in the leaves" in docs/behaviour.md.
 void RefillOctree(SOLIDC& solid)
 {
     solid.Release_Octree();

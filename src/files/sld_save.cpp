@@ -3,8 +3,8 @@
 #include <string>
 
 #include "files/decimal.h"
+#include "files/replacement.h"
 #include "files/sld_layout.h"
-#include "platform/files.h"
 #include "scapi/scapi.h"
 
 namespace
@@ -19,12 +19,12 @@ void AppendCount(std::string& text, const char* label, int count)
 
 /// Writes blocks; one that is cut short is remembered and does not stop the others.
 struct BlockWriter {
-    File file;
+    std::FILE* file;
     int status = 0;
 
     void Write(const void* data, std::size_t size, std::size_t count = 1)
     {
-        if (std::fwrite(data, size, count, file.get()) != count) status |= SCAPI_NOT_WRITTEN;
+        if (std::fwrite(data, size, count, file) != count) status |= SCAPI_NOT_WRITTEN;
     }
 };
 
@@ -59,30 +59,31 @@ int SOLIDC::SC_GetSLDheader(unsigned char* buffer)
     else
         AppendCount(text, "#Edges:     ", edgeCount);
     text += "Bbox:[";
-    const char* const behind[6] = {" ", " ", ", ", " ", " ", "]\r\n"};
+    const char* const after[6] = {" ", " ", ", ", " ", " ", "]\r\n"};
     for (int i = 0; i < 6; ++i) {
         AppendDecimal(text, bbox[i], 4);
-        text += behind[i];
+        text += after[i];
     }
     // Byte 26 ends the text where a file is typed to a screen.
     text += " \x1A \r\n\r\n\r\n\r\n\r\n";
     std::memset(buffer, 0, kSldHeaderBytes);
-    std::memcpy(buffer, text.data(), text.size());
+    text.copy(reinterpret_cast<char*>(buffer), text.size());
     return 0;
 }
 
 int SOLIDC::SC_SaveSLDfile(unsigned char* path)
 {
-    BlockWriter out{File(OpenForWriting(reinterpret_cast<const char*>(path)))};
-    if (!out.file) return SCAPI_NOT_WRITTEN;
+    Replacement target(reinterpret_cast<const char*>(path));
+    if (!target.file) return SCAPI_NOT_WRITTEN;
     // Without a buffer each block is known to be written or not when its turn is over.
-    std::setvbuf(out.file.get(), nullptr, _IONBF, 0);
+    std::setvbuf(target.file.get(), nullptr, _IONBF, 0);
+    BlockWriter out{target.file.get()};
     int result = 0;
     if (!isSimple) {
         result = SC_BuildVertexList();
         if (result == 0) result = SC_BuildEdgesList();
         if (result != 0) {
-            // A mesh without its lists is of no use: the solid loses it, and the file holds none.
+            // "Emptied by its save" in docs/behaviour.md.
             Release_Octree();
             Release_Lists();
         }
@@ -93,5 +94,6 @@ int SOLIDC::SC_SaveSLDfile(unsigned char* path)
     WriteFixedFields(out, *this);
     WriteArrays(out, *this);
     for (const SldField& field : SldTail(*this)) out.Write(field.data, field.bytes);
+    if (out.status == 0 && !TakePlace(target)) out.status = SCAPI_NOT_WRITTEN;
     return result | out.status;
 }

@@ -27,7 +27,8 @@ bool Open(StlStream& stream, StlMode mode)
     return true;
 }
 
-/// Tries up to `count` facets and goes back to the first; closes the file if one is bad.
+/// "Trial of the form" in docs/behaviour.md: tries up to `count` facets and goes back to the first;
+/// closes the file if one is bad.
 bool PeekFacets(StlStream& stream, std::int32_t count)
 {
     const std::int64_t first = Position(*stream.buffer);
@@ -71,14 +72,14 @@ bool TakeBinaryFacet(StlReadBuffer& buffer, float* normal, float* corners)
     return true;
 }
 
-/// There is no limit downwards, on purpose.
+/// "No lower limit" in docs/behaviour.md.
 bool AreGoodCoordinates(const float* corners)
 {
     return std::all_of(corners, corners + 9,
                        [](float x) { return x < kCoordinateLimit && std::isfinite(x); });
 }
 
-void MendNormal(float* normal)
+void RepairNormal(float* normal)
 {
     for (int axis = 0; axis < 3; ++axis)
         normal[axis] = std::isfinite(normal[axis]) ? std::clamp(normal[axis], -1.0f, 1.0f) : 0.0f;
@@ -117,7 +118,7 @@ int StlReadFacet(StlStream& stream, float* normal, float* corners)
     if (!taken) return 0;
     const bool good = AreGoodCoordinates(corners);
     if (!good) std::fill_n(normal, 3, 0.0f);
-    MendNormal(normal);
+    RepairNormal(normal);
     stream.writePosition = Position(*stream.buffer);
     if (good && StlSwapMode) CycleFacet(normal, corners);
     return good;

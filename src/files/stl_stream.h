@@ -1,5 +1,5 @@
-// Facets of an STL file, one at a time. The form is told by a trial of the first facets, never by a
-// keyword, a header or a length.
+// Facets of an STL file, one at a time. The form is decided by a trial of the first facets, never
+// by a keyword, a header or a length.
 #ifndef SCAPI_FILES_STL_STREAM_H
 #define SCAPI_FILES_STL_STREAM_H
 
@@ -23,7 +23,7 @@ bool SetStlPath(StlStream& stream, const char* path);
 int StlOpenRead(StlStream& stream, std::int32_t* count);
 
 /// Reads the next facet. Coordinates must be finite and below 100000, without a limit downwards;
-/// the normal is mended, never refused.
+/// the normal is clamped to -1 and 1, never refused.
 /// @param normal   three floats, or null
 /// @param corners  nine floats; those that a text facet does not give stay as they were
 /// @return 1, or 0 for a bad facet and at the end of the file

@@ -1,4 +1,5 @@
-// Writing STL files. A gap of two bytes stands between binary facets, not behind the last.
+// Writing STL files. A gap of two bytes stands between binary facets, none after the last: "Two
+// bytes short" in docs/behaviour.md.
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -82,7 +83,7 @@ void PatchCount(StlStream& stream)
     WriteBytes(stream.file, &count, sizeof count);
 }
 
-/// Sets sourceFileSize to what is about to be replaced, and creates the file.
+/// Creates the file. sourceFileSize: "Size of the replaced" in docs/behaviour.md.
 bool OpenForSolid(SOLIDC& solid, const char* path)
 {
     const bool fits = SetStlPath(*solid.stlStream, path);
@@ -147,7 +148,7 @@ void StlFinishWrite(StlStream& stream)
 int SOLIDC::SC_SaveSTLfile(unsigned char* path)
 {
     if (!OpenForSolid(*this, reinterpret_cast<const char*>(path))) return SCAPI_NOT_WRITTEN;
-    // Superseded triangles go out too: the file shows the records as they are.
+    // "Superseded written" and "Facets lost in silence" in docs/behaviour.md.
     for (int t = 0; t < triangleCount; ++t)
         StlWriteFacet(*stlStream, triangles[t].normal, triangles[t].corners[0]);
     StlClose(*stlStream);

@@ -15,6 +15,23 @@ std::FILE* OpenForReading(const char* path);
 /// reader fails instead of waiting for one
 std::FILE* OpenForWriting(const char* path);
 
+/// Whether a new file may take the place of what the path names: nothing, or a plain file of one
+/// name that could be written to. A link's owner wants it to stay one.
+bool IsReplaceable(const char* path);
+
+/// Creates a file beside a path, under a name that no other file has, nor gets from another process
+/// meanwhile.
+/// @param name  takes it; empty when there is no file
+/// @return null when the folder takes no new file
+std::FILE* CreateBeside(const char* path, std::string& name);
+
+/// Renames a file, in one step and over what stands at `to`. Both in one folder.
+/// @return false when that fails; nothing has changed then
+bool MoveOver(const char* from, const char* to);
+
+/// Removes a file, if it can be removed.
+void RemoveFile(const char* path);
+
 /// Whether two paths name one file, by links or by spelling; false when either does not exist.
 bool AreSameFile(const char* a, const char* b);
 
@@ -24,7 +41,7 @@ std::int64_t StreamLength(std::FILE* file);
 /// Modification time, seconds cut to 32 bits; 0 when the system does not tell.
 std::int32_t StreamModTime(std::FILE* file);
 
-/// Where the extension of a path begins: at the last dot behind the last separator, or at its end.
+/// Where the extension of a path begins: at the last dot after the last separator, or at its end.
 std::size_t ExtensionStart(const std::string& path);
 
 /// Whether a path holds a folder or a drive besides the name.

@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-/// Asks for large pages behind a fresh block, where the system has them: filling it then costs a
-/// quarter of the time. A wish, without a result.
+/// Asks for large pages for a fresh block, where the system has them: filling it then costs a
+/// quarter of the time. A hint, without a result.
 void PreferLargePages(void* block, std::size_t bytes);
 
 #endif

@@ -1,12 +1,12 @@
 #include <fcntl.h>
-#include <locale.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "platform/files.h"
 #include "platform/memory.h"
-#include "platform/scan.h"
 
 std::FILE* OpenForReading(const char* path)
 {
@@ -34,6 +34,35 @@ std::FILE* OpenForWriting(const char* path)
     if (!file) ::close(descriptor);
     return file;
 }
+
+bool IsReplaceable(const char* path)
+{
+    struct stat status {};
+    if (::lstat(path, &status) != 0) return true;
+    return S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+           ::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0;
+}
+
+std::FILE* CreateBeside(const char* path, std::string& name)
+{
+    constexpr int kTries = 100; // names are only taken where processes were killed
+    for (int i = 0; i < kTries; ++i) {
+        name = path + ("." + std::to_string(::getpid())) + "-" + std::to_string(i) + ".tmp";
+        const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (descriptor < 0 && errno == EEXIST) continue;
+        if (descriptor < 0) break;
+        if (std::FILE* file = ::fdopen(descriptor, "wb")) return file;
+        ::close(descriptor);
+        ::unlink(name.c_str());
+        break;
+    }
+    name.clear();
+    return nullptr;
+}
+
+bool MoveOver(const char* from, const char* to) { return ::rename(from, to) == 0; }
+
+void RemoveFile(const char* path) { ::unlink(path); }
 
 bool AreSameFile(const char* a, const char* b)
 {
@@ -74,15 +103,6 @@ std::int32_t StreamModTime(std::FILE* file)
     return ::fstat(::fileno(file), &status) == 0 ? static_cast<std::int32_t>(status.st_mtime) : 0;
 }
 
-void ScanThreeNumbers(const char* text, float* numbers)
-{
-    static const locale_t cLocale = ::newlocale(LC_ALL_MASK, "C", nullptr);
-    const locale_t hosts = ::uselocale(cLocale);
-    // The result is not asked for: what could be read has been stored.
-    (void)std::sscanf(text, "%*s %f %f %f", &numbers[0], &numbers[1], &numbers[2]);
-    ::uselocale(hosts);
-}
-
 void PreferLargePages(void* block, std::size_t bytes)
 {
 #ifdef MADV_HUGEPAGE
@@ -90,7 +110,8 @@ void PreferLargePages(void* block, std::size_t bytes)
     const auto start = reinterpret_cast<std::uintptr_t>(block);
     const std::uintptr_t first = (start + kLargePage - 1) & ~(kLargePage - 1);
     const std::uintptr_t last = (start + bytes) & ~(kLargePage - 1);
-    if (first < last) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    if (first < last)
+        ::madvise(static_cast<char*>(block) + (first - start), last - first, MADV_HUGEPAGE);
 #else
     (void)block, (void)bytes;
 #endif

@@ -1,5 +1,6 @@
-// Which loads come from the cache file, and what they leave behind.
+// Which loads come from the cache file, and which files they leave.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -119,7 +120,7 @@ TEST_F(Cache, CacheAloneLoadsNothing)
     EXPECT_FALSE(fs::exists(sld));
 }
 
-TEST_F(Cache, DamagedFileIsMended)
+TEST_F(Cache, DamagedFileIsWrittenAnew)
 {
     EXPECT_EQ(Load(), 0);
     const auto size = fs::file_size(sld);
@@ -148,7 +149,7 @@ TEST_F(Cache, MarkedPathsShareTheFileAndStayCurrent)
     EXPECT_EQ(End(), 29) << "the plain path has one";
 }
 
-TEST_F(Cache, FileThatCannotBeWrittenIsToldWithAGoodSolid)
+TEST_F(Cache, FileThatCannotBeWrittenIsReportedWithAGoodSolid)
 {
     fs::create_directory(sld);
     EXPECT_EQ(Load(), 1);
@@ -188,6 +189,63 @@ TEST_F(Cache, SourceIsNeverOverwritten)
     fs::create_hard_link(source, folder / "linked.SLD");
     EXPECT_EQ(Load(), 0);
     EXPECT_EQ(fs::file_size(source), text.size());
+}
+
+TEST_F(Cache, LinksStayLinksAndLongNamesAreWrittenInPlace)
+{
+    const fs::path elsewhere = folder / "elsewhere";
+    for (const bool symbolic : {true, false}) {
+        std::ofstream(elsewhere) << "old";
+        symbolic ? fs::create_symlink(elsewhere, sld) : fs::create_hard_link(elsewhere, sld);
+        EXPECT_EQ(Load(), 0);
+        EXPECT_EQ(fs::is_symlink(sld), symbolic);
+        EXPECT_TRUE(fs::equivalent(sld, elsewhere));
+        EXPECT_GT(fs::file_size(elsewhere), 1024u);
+        fs::remove(sld);
+    }
+    source = folder / (std::string(251, 'x') + ".stl"); // a name with no room for a longer one
+    WriteSource(1, 0);
+    EXPECT_EQ(Load(), 0);
+    EXPECT_TRUE(fs::exists(fs::path(source).replace_extension("SLD")));
+}
+
+TEST_F(Cache, FileHasTheRightsOfAFreshOne)
+{
+    std::ofstream(sld) << "old";
+    fs::permissions(sld, fs::perms::all);
+    const mode_t before = ::umask(027);
+    EXPECT_EQ(Load(), 0);
+    ::umask(before);
+    EXPECT_EQ(fs::status(sld).permissions(), fs::perms(0640));
+}
+
+TEST_F(Cache, RightsOfFolderAndFileDecideWhetherAndHowItIsWritten)
+{
+    const struct {
+        fs::perms folder, file;
+        int result;
+        bool replaced;
+    } rows[] = {{fs::perms(0777), fs::perms(0666), 0, true},
+                {fs::perms(0555), fs::perms(0666), 0, false},
+                {fs::perms(0777), fs::perms(0444), 1, false},
+                {fs::perms(0555), fs::perms(0444), 1, false}};
+    for (const auto& row : rows) {
+        std::ofstream(sld) << "old";
+        std::ifstream old(sld);
+        fs::permissions(sld, row.file);
+        fs::permissions(folder, row.folder);
+        // Root may do anything, so the load is somebody else's.
+        const bool isRoot = ::geteuid() == 0;
+        ASSERT_EQ(isRoot ? ::seteuid(65534) : 0, 0);
+        EXPECT_EQ(Load(), row.result);
+        ASSERT_EQ(isRoot ? ::seteuid(0) : 0, 0);
+        fs::permissions(folder, fs::perms::all);
+        std::string kept;
+        std::getline(old, kept, '\0');
+        EXPECT_EQ(kept == "old", row.replaced || row.result == 1);
+        EXPECT_EQ(fs::file_size(sld) > 1024, row.result == 0);
+        fs::remove(sld);
+    }
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <new>
 
 #include "api/table.h"
+#include "mesh/memory.h"
 #include "support/meshes.h"
 
 namespace
@@ -51,6 +52,12 @@ namespace
 namespace fs = std::filesystem;
 
 fs::path CacheOf(const TemporaryFile& file) { return fs::path(file.path).replace_extension("SLD"); }
+
+/// Files in the folder of a file.
+std::ptrdiff_t FilesBeside(const TemporaryFile& file)
+{
+    return std::distance(fs::directory_iterator(fs::path(file.path).parent_path()), {});
+}
 
 std::uint64_t LoadedDigest(TemporaryFile& file, int expected = 0)
 {
@@ -103,6 +110,7 @@ TEST(Faults, AllocationThatFailsUnwindsAndLosesNothing)
         ASSERT_EQ(SCAPI_DetectInterference(0, 1), SCAPI_INTERFERENCE) << "failure " << failures;
         SCAPI_ReleaseSolids();
         ASSERT_EQ(SCAPI_GetUsedRAM(), 0);
+        ASSERT_LE(FilesBeside(text), 2) << "a temporary file is left after failure " << failures;
     }
     std::set_new_handler(before);
     EXPECT_GT(failures, 60); // or few allocations pass by here
@@ -119,14 +127,14 @@ int InChild(Work work)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST(Faults, DiskThatFillsUpAtAnyByteLeavesACacheThatIsMended)
+TEST(Faults, DiskThatFillsUpAtAnyByteLeavesTheOldCacheAndNothingElse)
 {
     TemporaryFile file(BinaryStl(BoxMesh({0, 0, 0}, {9, 1, 1})));
     const std::uint64_t good = LoadedDigest(file);
     ASSERT_NE(good, 0u);
     const auto length = static_cast<rlim_t>(fs::file_size(CacheOf(file)));
     for (rlim_t most = 0; most < length; most += 211) {
-        fs::remove(CacheOf(file));
+        std::ofstream(CacheOf(file)) << "old";
         EXPECT_EQ(InChild([&] {
                       std::signal(SIGXFSZ, SIG_IGN);
                       const rlimit limit{most, most};
@@ -135,6 +143,8 @@ TEST(Faults, DiskThatFillsUpAtAnyByteLeavesACacheThatIsMended)
                   }),
                   0)
             << most;
+        ASSERT_EQ(fs::file_size(CacheOf(file)), 3u) << most;
+        ASSERT_EQ(FilesBeside(file), 2) << most;
         ASSERT_EQ(LoadedDigest(file), good) << most;
         ASSERT_EQ(fs::file_size(CacheOf(file)), length);
     }
@@ -153,14 +163,54 @@ TEST(Faults, LoadsThatMeetOrDieLeaveGoodSolids)
             if ((id = ::fork()) == 0) std::_Exit(LoadedDigest(file) == good ? 0 : 1);
         ::usleep(static_cast<useconds_t>(300 * round));
         ::kill(child[0], SIGKILL);
+        const std::string killed = "." + std::to_string(child[0]) + "-0.tmp";
         for (const pid_t id : child) {
             int status = 0;
             ::waitpid(id, &status, 0);
             EXPECT_TRUE(id == child[0] || (WIFEXITED(status) && WEXITSTATUS(status) == 0));
         }
         ASSERT_EQ(LoadedDigest(file), good) << round;
+        fs::remove(CacheOf(file) += killed);
+        ASSERT_EQ(FilesBeside(file), 2) << "only the killed one may leave a file";
     }
     SCAPI_ReleaseSolids();
+}
+
+TEST(Faults, ReaderNeverMeetsAHalfWrittenCache)
+{
+    const auto solid = LoadedSolid(SphereMesh(40, 9));
+    TemporaryFile file("", "mesh.SLD");
+    ASSERT_EQ(solid->SC_SaveSLDfile(file.Path()), 0);
+    const pid_t writer = ::fork();
+    if (writer == 0)
+        for (;;) solid->SC_SaveSLDfile(file.Path());
+    for (int round = 0; round < 300; ++round) {
+        SOLIDC read;
+        ASSERT_EQ(read.SC_LoadSLDfile(file.Path()), 0) << round;
+    }
+    ::kill(writer, SIGKILL);
+    ::waitpid(writer, nullptr, 0);
+}
+
+TEST(Faults, FlatCopyWithoutItsPointersReleasesWhatIsLeft)
+{
+    for (int kept = 0; kept < 5; ++kept) {
+        auto owner = LoadedSolid(BoxMesh({0, 0, 0}, {1, 1, 1}));
+        SOLIDC copy;
+        ReleaseRecords(copy.stlStream);
+        copy = *owner;
+        // Each array is left to one of the two.
+        SOLIDC& triangles = kept == 0 ? copy : *owner;
+        SOLIDC& vertices = kept == 1 ? copy : *owner;
+        SOLIDC& edges = kept == 2 ? copy : *owner;
+        SOLIDC& stream = kept == 3 ? copy : *owner;
+        SOLIDC& tree = kept == 4 ? copy : *owner;
+        triangles.triangles = nullptr;
+        vertices.vertices = nullptr;
+        edges.edges = nullptr;
+        stream.stlStream = nullptr;
+        tree.octree = nullptr;
+    }
 }
 
 } // namespace

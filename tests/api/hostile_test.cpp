@@ -143,9 +143,9 @@ TEST(LateCalls, LeaveNothingThatPointsAstray)
             SCOPED_TRACE(name);
             const auto solid = LoadedSolid(SphereMesh(20, 5), simple);
             if (!simple || std::string(name) != "refine the edges") call(*solid);
-            for (SOLIDC* mover : {solid.get(), other.get()})
+            for (SOLIDC* moved : {solid.get(), other.get()})
                 for (Matrix* to : {&end, &rest}) {
-                    mover->SC_GTsweep(Rows(rest), Rows(*to));
+                    moved->SC_GTsweep(Rows(rest), Rows(*to));
                     solid->SC_DetectIntersection(other.get());
                     other->SC_DetectIntersection(solid.get());
                     other->Triangle_to_SolidBEdges(solid->triangles, solid.get());

@@ -38,7 +38,7 @@ TEST_F(Query, VertexWalkEndsOneCallBehindTheLastVertex)
         EXPECT_EQ(SCAPI_GetVertex(3, &cursor, xyz), 0);
         EXPECT_EQ(cursor, -1);
     }
-    EXPECT_TRUE(std::equal(before, before + 3, xyz)) << "nothing is written behind the end";
+    EXPECT_TRUE(std::equal(before, before + 3, xyz)) << "nothing is written after the end";
 }
 
 TEST_F(Query, TrianglesNameTheirVerticesAndCloseTheBox)

@@ -2,17 +2,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <random>
-#include <sstream>
 
-#include "files/read_buffer.h"
 #include "files/stl_stream.h"
-#include "files/stl_text.h"
 #include "files/swap_marker.h"
 #include "support/meshes.h"
 
@@ -242,68 +238,6 @@ TEST(StlPath, NullBuildsTheUnitCube)
     ExpectClosedMesh(solid);
     EXPECT_EQ(solid.triangleCount, 48);
     EXPECT_EQ(solid.bbox[3], 1);
-}
-
-/// Reads one facet whose first corner stands in the text, over corners that were 7 before.
-void ReadCorner(const std::string& words, float* corners)
-{
-    std::string text = Facet(words);
-    std::FILE* file = fmemopen(text.data(), text.size(), "r");
-    StlReadBuffer buffer;
-    StartBuffer(buffer, file);
-    float normal[3];
-    std::fill_n(corners, 9, 7.0f);
-    EXPECT_TRUE(TakeTextFacet(buffer, normal, corners));
-    std::fclose(file);
-}
-
-void ExpectAsScanf(const std::string& words)
-{
-    float read[9], expected[3] = {7, 7, 7};
-    ReadCorner(words, read);
-    std::string capitals = words;
-    for (char& c : capitals) c = static_cast<char>(std::toupper(c));
-    (void)std::sscanf(capitals.c_str(), "%f %f %f", &expected[0], &expected[1], &expected[2]);
-    for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE((std::isnan(expected[i]) && std::isnan(read[i])) ||
-                    std::memcmp(&read[i], &expected[i], 4) == 0)
-            << words << " number " << i;
-}
-
-TEST(StlNumbers, AreReadAsScanfReadsThem)
-{
-    std::istringstream odd(
-        "1 2|1 2 3 4|1e 2 3|1e+ 2 3|1e5x 2 3|+1 -2 +.5|++1 2 3|+-1 2 3|. 1 2|1. .5 -.5|-. 1 "
-        "2|0x1p3 0x.8 0X|inf -inf nan|infinity nanx 1|nan(12) 1 2|1e39 -1e39 1e400|1e-60 -1e-46 "
-        "1e-400|1,5 2 3|1.5.5 2 3|1;2 2 3|abc 1 2|1 abc 2|1 2 abc|1#QNAN 1 2|-nan(ind) 1 2|1d5 2 "
-        "3|\t1\v2\f3||1e0005 2 3|00000000000000000000000000000001 2 3|3.4028235e38 3.4028236e38 "
-        "1e-45|1.17549435e-38 7.0e-46 7.1e-46|16777217 16777219 "
-        "0.1000000014901161193847656250001|99999999999999999999999999999999999999999999 1 "
-        "2|1e99999999999999999999 1 2|1 2 3e");
-    for (std::string words; std::getline(odd, words, '|');) ExpectAsScanf(words);
-    std::mt19937 random(7);
-    for (int i = 0; i < 3000; ++i) {
-        const char* formats[] = {"%.6e", "%.9g", "%f", "%.17g", "%a"};
-        std::uniform_int_distribution<int> exponent(-160, 130);
-        std::uniform_real_distribution<double> mantissa(-2, 2);
-        std::string words;
-        for (int n = 0; n < 3; ++n) {
-            char text[400];
-            std::snprintf(text, sizeof text, formats[random() % 5],
-                          std::ldexp(mantissa(random), exponent(random)));
-            words += std::string(text) + " ";
-        }
-        ExpectAsScanf(words);
-    }
-}
-
-TEST(StlNumbers, PointIsAPointInEveryLocale)
-{
-    if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) GTEST_SKIP() << "this machine has no such locale";
-    float corners[9];
-    ReadCorner("1.5 0x1.8p0 2,5", corners);
-    std::setlocale(LC_ALL, "C");
-    EXPECT_TRUE(corners[0] == 1.5f && corners[1] == 1.5f && corners[2] == 2.0f);
 }
 
 } // namespace
