@@ -39,7 +39,7 @@ void* ResizeRecords(void* records, std::size_t oldCount, std::size_t newCount, s
     }
     // The block still stands: a fresh one may be found where it could not grow.
     void* fresh = AllocateRecords(newCount, size);
-    std::memcpy(fresh, records, oldCount * size);
+    if (oldCount) std::memcpy(fresh, records, oldCount * size);
     ReleaseRecords(records);
     return fresh;
 }

@@ -2,13 +2,12 @@
 #include "geometry/vector.h"
 #include "mesh/before_change.h"
 #include "mesh/triangle.h"
-#include "scapi/solid.h"
+#include "refine/flip.h"
 
 namespace
 {
 
 constexpr float kCoplanar = 0.99999899f; ///< cosine; about 0.08 degrees
-constexpr int kLeastUse = 3;             ///< what a vertex must keep
 
 /// An edge from A to B with its triangles T0 = (A, X, B) and T1 = (B, Y, A).
 struct Diagonal {
@@ -27,23 +26,33 @@ Diagonal ReadDiagonal(const SOLIDC& solid, const EdgeRec& edge)
     return d;
 }
 
-/// AB must be longer than XY and than the four sides, in a pair that is flat. What costs least and
-/// fails most comes first.
-bool ShouldFlip(const SOLIDC& solid, const EdgeRec& edge)
+/// Whether AB is longer than XY and than the four sides.
+bool IsLongest(const VertexRec* v, const Diagonal& d)
 {
-    const VertexRec* v = solid.vertices;
-    if (v[edge.vertex[0]].useCount <= kLeastUse || v[edge.vertex[1]].useCount <= kLeastUse)
-        return false;
-    const T_LIST &t0 = solid.triangles[edge.triangle[0]], &t1 = solid.triangles[edge.triangle[1]];
-    if (!(dot(t0.normal, t1.normal) > kCoplanar)) return false;
-
-    const Diagonal d = ReadDiagonal(solid, edge);
-    if (!InRange(d.X, solid.vertexCount) || !InRange(d.Y, solid.vertexCount)) return false;
     const float *a = v[d.A].position, *b = v[d.B].position, *x = v[d.X].position,
                 *y = v[d.Y].position;
     const double length = distance(a, b);
     return distance(x, y) < length && distance(a, x) < length && distance(x, b) < length &&
            distance(b, y) < length && distance(y, a) < length;
+}
+
+} // namespace
+
+bool CanLoseTriangle(const VertexRec& vertex) { return vertex.useCount > 3; }
+
+FlipJudgement JudgeFlip(const SOLIDC& solid, const EdgeRec& edge)
+{
+    constexpr FlipJudgement kStays{false, FlipJudgement::kNothing};
+    const float* normal = solid.triangles[edge.triangle[0]].normal;
+    if (!(dot(normal, solid.triangles[edge.triangle[1]].normal) > kCoplanar)) return kStays;
+    const Diagonal d = ReadDiagonal(solid, edge);
+    for (const int v : {d.X, d.Y})
+        if (!InRange(v, solid.vertexCount)) return {false, v};
+    if (!IsLongest(solid.vertices, d)) return kStays;
+    // Last, so that only an edge that nothing else holds waits for a vertex.
+    for (const int v : {d.A, d.B})
+        if (!CanLoseTriangle(solid.vertices[v])) return {false, v};
+    return {true, FlipJudgement::kNothing};
 }
 
 void Flip(SOLIDC& solid, int e)
@@ -66,13 +75,11 @@ void Flip(SOLIDC& solid, int e)
     ++solid.vertices[d.Y].useCount;
 }
 
-} // namespace
-
 void SOLIDC::Simplify2Triangles(void)
 {
     BeforeRecordsChange(*this);
     for (int e = 0; e < edgeCount; ++e)
-        if (ShouldFlip(*this, edges[e])) Flip(*this, e);
+        if (JudgeFlip(*this, edges[e]).flips) Flip(*this, e);
 }
 
 int SOLIDC::Simplify3Vertex(void) { return 0; }
