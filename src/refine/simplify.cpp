@@ -1,4 +1,6 @@
 // Edge flips between the passes of refinement.
+#include <cmath>
+
 #include "geometry/vector.h"
 #include "mesh/before_change.h"
 #include "mesh/triangle.h"
@@ -26,14 +28,21 @@ Diagonal ReadDiagonal(const SOLIDC& solid, const EdgeRec& edge)
     return d;
 }
 
-/// Whether AB is longer than XY and than the four sides.
-bool IsLongest(const VertexRec* v, const Diagonal& d)
+/// The square of a distance, without the root.
+double SquaredDistance(const float* a, const float* b)
 {
-    const float *a = v[d.A].position, *b = v[d.B].position, *x = v[d.X].position,
-                *y = v[d.Y].position;
-    const double length = distance(a, b);
-    return distance(x, y) < length && distance(a, x) < length && distance(x, b) < length &&
-           distance(b, y) < length && distance(y, a) < length;
+    float d[3];
+    Subtract(a, b, d);
+    const double s = dot(d, d);
+    return 0.0 < s ? s : 0.0;
+}
+
+/// Whether the distance from p to q is below the one whose square is given. Roots of unequal
+/// squares can be equal, but never change sides: most pairs need none.
+bool IsShorter(const VertexRec& p, const VertexRec& q, double squaredLength)
+{
+    const double squared = SquaredDistance(p.position, q.position);
+    return squared < squaredLength && std::sqrt(squared) < std::sqrt(squaredLength);
 }
 
 } // namespace
@@ -43,15 +52,24 @@ bool CanLoseTriangle(const VertexRec& vertex) { return vertex.useCount > 3; }
 FlipJudgement JudgeFlip(const SOLIDC& solid, const EdgeRec& edge)
 {
     constexpr FlipJudgement kStays{false, FlipJudgement::kNothing};
+    const VertexRec* v = solid.vertices;
+    const VertexRec &A = v[edge.vertex[0]], &B = v[edge.vertex[1]];
+    const double squaredLength = SquaredDistance(A.position, B.position);
+    // Most edges are shorter than a side of the first triangle; the second is not read for them.
+    int opposite[2];
+    for (int i = 0; i < 2; ++i) {
+        const T_LIST& triangle = solid.triangles[edge.triangle[i]];
+        const int w = opposite[i] =
+            triangle.vertex[OtherCorner(triangle, edge.vertex[0], edge.vertex[1])];
+        if (!InRange(w, solid.vertexCount)) return {false, w};
+        if (!IsShorter(A, v[w], squaredLength) || !IsShorter(v[w], B, squaredLength)) return kStays;
+    }
+    if (!IsShorter(v[opposite[0]], v[opposite[1]], squaredLength)) return kStays;
     const float* normal = solid.triangles[edge.triangle[0]].normal;
     if (!(dot(normal, solid.triangles[edge.triangle[1]].normal) > kCoplanar)) return kStays;
-    const Diagonal d = ReadDiagonal(solid, edge);
-    for (const int v : {d.X, d.Y})
-        if (!InRange(v, solid.vertexCount)) return {false, v};
-    if (!IsLongest(solid.vertices, d)) return kStays;
     // Last, so that only an edge that nothing else holds waits for a vertex.
-    for (const int v : {d.A, d.B})
-        if (!CanLoseTriangle(solid.vertices[v])) return {false, v};
+    for (const int end : edge.vertex)
+        if (!CanLoseTriangle(v[end])) return {false, end};
     return {true, FlipJudgement::kNothing};
 }
 

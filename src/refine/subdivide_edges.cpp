@@ -60,52 +60,75 @@ Cut DecideEdge(const SOLIDC& solid, int edgeIndex, const SizeLimit& limit)
     return DecideCut(limit, box);
 }
 
+struct Refinement {
+    SOLIDC& solid;
+    const SizeLimit limit;
+    WorkList work;
+    RefinementSteps steps;
+};
+
+/// To be called when the ends of an edge are new.
+void JudgeSize(Refinement& r, int e)
+{
+    ++r.steps.breakJudgements;
+    if (DecideEdge(r.solid, e, r.limit).pieces)
+        r.work.toBreak.Insert(e);
+    else
+        r.work.toBreak.Erase(e);
+}
+
+/// The growth rule comes before each edge of a pass, whether it is broken or not. It has something
+/// to do only at the first edge and at one that follows a break.
+void MakeRoom(Refinement& r)
+{
+    MakeRoom(r.solid);
+    r.work.toBreak.Cover(r.solid.edgeCapacity);
+    r.work.toFlip.Cover(r.solid.edgeCapacity);
+}
+
+bool Break(Refinement& r, int e, int pieces)
+{
+    const Neighbourhood before = ReadNeighbourhood(r.solid, e);
+    const int firstNew = r.solid.edgeCount;
+    if (!r.solid.BreakEdge(e, pieces)) return false;
+    ++r.steps.breaks;
+    JudgeSize(r, e);
+    for (int added = firstNew; added < r.solid.edgeCount; ++added) JudgeSize(r, added);
+    NoteBreak(r.work, r.solid, before);
+    return true;
+}
+
 /// One pass over the edges that exist when it begins; what it adds waits for the next, when flips
 /// have had their chance. @return the largest ratio of an edge that was broken, 0 when none was
-float BreakPass(SOLIDC& solid, const SizeLimit& limit, WorkList& work, RefinementSteps& steps)
+float BreakPass(Refinement& r)
 {
     float largest = 0;
-    const int bound = solid.edgeCount;
-    const auto makeRoom = [&] {
-        MakeRoom(solid);
-        work.toBreak.Cover(solid.edgeCapacity);
-        work.toFlip.Cover(solid.edgeCapacity);
-    };
-    // The growth rule comes before each edge, whether it is broken or not: where the counts have
-    // not changed since, it has nothing to do.
-    if (bound > 0) makeRoom();
-    for (int e = work.toBreak.Next(0); e < bound; e = work.toBreak.Next(e + 1)) {
-        work.toBreak.Erase(e);
-        ++steps.breakJudgements;
-        const Cut cut = DecideEdge(solid, e, limit);
-        if (!cut.pieces) continue;
-        const Neighbourhood before = ReadNeighbourhood(solid, e);
-        if (!solid.BreakEdge(e, cut.pieces)) {
-            work.toBreak.Insert(e);
-            continue;
-        }
-        NoteBreak(work, solid, before);
-        ++steps.breaks;
+    const int bound = r.solid.edgeCount;
+    if (bound > 0) MakeRoom(r);
+    for (int e = r.work.toBreak.Next(0); e < bound; e = r.work.toBreak.Next(e + 1)) {
+        const Cut cut = DecideEdge(r.solid, e, r.limit);
+        if (!Break(r, e, cut.pieces)) continue;
         largest = std::max(largest, cut.ratio);
-        if (e + 1 < bound) makeRoom();
+        if (e + 1 < bound) MakeRoom(r);
     }
     return largest;
 }
 
 /// One pass over all edges; what a flip changes behind it waits for the next.
-void FlipPass(SOLIDC& solid, WorkList& work, RefinementSteps& steps)
+void FlipPass(Refinement& r)
 {
-    for (int e = work.toFlip.Next(0); e != IndexSet::kNone; e = work.toFlip.Next(e + 1)) {
-        work.toFlip.Erase(e);
-        ++steps.flipJudgements;
-        const FlipJudgement judgement = JudgeFlip(solid, solid.edges[e]);
+    for (int e = r.work.toFlip.Next(0); e != IndexSet::kNone; e = r.work.toFlip.Next(e + 1)) {
+        r.work.toFlip.Erase(e);
+        ++r.steps.flipJudgements;
+        const FlipJudgement judgement = JudgeFlip(r.solid, r.solid.edges[e]);
         if (judgement.waitsFor != FlipJudgement::kNothing)
-            work.waiting.emplace(judgement.waitsFor, e);
+            r.work.waiting.emplace(judgement.waitsFor, e);
         if (!judgement.flips) continue;
-        const Neighbourhood before = ReadNeighbourhood(solid, e);
-        Flip(solid, e);
-        NoteFlip(work, solid, before);
-        ++steps.flips;
+        const Neighbourhood before = ReadNeighbourhood(r.solid, e);
+        Flip(r.solid, e);
+        ++r.steps.flips;
+        JudgeSize(r, e);
+        NoteFlip(r.work, r.solid, before);
     }
 }
 
@@ -156,15 +179,15 @@ struct CornersAtLast {
 
 RefinementSteps RefineEdges(SOLIDC& solid, const float* limit)
 {
-    const SizeLimit sizeLimit = MakeSizeLimit(solid, limit);
+    Refinement r{solid, MakeSizeLimit(solid, limit), {}, {}};
     BeforeRecordsChange(solid);
     const CornersAtLast corners{solid};
-    WorkList work = MakeWorkList(solid);
-    RefinementSteps steps{};
+    r.work = MakeWorkList(solid);
+    for (int e = 0; e < solid.edgeCount; ++e) JudgeSize(r, e);
     Progress progress;
-    do FlipPass(solid, work, steps), ++steps.passes;
-    while (progress.GoesOn(BreakPass(solid, sizeLimit, work, steps)));
-    return steps;
+    do FlipPass(r), ++r.steps.passes;
+    while (progress.GoesOn(BreakPass(r)));
+    return r.steps;
 }
 
 int SOLIDC::SubdivideEdges(float* const limit)

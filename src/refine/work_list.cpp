@@ -8,37 +8,51 @@
 namespace
 {
 
-bool HasSide(const T_LIST& triangle, int e)
+bool IsStray(const SOLIDC& solid, int e, int triangle)
 {
-    return triangle.edge[0] == e || triangle.edge[1] == e || triangle.edge[2] == e;
+    const int *named = solid.edges[e].triangle, *side = solid.triangles[triangle].edge;
+    return (named[0] == triangle || named[1] == triangle) && side[0] != e && side[1] != e &&
+           side[2] != e;
 }
 
-void NoteIfStray(WorkList& work, const SOLIDC& solid, int e, int triangle)
+void NoteIfStray(WorkList& work, const SOLIDC& solid, int e)
 {
-    if (!HasSide(solid.triangles[triangle], e)) work.strays.emplace(triangle, e);
-}
-
-/// The sides of a changed triangle, before and after the change, are among `edges`; so are the
-/// edges that name it, but for the strays.
-template <std::size_t count>
-void QueueEdges(WorkList& work, const SOLIDC& solid, const std::array<int, count>& edges,
-                const Neighbourhood& before, int firstNewTriangle)
-{
-    const auto hasChanged = [&](int triangle) {
-        return triangle == before.triangle[0] || triangle == before.triangle[1] ||
-               triangle >= firstNewTriangle;
-    };
-    for (const int e : edges) {
-        if (!InRange(e, solid.edgeCount)) continue;
-        work.toFlip.Insert(e);
-        for (const int triangle : solid.edges[e].triangle)
-            if (hasChanged(triangle)) NoteIfStray(work, solid, e, triangle);
-    }
-    if (work.strays.empty()) return;
-    for (const int triangle : before.triangle) {
+    for (const int triangle : solid.edges[e].triangle) {
+        if (!IsStray(solid, e, triangle)) continue;
         const auto [first, last] = work.strays.equal_range(triangle);
-        std::for_each(first, last, [&](const auto& stray) { work.toFlip.Insert(stray.second); });
+        if (std::none_of(first, last, [&](const auto& stray) { return stray.second == e; }))
+            work.strays.emplace(triangle, e);
     }
+}
+
+void QueueStrays(WorkList& work, const SOLIDC& solid, int triangle)
+{
+    auto [stray, last] = work.strays.equal_range(triangle);
+    while (stray != last) {
+        const bool isStray = IsStray(solid, stray->second, triangle);
+        if (isStray) work.toFlip.Insert(stray->second);
+        stray = isStray ? std::next(stray) : work.strays.erase(stray);
+    }
+}
+
+/// All edges that name a changed triangle. Those that it has on a side now had it before or are
+/// new; of those that it has lost some may go on naming it.
+void QueueEdges(WorkList& work, const SOLIDC& solid, const Neighbourhood& before, int firstNew)
+{
+    NoteIfStray(work, solid, before.edge);
+    work.toFlip.Insert(before.edge);
+    for (std::size_t i = 0; i < 2; ++i)
+        for (const int e : before.side[i]) {
+            if (!InRange(e, solid.edgeCount)) continue;
+            work.toFlip.Insert(e);
+            if (IsStray(solid, e, before.triangle[i])) NoteIfStray(work, solid, e);
+        }
+    for (int e = firstNew; e < solid.edgeCount; ++e) {
+        work.toFlip.Insert(e);
+        NoteIfStray(work, solid, e);
+    }
+    if (!work.strays.empty())
+        for (const int triangle : before.triangle) QueueStrays(work, solid, triangle);
 }
 
 /// Queues what waited for a vertex that has just gained a corner.
@@ -55,37 +69,30 @@ void Wake(WorkList& work, const SOLIDC& solid, int vertex)
 WorkList MakeWorkList(const SOLIDC& solid)
 {
     WorkList work;
-    for (IndexSet* set : {&work.toBreak, &work.toFlip}) {
-        set->Cover(solid.edgeCapacity);
-        for (int e = 0; e < solid.edgeCount; ++e) set->Insert(e);
-    }
-    for (int e = 0; e < solid.edgeCount; ++e)
-        for (const int triangle : solid.edges[e].triangle) NoteIfStray(work, solid, e, triangle);
+    work.toBreak.Cover(solid.edgeCapacity);
+    work.toFlip.Cover(solid.edgeCapacity);
+    for (int e = 0; e < solid.edgeCount; ++e) work.toFlip.Insert(e);
+    for (int e = 0; e < solid.edgeCount; ++e) NoteIfStray(work, solid, e);
     return work;
 }
 
 Neighbourhood ReadNeighbourhood(const SOLIDC& solid, int e)
 {
-    const int *t = solid.edges[e].triangle, *a = solid.triangles[t[0]].edge,
-              *b = solid.triangles[t[1]].edge;
-    return {{t[0], t[1]}, {e, a[0], a[1], a[2], b[0], b[1], b[2]}};
+    const int* t = solid.edges[e].triangle;
+    const int *a = solid.triangles[t[0]].edge, *b = solid.triangles[t[1]].edge;
+    return {e, {t[0], t[1]}, {{{a[0], a[1], a[2]}, {b[0], b[1], b[2]}}}};
 }
 
 void NoteFlip(WorkList& work, const SOLIDC& solid, const Neighbourhood& before)
 {
-    const EdgeRec& edge = solid.edges[before.edge[0]];
-    work.toBreak.Insert(before.edge[0]);
-    QueueEdges(work, solid, before.edge, before, solid.triangleCount);
-    for (const int v : edge.vertex) Wake(work, solid, v);
+    QueueEdges(work, solid, before, solid.edgeCount);
+    for (const int v : solid.edges[before.edge].vertex) Wake(work, solid, v);
 }
 
 void NoteBreak(WorkList& work, const SOLIDC& solid, const Neighbourhood& before)
 {
     const int firstNew = solid.edgeCount - 3;
-    const std::array<int, 4> shorter{before.edge[0], firstNew, firstNew + 1, firstNew + 2};
-    for (const int e : shorter) work.toBreak.Insert(e);
-    QueueEdges(work, solid, before.edge, before, solid.triangleCount - 2);
-    QueueEdges(work, solid, shorter, before, solid.triangleCount - 2);
+    QueueEdges(work, solid, before, firstNew);
     // The opposite vertices X and Y gained a corner each; the last vertex is new.
     for (const int v : {solid.edges[firstNew].vertex[0], solid.edges[firstNew + 1].vertex[1],
                         solid.vertexCount - 1})

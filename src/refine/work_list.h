@@ -11,8 +11,8 @@
 #include "scapi/solid.h"
 
 struct WorkList {
-    IndexSet toBreak; ///< edges whose ends may have changed since they were judged
-    IndexSet toFlip;  ///< edges whose ends or triangles may have changed
+    IndexSet toBreak; ///< edges above the limit: those that the next pass breaks
+    IndexSet toFlip;  ///< edges whose judgement reads something that changed since it was made
     /// By vertex: edges that only its use count kept from a flip. May hold what is out of date.
     std::unordered_multimap<int, int> waiting;
     /// By triangle: edges that name it although none of its sides names them. Sound meshes have
@@ -22,17 +22,18 @@ struct WorkList {
 
 /// An edge, its triangles and their sides, as they are before a break or a flip.
 struct Neighbourhood {
+    int edge;
     std::array<int, 2> triangle;
-    std::array<int, 7> edge; ///< a side may be open, -1
+    std::array<std::array<int, 3>, 2> side; ///< of each triangle; -1 while open
 };
 
-/// All edges of a solid.
+/// With all edges of a solid in toFlip.
 WorkList MakeWorkList(const SOLIDC& solid);
 
 Neighbourhood ReadNeighbourhood(const SOLIDC& solid, int e);
 
-/// After a flip or a break of the first edge of `before`: queues every edge whose judgement read
-/// what has changed.
+/// After a flip or a break of the edge of `before`: puts into toFlip every edge whose
+/// judgement reads what has changed.
 /// @pre  the sets cover edgeCount
 void NoteFlip(WorkList& work, const SOLIDC& solid, const Neighbourhood& before);
 void NoteBreak(WorkList& work, const SOLIDC& solid, const Neighbourhood& before);
