@@ -69,8 +69,8 @@ void Wake(WorkList& work, const SOLIDC& solid, int vertex)
 WorkList MakeWorkList(const SOLIDC& solid)
 {
     WorkList work;
-    work.toBreak.Cover(solid.edgeCapacity);
-    work.toFlip.Cover(solid.edgeCapacity);
+    work.toBreak.Cover(solid.edgeCount);
+    work.toFlip.Cover(solid.edgeCount);
     for (int e = 0; e < solid.edgeCount; ++e) work.toFlip.Insert(e);
     for (int e = 0; e < solid.edgeCount; ++e) NoteIfStray(work, solid, e);
     return work;
