@@ -1,5 +1,6 @@
 #include "meshes.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -62,6 +63,96 @@ std::vector<Triangle> Tube(int triangles, double inner, double outer, double len
     return mesh;
 }
 
+void AddQuad(std::vector<Triangle>& mesh, const Point& a, const Point& b, const Point& c,
+             const Point& d)
+{
+    mesh.push_back({a, b, c});
+    mesh.push_back({a, c, d});
+}
+
+std::vector<Triangle> NestedCubes(int cubes)
+{
+    std::vector<Triangle> mesh;
+    for (int i = 1; i <= cubes; ++i) {
+        const float r = 100.0f * static_cast<float>(i) / static_cast<float>(cubes);
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            for (const float side : {-r, r}) {
+                const auto at = [&](float u, float v) {
+                    Point p{};
+                    p[axis] = side, p[(axis + 1) % 3] = u * side, p[(axis + 2) % 3] = v * r;
+                    return p;
+                };
+                AddQuad(mesh, at(-1, -1), at(1, -1), at(1, 1), at(-1, 1));
+            }
+    }
+    return mesh;
+}
+
+std::vector<Triangle> Gear(int triangles)
+{
+    constexpr int kPerTooth = 50;
+    const int columns = std::max(triangles / 4 / kPerTooth, 1) * kPerTooth;
+    const auto at = [&](int column, float z) -> Point {
+        const double angle = 2 * std::acos(-1.0) * (column % columns) / columns;
+        const double radius = column % kPerTooth < kPerTooth / 2 ? 100 : 90;
+        return {static_cast<float>(radius * std::cos(angle)),
+                static_cast<float>(radius * std::sin(angle)), z};
+    };
+    constexpr float kHeight = 20;
+    std::vector<Triangle> mesh;
+    for (int i = 0; i < columns; ++i) {
+        const Point a = at(i, 0), b = at(i + 1, 0), c = at(i + 1, kHeight), d = at(i, kHeight);
+        AddQuad(mesh, a, b, c, d);
+        mesh.push_back({Point{0, 0, 0}, b, a});
+        mesh.push_back({Point{0, 0, kHeight}, d, c});
+    }
+    return mesh;
+}
+
+std::vector<Triangle> Plate(int triangles, int needles)
+{
+    // The needles go first: pairing of sides leaves one open where they come late.
+    const int cells = std::max(static_cast<int>(std::sqrt(triangles / 4.0)), needles);
+    const int rows = std::max(triangles / 4 / cells, 1);
+    const auto at = [&](int i, int j, float z) -> Point {
+        return {300.0f * static_cast<float>(i) / static_cast<float>(cells),
+                200.0f * static_cast<float>(j) / static_cast<float>(rows), z};
+    };
+    constexpr float kTop = 10;
+    std::vector<Triangle> mesh, rest;
+    for (int i = 0; i < cells; ++i)
+        for (int j = 0; j < rows; ++j) {
+            AddQuad(rest, at(i, j, kTop), at(i + 1, j, kTop), at(i + 1, j + 1, kTop),
+                    at(i, j + 1, kTop));
+            const Point a = at(i, j, 0), b = at(i, j + 1, 0), c = at(i + 1, j + 1, 0),
+                        d = at(i + 1, j, 0);
+            if (j > 0 || i >= needles) {
+                AddQuad(rest, a, b, c, d);
+                continue;
+            }
+            Point p = d;
+            p[0] -= 4e-5f; // and 7e-5 merge
+            mesh.push_back({p, d, at(i + 1, 0, kTop)});
+            mesh.push_back({d, p, c});
+            rest.push_back({a, b, c});
+            rest.push_back({a, c, p});
+        }
+    for (int i = 0; i < cells; ++i) {
+        const Point a = at(i, 0, 0), c = at(i + 1, 0, kTop);
+        Point b = at(i + 1, 0, 0);
+        if (i < needles) b[0] -= 4e-5f;
+        AddQuad(rest, a, b, c, at(i, 0, kTop));
+        AddQuad(rest, at(i + 1, rows, 0), at(i, rows, 0), at(i, rows, kTop), at(i + 1, rows, kTop));
+    }
+    for (int j = 0; j < rows; ++j) {
+        AddQuad(rest, at(0, j + 1, 0), at(0, j, 0), at(0, j, kTop), at(0, j + 1, kTop));
+        AddQuad(rest, at(cells, j, 0), at(cells, j + 1, 0), at(cells, j + 1, kTop),
+                at(cells, j, kTop));
+    }
+    mesh.insert(mesh.end(), rest.begin(), rest.end());
+    return mesh;
+}
+
 void WriteBinary(std::FILE* file, const std::vector<Triangle>& mesh)
 {
     const std::array<char, 80> header{};
@@ -112,4 +203,19 @@ int WriteSphere(const std::string& path, int triangles, bool text)
 void WriteTube(const std::string& path, int triangles, double inner, double outer, double length)
 {
     WriteBinary(Create(path).get(), Tube(triangles, inner, outer, length));
+}
+
+void WriteNestedCubes(const std::string& path, int cubes)
+{
+    WriteBinary(Create(path).get(), NestedCubes(cubes));
+}
+
+void WriteGear(const std::string& path, int triangles)
+{
+    WriteBinary(Create(path).get(), Gear(triangles));
+}
+
+void WritePlate(const std::string& path, int triangles, int needles)
+{
+    WriteBinary(Create(path).get(), Plate(triangles, needles));
 }

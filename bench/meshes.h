@@ -10,4 +10,15 @@ int WriteSphere(const std::string& path, int triangles, bool text);
 /// Writes a closed tube round the x axis, of about `triangles` triangles, long and thin ones.
 void WriteTube(const std::string& path, int triangles, double inner, double outer, double length);
 
+/// Writes closed cubes round each other, 12 triangles each: many refined triangles from few.
+void WriteNestedCubes(const std::string& path, int cubes);
+
+/// Writes a closed gear round the z axis of about `triangles` triangles: fans on its faces.
+void WriteGear(const std::string& path, int triangles);
+
+/// Writes a closed plate of about `triangles` triangles, a grid on its faces. Beside its front
+/// edges stand `needles` pairs of triangles that are thinner than the distance within which corners
+/// merge.
+void WritePlate(const std::string& path, int triangles, int needles);
+
 #endif

@@ -40,7 +40,7 @@ void* ResizeRecords(void* records, std::size_t oldCount, std::size_t newCount, s
     // realloc has left the old block alone. Allocating anew goes through the handler, which may
     // free enough memory, and aborts where it cannot.
     void* fresh = AllocateRecords(newCount, size);
-    std::memcpy(fresh, records, oldCount * size);
+    if (oldCount) std::memcpy(fresh, records, oldCount * size);
     ReleaseRecords(records);
     return fresh;
 }

@@ -106,12 +106,12 @@ std::int32_t StreamModTime(std::FILE* file)
 void PreferLargePages(void* block, std::size_t bytes)
 {
 #ifdef MADV_HUGEPAGE
-    constexpr std::uintptr_t kLargePage = std::uintptr_t{1} << 21;
+    // Whole pages from the first to the last: advice for a part would split the mapping that
+    // realloc made, and realloc moves by page only what is one mapping.
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
     const auto start = reinterpret_cast<std::uintptr_t>(block);
-    const std::uintptr_t first = (start + kLargePage - 1) & ~(kLargePage - 1);
-    const std::uintptr_t last = (start + bytes) & ~(kLargePage - 1);
-    if (first < last)
-        ::madvise(static_cast<char*>(block) + (first - start), last - first, MADV_HUGEPAGE);
+    const std::uintptr_t first = start / page * page, last = (start + bytes - 1) / page * page;
+    ::madvise(static_cast<char*>(block) - (start - first), last + page - first, MADV_HUGEPAGE);
 #else
     (void)block, (void)bytes;
 #endif

@@ -1,14 +1,15 @@
 // Edge flips between the passes of refinement.
+#include <cmath>
+
 #include "geometry/vector.h"
 #include "mesh/before_change.h"
 #include "mesh/triangle.h"
-#include "scapi/solid.h"
+#include "refine/flip.h"
 
 namespace
 {
 
 constexpr float kCoplanar = 0.99999899f; ///< cosine; about 0.08 degrees
-constexpr int kLeastUse = 3;             ///< what a vertex must keep
 
 /// An edge from A to B with its triangles T0 = (A, X, B) and T1 = (B, Y, A).
 struct Diagonal {
@@ -27,23 +28,49 @@ Diagonal ReadDiagonal(const SOLIDC& solid, const EdgeRec& edge)
     return d;
 }
 
-/// AB must be longer than XY and than the four sides, in a pair that is flat. What costs least and
-/// fails most comes first.
-bool ShouldFlip(const SOLIDC& solid, const EdgeRec& edge)
+/// The square of a distance, without the root.
+double SquaredDistance(const float* a, const float* b)
 {
-    const VertexRec* v = solid.vertices;
-    if (v[edge.vertex[0]].useCount <= kLeastUse || v[edge.vertex[1]].useCount <= kLeastUse)
-        return false;
-    const T_LIST &t0 = solid.triangles[edge.triangle[0]], &t1 = solid.triangles[edge.triangle[1]];
-    if (!(dot(t0.normal, t1.normal) > kCoplanar)) return false;
+    float d[3];
+    Subtract(a, b, d);
+    const double s = dot(d, d);
+    return 0.0 < s ? s : 0.0;
+}
 
-    const Diagonal d = ReadDiagonal(solid, edge);
-    if (!InRange(d.X, solid.vertexCount) || !InRange(d.Y, solid.vertexCount)) return false;
-    const float *a = v[d.A].position, *b = v[d.B].position, *x = v[d.X].position,
-                *y = v[d.Y].position;
-    const double length = distance(a, b);
-    return distance(x, y) < length && distance(a, x) < length && distance(x, b) < length &&
-           distance(b, y) < length && distance(y, a) < length;
+/// Whether the distance from p to q is below the one whose square is given. Roots of unequal
+/// squares can be equal, but never change sides: most pairs need none.
+bool IsShorter(const VertexRec& p, const VertexRec& q, double squaredLength)
+{
+    const double squared = SquaredDistance(p.position, q.position);
+    return squared < squaredLength && std::sqrt(squared) < std::sqrt(squaredLength);
+}
+
+} // namespace
+
+bool CanLoseTriangle(const VertexRec& vertex) { return vertex.useCount > 3; }
+
+FlipJudgement JudgeFlip(const SOLIDC& solid, const EdgeRec& edge)
+{
+    constexpr FlipJudgement kStays{false, FlipJudgement::kNothing};
+    const VertexRec* v = solid.vertices;
+    const VertexRec &A = v[edge.vertex[0]], &B = v[edge.vertex[1]];
+    const double squaredLength = SquaredDistance(A.position, B.position);
+    // Most edges are shorter than a side of the first triangle; the second is not read for them.
+    int opposite[2];
+    for (int i = 0; i < 2; ++i) {
+        const T_LIST& triangle = solid.triangles[edge.triangle[i]];
+        const int w = opposite[i] =
+            triangle.vertex[OtherCorner(triangle, edge.vertex[0], edge.vertex[1])];
+        if (!InRange(w, solid.vertexCount)) return {false, w};
+        if (!IsShorter(A, v[w], squaredLength) || !IsShorter(v[w], B, squaredLength)) return kStays;
+    }
+    if (!IsShorter(v[opposite[0]], v[opposite[1]], squaredLength)) return kStays;
+    const float* normal = solid.triangles[edge.triangle[0]].normal;
+    if (!(dot(normal, solid.triangles[edge.triangle[1]].normal) > kCoplanar)) return kStays;
+    // Last, so that only an edge that nothing else holds waits for a vertex.
+    for (const int end : edge.vertex)
+        if (!CanLoseTriangle(v[end])) return {false, end};
+    return {true, FlipJudgement::kNothing};
 }
 
 void Flip(SOLIDC& solid, int e)
@@ -66,13 +93,11 @@ void Flip(SOLIDC& solid, int e)
     ++solid.vertices[d.Y].useCount;
 }
 
-} // namespace
-
 void SOLIDC::Simplify2Triangles(void)
 {
     BeforeRecordsChange(*this);
     for (int e = 0; e < edgeCount; ++e)
-        if (ShouldFlip(*this, edges[e])) Flip(*this, e);
+        if (JudgeFlip(*this, edges[e]).flips) Flip(*this, e);
 }
 
 int SOLIDC::Simplify3Vertex(void) { return 0; }

@@ -6,10 +6,14 @@
 #include <cstring>
 
 #include "geometry/bbox.h"
+#include "mesh/before_change.h"
 #include "mesh/memory.h"
 #include "mesh/triangle.h"
+#include "refine/flip.h"
 #include "refine/growth.h"
+#include "refine/refine_edges.h"
 #include "refine/size_ratio.h"
+#include "refine/work_list.h"
 #include "scapi/solid.h"
 
 namespace
@@ -18,29 +22,32 @@ namespace
 // What one broken edge adds.
 constexpr int kNewTriangles = 2, kNewEdges = 3, kNewVertices = 1;
 
+/// Grows an array as the growth rule wants it, in place where the system can.
+/// @param spare  zeroed records that are kept behind the capacity
 template <class Record>
-void Move(Record*& array, Record* grown, int count)
+void Grow(Record*& array, std::int32_t& capacity, int grown, int count, int spare)
 {
-    if (count) std::memcpy(static_cast<void*>(grown), array, sizeof(Record) * std::size_t(count));
-    ReleaseRecords(array);
-    array = grown;
+    array = static_cast<Record*>(ResizeRecords(array, static_cast<std::size_t>(count),
+                                               static_cast<std::size_t>(grown) + spare,
+                                               sizeof(Record)));
+    // Not before: a failed allocation may unwind from here.
+    capacity = grown;
 }
 
 void MakeRoom(SOLIDC& solid)
 {
-    const auto grows = [](int& capacity, int count, int added) {
-        const int before = capacity;
-        return (capacity = GrownCapacity(capacity, count, added)) != before;
-    };
-    if (grows(solid.triangleCapacity, solid.triangleCount, kNewTriangles)) {
+    const int triangles = GrownCapacity(solid.triangleCapacity, solid.triangleCount, kNewTriangles);
+    if (triangles != solid.triangleCapacity) {
         // A tree that stands already would point into the old array.
         solid.Release_Octree();
-        Move(solid.triangles, AllocateTriangles(solid.triangleCapacity), solid.triangleCount);
+        Grow(solid.triangles, solid.triangleCapacity, triangles, solid.triangleCount, 1);
     }
-    if (grows(solid.edgeCapacity, solid.edgeCount, kNewEdges))
-        Move(solid.edges, Allocate<EdgeRec>(solid.edgeCapacity), solid.edgeCount);
-    if (grows(solid.vertexCapacity, solid.vertexCount, kNewVertices))
-        Move(solid.vertices, Allocate<VertexRec>(solid.vertexCapacity), solid.vertexCount);
+    const int edges = GrownCapacity(solid.edgeCapacity, solid.edgeCount, kNewEdges);
+    if (edges != solid.edgeCapacity)
+        Grow(solid.edges, solid.edgeCapacity, edges, solid.edgeCount, 0);
+    const int vertices = GrownCapacity(solid.vertexCapacity, solid.vertexCount, kNewVertices);
+    if (vertices != solid.vertexCapacity)
+        Grow(solid.vertices, solid.vertexCapacity, vertices, solid.vertexCount, 0);
 }
 
 Cut DecideEdge(const SOLIDC& solid, int edgeIndex, const SizeLimit& limit)
@@ -53,27 +60,85 @@ Cut DecideEdge(const SOLIDC& solid, int edgeIndex, const SizeLimit& limit)
     return DecideCut(limit, box);
 }
 
+struct Refinement {
+    SOLIDC& solid;
+    const SizeLimit limit;
+    WorkList work;
+    RefinementSteps steps;
+};
+
+/// To be called when the ends of an edge are new.
+void JudgeSize(Refinement& r, int e)
+{
+    ++r.steps.breakJudgements;
+    if (DecideEdge(r.solid, e, r.limit).pieces)
+        r.work.toBreak.Insert(e);
+    else
+        r.work.toBreak.Erase(e);
+}
+
+/// The growth rule comes before each edge of a pass, whether it is broken or not. It has something
+/// to do only at the first edge and at one that follows a break.
+void MakeRoom(Refinement& r)
+{
+    MakeRoom(r.solid);
+    r.work.toBreak.Cover(r.solid.edgeCapacity);
+    r.work.toFlip.Cover(r.solid.edgeCapacity);
+}
+
+bool Break(Refinement& r, int e, int pieces)
+{
+    const Neighbourhood before = ReadNeighbourhood(r.solid, e);
+    const int firstNew = r.solid.edgeCount;
+    if (!r.solid.BreakEdge(e, pieces)) return false;
+    ++r.steps.breaks;
+    JudgeSize(r, e);
+    for (int added = firstNew; added < r.solid.edgeCount; ++added) JudgeSize(r, added);
+    NoteBreak(r.work, r.solid, before);
+    return true;
+}
+
 /// One pass over the edges that exist when it begins; what it adds waits for the next, when flips
 /// have had their chance. @return the largest ratio of an edge that was broken, 0 when none was
-float SubdivisionPass(SOLIDC& solid, const SizeLimit& limit)
+float BreakPass(Refinement& r)
 {
     float largest = 0;
-    const int bound = solid.edgeCount;
-    for (int e = 0; e < bound; ++e) {
-        MakeRoom(solid);
-        const Cut cut = DecideEdge(solid, e, limit);
-        if (cut.pieces && solid.BreakEdge(e, cut.pieces)) largest = std::max(largest, cut.ratio);
+    const int bound = r.solid.edgeCount;
+    if (bound > 0) MakeRoom(r);
+    for (int e = r.work.toBreak.Next(0); e < bound; e = r.work.toBreak.Next(e + 1)) {
+        const Cut cut = DecideEdge(r.solid, e, r.limit);
+        if (!Break(r, e, cut.pieces)) continue;
+        largest = std::max(largest, cut.ratio);
+        if (e + 1 < bound) MakeRoom(r);
     }
     return largest;
 }
 
-/// Whether refinement still leads anywhere. A triangle that merging left with two corners on one
-/// vertex is beyond what breaking can handle: its pieces bring back the edge that they came from,
-/// pass for pass, for ever. In a mesh without such triangles the largest edge shrinks: each pass
-/// takes half a limit or more from every edge above the limit, and a new edge is no longer than the
-/// sides that it runs between. It can keep its size only while one of those is still being cut,
-/// which takes two passes for each limit in its length. Four times as many without a new least
-/// maximum, and some more, are a loop.
+/// One pass over all edges; what a flip changes behind it waits for the next.
+void FlipPass(Refinement& r)
+{
+    for (int e = r.work.toFlip.Next(0); e != IndexSet::kNone; e = r.work.toFlip.Next(e + 1)) {
+        r.work.toFlip.Erase(e);
+        ++r.steps.flipJudgements;
+        const FlipJudgement judgement = JudgeFlip(r.solid, r.solid.edges[e]);
+        if (judgement.waitsFor != FlipJudgement::kNothing)
+            r.work.waiting.emplace(judgement.waitsFor, e);
+        if (!judgement.flips) continue;
+        const Neighbourhood before = ReadNeighbourhood(r.solid, e);
+        Flip(r.solid, e);
+        ++r.steps.flips;
+        JudgeSize(r, e);
+        NoteFlip(r.work, r.solid, before);
+    }
+}
+
+/// Whether refinement still leads anywhere. Passes can undo each other for ever: a triangle that
+/// merging left with two corners on one vertex breaks into pieces that bring back the edge that
+/// they came from; and, rarely, in a sound mesh a flip brings back the edge that a break took away.
+/// Elsewhere the largest edge shrinks: each pass takes half a limit or more from every edge above
+/// the limit, and a new edge is no longer than the sides that it runs between. It can keep its size
+/// only while one of those is still being cut, which takes two passes for each limit in its length.
+/// As many without a new least maximum, and some more, are a loop.
 struct Progress {
     float least = HUGE_VALF;
     int idlePasses = 0;
@@ -83,7 +148,7 @@ struct Progress {
     {
         if (largest == 0) return false;
         if (mostIdlePasses == 0)
-            mostIdlePasses = ClampToInt(8.0 * double(largest) + 64, 0, INT_MAX);
+            mostIdlePasses = ClampToInt(2.0 * double(largest) + 16, 0, INT_MAX);
         if (largest < least) {
             least = largest;
             idlePasses = 0;
@@ -92,28 +157,42 @@ struct Progress {
     }
 };
 
-/// Breaks and flips move indices only.
-void RefreshCorners(SOLIDC& solid)
-{
-    for (int t = 0; t < solid.triangleCount; ++t) {
-        T_LIST& triangle = solid.triangles[t];
-        for (int slot = 0; slot < 3; ++slot)
-            std::memcpy(triangle.corners[slot], VertexAt(solid, triangle.vertex[slot]).position,
-                        sizeof triangle.corners[slot]);
-        TriangleBbox(triangle.corners, triangle.bbox);
+/// Breaks and flips move indices only. Done at the end of this object, so that the mesh is whole
+/// also where a failed allocation unwinds.
+struct CornersAtLast {
+    SOLIDC& solid;
+
+    ~CornersAtLast()
+    {
+        solid.baseTriangleCount = solid.triangleCount;
+        for (int t = 0; t < solid.triangleCount; ++t) {
+            T_LIST& triangle = solid.triangles[t];
+            for (int slot = 0; slot < 3; ++slot)
+                std::memcpy(triangle.corners[slot], VertexAt(solid, triangle.vertex[slot]).position,
+                            sizeof triangle.corners[slot]);
+            TriangleBbox(triangle.corners, triangle.bbox);
+        }
     }
-}
+};
 
 } // namespace
 
+RefinementSteps RefineEdges(SOLIDC& solid, const float* limit)
+{
+    Refinement r{solid, MakeSizeLimit(solid, limit), {}, {}};
+    BeforeRecordsChange(solid);
+    const CornersAtLast corners{solid};
+    r.work = MakeWorkList(solid);
+    for (int e = 0; e < solid.edgeCount; ++e) JudgeSize(r, e);
+    Progress progress;
+    do FlipPass(r), ++r.steps.passes;
+    while (progress.GoesOn(BreakPass(r)));
+    return r.steps;
+}
+
 int SOLIDC::SubdivideEdges(float* const limit)
 {
-    const SizeLimit sizeLimit = MakeSizeLimit(*this, limit);
-    Progress progress;
-    do Simplify2Triangles();
-    while (progress.GoesOn(SubdivisionPass(*this, sizeLimit)));
-    baseTriangleCount = triangleCount;
-    RefreshCorners(*this);
+    RefineEdges(*this, limit);
     return triangleCount;
 }
 

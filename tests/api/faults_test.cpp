@@ -116,6 +116,35 @@ TEST(Faults, AllocationThatFailsUnwindsAndLosesNothing)
     EXPECT_GT(failures, 60); // or few allocations pass by here
 }
 
+TEST(Faults, RefinementThatUnwindsLeavesAMeshThatIsWhole)
+{
+    const Mesh mesh = BoxMesh({0, 0, 0}, {900, 30, 1});
+    const std::new_handler before = std::set_new_handler(GiveUp);
+    int failures = 0;
+    for (bool failed = true; failed; failures += failed) {
+        const auto solid = BareSolid(mesh);
+        EXPECT_EQ(solid->SC_BuildVertexList() | solid->SC_BuildEdgesList(), 0);
+        for (float& size : solid->octreeCellSize) size = 10;
+        failed = false;
+        untilFailure = failures + 1;
+        try {
+            solid->SubdivideEdges(solid->octreeCellSize);
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        untilFailure = 0;
+        ExpectClosedMesh(*solid);
+        EXPECT_EQ(solid->baseTriangleCount, solid->triangleCount);
+        for (int t = 0; t < solid->triangleCount; ++t)
+            ASSERT_EQ(solid->triangles[t].corners[2][0],
+                      solid->vertices[solid->triangles[t].vertex[2]].position[0]);
+        solid->SubdivideEdges(solid->octreeCellSize);
+        ExpectRefined(*solid);
+    }
+    std::set_new_handler(before);
+    EXPECT_GT(failures, 10); // or the arrays hardly grew
+}
+
 /// Runs in a process of its own. @return its exit status, or -1 if it did not end by itself
 template <class Work>
 int InChild(Work work)
