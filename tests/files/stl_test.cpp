@@ -163,7 +163,7 @@ TEST(StlBinary, EveryTruncationKeepsTheWholeFacets)
     }
 }
 
-TEST(StlBinary, NormalsAreMendedAndTheBufferEdgeIsCrossed)
+TEST(StlBinary, NormalsAreClampedAndTheBufferEdgeIsCrossed)
 {
     const int many = 9000; // more bytes than the read-ahead holds
     std::string bytes = BinaryStl(SoupMesh(1, many, 10));

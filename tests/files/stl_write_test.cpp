@@ -97,7 +97,7 @@ TEST(StlWriter, TextFormHasAPointInEveryLocale)
                                    "endsolid\n");
 }
 
-TEST(Paths, ExtensionIsReplacedBehindTheLastDotOfTheName)
+TEST(Paths, ExtensionIsReplacedAfterTheLastDotOfTheName)
 {
     const struct {
         const char *path, *expected;
