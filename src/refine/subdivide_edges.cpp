@@ -25,7 +25,7 @@ constexpr int kNewTriangles = 2, kNewEdges = 3, kNewVertices = 1;
 /// Grows an array as the growth rule wants it, in place where the system can.
 /// @param spare  zeroed records that are kept behind the capacity
 template <class Record>
-void Grow(Record*& array, std::int32_t& capacity, int grown, int count, int spare)
+void Grow(Record*& array, std::int32_t& capacity, int grown, int count, std::size_t spare)
 {
     array = static_cast<Record*>(ResizeRecords(array, static_cast<std::size_t>(count),
                                                static_cast<std::size_t>(grown) + spare,

@@ -16,7 +16,8 @@ struct WorkList {
     /// By vertex: edges that only its use count kept from a flip. May hold what is out of date.
     std::unordered_multimap<int, int> waiting;
     /// By triangle: edges that name it although none of its sides names them. Sound meshes have
-    /// none; a triangle with two corners on one vertex leaves some when it is broken.
+    /// none; a damaged file can bring some, and a triangle that lies on both sides of an edge may
+    /// leave some when the edge is broken.
     std::unordered_multimap<int, int> strays;
 };
 
@@ -32,8 +33,8 @@ WorkList MakeWorkList(const SOLIDC& solid);
 
 Neighbourhood ReadNeighbourhood(const SOLIDC& solid, int e);
 
-/// After a flip or a break of the edge of `before`: puts into toFlip every edge whose
-/// judgement reads what has changed.
+/// After a flip or a break of the edge of `before`: puts into toFlip every edge whose judgement
+/// reads what has changed.
 /// @pre  the sets cover edgeCount
 void NoteFlip(WorkList& work, const SOLIDC& solid, const Neighbourhood& before);
 void NoteBreak(WorkList& work, const SOLIDC& solid, const Neighbourhood& before);
