@@ -1,10 +1,21 @@
 #include "scapi/solid.h"
 
+#include <cstring>
+
 #include "geometry/bbox.h"
 #include "mesh/before_change.h"
 #include "mesh/memory.h"
 
-SOLIDC& SOLIDC::operator=(const SOLIDC& other) = default;
+SOLIDC& SOLIDC::operator=(const SOLIDC& other)
+{
+    if (this == &other) return *this;
+    // Hosts know of the fields that they can null after a flat copy (docs/behaviour.md), not of the
+    // trees, which would otherwise have two owners.
+    ReleaseQueryTrees(*this);
+    std::memcpy(static_cast<void*>(this), &other, sizeof *this);
+    queryTrees = nullptr;
+    return *this;
+}
 
 void SOLIDC::Release_Lists(void)
 {

@@ -11,6 +11,7 @@
 #include <new>
 
 #include "api/table.h"
+#include "bvh/query_trees.h"
 #include "mesh/memory.h"
 #include "support/meshes.h"
 
@@ -225,6 +226,7 @@ TEST(Faults, FlatCopyWithoutItsPointersReleasesWhatIsLeft)
 {
     for (int kept = 0; kept < 5; ++kept) {
         auto owner = LoadedSolid(BoxMesh({0, 0, 0}, {1, 1, 1}));
+        ASSERT_NE(ProbeTreeOf(*owner), nullptr);
         SOLIDC copy;
         ReleaseRecords(copy.stlStream);
         copy = *owner;
