@@ -65,4 +65,33 @@ TEST(HitRegion, HoldsPointsThatRoundingLetsInsideBeyondTheTipOfASliver)
     EXPECT_GT(beyond, 1000);
 }
 
+TEST(HitRegion, LetsPointsBeCarriedInFromOneLengthOffTheEdge)
+{
+    std::mt19937 random(1);
+    std::uniform_real_distribution<double> any(-1, 1);
+    int inside = 0;
+    for (int n = 0; n < 60000; ++n) {
+        // The point lies beside side 0, within its margin, and the edge runs outwards from there.
+        const double size = std::pow(10, 2 * any(random)), far = std::pow(10, 4 * any(random)),
+                     beside = 1e-4 / size * (1 + 1e-3 * any(random)), ends[] = {-1, 0, 1, 2},
+                     at = ends[n % 4], length = std::pow(10, 2 * any(random)), foot = any(random),
+                     out = n % 8 < 4 ? length : -length;
+        const float corner[3][3] = {{float(far), float(far), float(far)},
+                                    {float(far + size), float(far), float(far)},
+                                    {float(far), float(far + size), float(far)}};
+        const double along = length * any(random) * 1e-2, x = far + 0.5 * size * (1 + foot),
+                     y = far - beside;
+        const float point[3] = {float(x), float(y), float(far)},
+                    edge[2][3] = {
+                        {float(x - at * along), float(y + at * out), float(far)},
+                        {float(x + (1 - at) * along), float(y - (1 - at) * out), float(far)}};
+        float plane[4];
+        ASSERT_TRUE(CalcPlane(corner[0], 3, plane));
+        if (!PointInsideTriangle(corner, plane, point, kContact)) continue;
+        ASSERT_TRUE(MayBeCarriedInto(edge, corner, plane)) << n;
+        ++inside;
+    }
+    EXPECT_GT(inside, 20000);
+}
+
 } // namespace
