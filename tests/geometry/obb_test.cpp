@@ -1,20 +1,17 @@
-#include "geometry/obb.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 #include <vector>
 
-#include "support/sampler.h"
+#include "support/vec.h"
 
 namespace
 {
 
 double Triple(const Point3& a, const Point3& b, const Point3& c)
 {
-    return a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) +
-           a[2] * (b[0] * c[1] - b[1] * c[0]);
+    return Product(a, Normal(b, c));
 }
 
 // A flat box of long sides far from the origin: its axes, as floats, are neither unit nor at right
@@ -27,29 +24,18 @@ TEST(Obb, FittedBoxesHoldTheirPointsThoughTheirAxesAreRounded)
     for (int n = 0; n < 30000; ++n) {
         const double size[] = {draw.Size(1e-3, 1e3), draw.Size(1e-3, 1e3), draw.Size(1e-9, 1)},
                      far = draw.Below(2) ? draw.Size(1, 1e5) : 0;
-        Point3 axis[3], middle{};
-        for (Point3& one : axis)
-            one = {draw.Between(-1, 1), draw.Between(-1, 1), draw.Between(-1, 1)};
-        for (double& x : middle) x = far * draw.Between(-1, 1);
-        std::vector<Point3> points(6, middle);
+        const Frame axis{AnyPoint(draw), AnyPoint(draw), AnyPoint(draw)};
+        std::vector<Point3> points(6, Sum({}, AnyPoint(draw), far));
         for (Point3& p : points)
-            for (std::size_t i = 0; i < 3; ++i) {
-                const double step = size[i] * draw.Between(-1, 1);
-                for (std::size_t r = 0; r < 3; ++r) p[r] += step * axis[i][r];
-            }
+            for (std::size_t i = 0; i < 3; ++i) p = Sum(p, axis[i], size[i] * draw.Between(-1, 1));
         // Along the thin direction.
-        const Point3 n0 = {axis[0][1] * axis[1][2] - axis[0][2] * axis[1][1],
-                           axis[0][2] * axis[1][0] - axis[0][0] * axis[1][2],
-                           axis[0][0] * axis[1][1] - axis[0][1] * axis[1][0]};
-        const double length = std::hypot(n0[0], n0[1], n0[2]) + 1e-9;
+        const Point3 thin = Unit(Normal(axis[0], axis[1]));
         NormalBounds normals;
-        for (std::size_t r = 0; r < 3; ++r)
-            normals.low[r] = normals.high[r] = float(n0[r] / length);
+        for (std::size_t r = 0; r < 3; ++r) normals.low[r] = normals.high[r] = float(thin[r]);
         const Obb box = FitBox(normals, points, 0);
-        Point3 a[3];
-        for (std::size_t i = 0; i < 3; ++i) a[i] = {box.axis[i][0], box.axis[i][1], box.axis[i][2]};
+        const Point3 a[] = {Widened(box.axis[0]), Widened(box.axis[1]), Widened(box.axis[2])};
         for (const Point3& p : points) {
-            const Point3 d{p[0] - box.centre[0], p[1] - box.centre[1], p[2] - box.centre[2]};
+            const Point3 d = Sum(p, Widened(box.centre), -1);
             // d = sum of h_i a_i, solved for h, in doubles.
             const double whole = Triple(a[0], a[1], a[2]);
             ASSERT_LE(std::fabs(Triple(d, a[1], a[2]) / whole), box.half[0]) << n;

@@ -9,93 +9,35 @@
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
 #include "mesh/triangle.h"
-#include "support/sampler.h"
+#include "support/vec.h"
 
 namespace
 {
 
-using Frame = std::array<Point3, 3>; ///< three vectors, or the rows of a matrix
-
-Point3 Sum(const Point3& a, const Point3& b, double s)
-{
-    return {a[0] + s * b[0], a[1] + s * b[1], a[2] + s * b[2]};
-}
-
-double Product(const Point3& a, const Point3& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
-Point3 Image(const Frame& rows, const Point3& v)
-{
-    return {Product(rows[0], v), Product(rows[1], v), Product(rows[2], v)};
-}
-
-Point3 FromFrame(const Frame& f, double x, double y, double z)
-{
-    return Sum(Sum(Sum({}, f[0], x), f[1], y), f[2], z);
-}
-
-Point3 Unit(const Point3& v, const Point3& otherwise)
-{
-    const double length = std::sqrt(Product(v, v));
-    return length > 1e-12 ? Sum({}, v, 1 / length) : otherwise;
-}
-
-Point3 AcrossBoth(const Point3& a, const Point3& b)
-{
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-Point3 Direction(const Sampler& draw)
-{
-    return Unit({draw.Between(-1, 1), draw.Between(-1, 1), draw.Between(-1, 1)}, {1, 0, 0});
-}
-
-/// Orthonormal, `first` first; the second is as near to `second` as can be.
-Frame FrameOf(const Point3& first, const Point3& second)
-{
-    const Point3 x = Unit(first, {1, 0, 0});
-    Point3 across = Sum(second, x, -Product(second, x));
-    if (Product(across, across) < 1e-9)
-        across = AcrossBoth(x, std::fabs(x[0]) < 0.6 ? Point3{1, 0, 0} : Point3{0, 1, 0});
-    const Point3 y = Unit(across, {0, 1, 0});
-    return {x, y, AcrossBoth(x, y)};
-}
-
 Point ToFloats(const Point3& p) { return {float(p[0]), float(p[1]), float(p[2])}; }
-
-Point3 Widened(const float* p) { return {p[0], p[1], p[2]}; }
 
 /// A place for a shape: axes, sizes along them, how far its parts spread, its distance from the
 /// origin.
 struct Shape {
-    Frame axes;
-    double size[3], spread;
-    Point3 centre;
+    const Sampler& draw;
+    Frame axes = AnyFrame(draw);
+    Point3 size{}, centre{};
+    double spread;
 
-    Shape(const Sampler& draw, bool flat)
+    Shape(const Sampler& numbers, bool flat) : draw(numbers)
     {
-        axes = draw.Below(3) ? FrameOf(Direction(draw), Direction(draw))
-                             : FrameOf({draw.Below(2) ? 1.0 : -1.0, 0, 0}, {0, 1, 0});
         const double all = draw.Size(1e-3, 30);
         for (double& s : size) s = draw.Below(2) ? all : double(draw.Size(1e-3, 30));
         if (flat) size[2] = draw.Below(2) ? 0 : size[0] * draw.Size(1e-6, 0.3);
         spread = draw.Below(2) ? draw.Size(0.5, 30) : 0;
-        const double far = draw.Below(3) ? 0 : draw.Size(1, 1e5);
-        centre = Sum({}, Direction(draw), far);
+        centre = Sum({}, AnyPoint(draw), draw.Below(3) ? 0 : draw.Size(1, 1e5));
     }
 
-    Point3 Place(const Sampler& draw, const Point3& middle) const
+    Point3 Beside(const Point3& middle, double by = 1) const
     {
-        return Sum(middle,
-                   FromFrame(axes, size[0] * draw.Between(-1, 1), size[1] * draw.Between(-1, 1),
-                             size[2] * draw.Between(-1, 1)),
-                   1);
-    }
-    Point3 Middle(const Sampler& draw) const
-    {
-        return Sum(centre,
-                   FromFrame(axes, size[0] * draw.Between(-1, 1), size[1] * draw.Between(-1, 1),
-                             size[2] * draw.Between(-1, 1)),
-                   spread);
+        const Point3 at = AnyPoint(draw);
+        return Sum(middle, FromFrame(axes, {size[0] * at[0], size[1] * at[1], size[2] * at[2]}),
+                   by);
     }
 };
 
@@ -105,9 +47,9 @@ Mesh DrawTargets(const Sampler& draw)
     const Shape shape(draw, true);
     Mesh mesh;
     for (int i = counts[draw.Below(6)]; i > 0; --i) {
-        const Point3 middle = shape.Middle(draw);
+        const Point3 middle = shape.Beside(shape.centre, shape.spread);
         Point3 corner[3];
-        for (Point3& c : corner) c = shape.Place(draw, middle);
+        for (Point3& c : corner) c = shape.Beside(middle);
         if (draw.Below(4) == 0) // a sliver
             corner[2] = Sum(Sum(corner[0], Sum(corner[1], corner[0], -1), draw.Between(-0.2, 1.2)),
                             Sum(corner[2], corner[0], -1), draw.Size(1e-6, 0.1));
@@ -123,9 +65,9 @@ Mesh DrawProbes(const Sampler& draw)
     const Shape shape(draw, draw.Below(2) != 0);
     Mesh mesh;
     for (int i = counts[draw.Below(6)]; i > 0; --i) {
-        const Point3 middle = shape.Middle(draw);
+        const Point3 middle = shape.Beside(shape.centre, shape.spread);
         Point p[4];
-        for (Point& one : p) one = ToFloats(shape.Place(draw, middle));
+        for (Point& one : p) one = ToFloats(shape.Beside(middle));
         for (const auto& [u, v, w] : {std::array{0, 1, 2}, {0, 3, 1}, {1, 3, 2}, {2, 3, 0}})
             mesh.push_back({p[u], p[v], p[w]});
     }
@@ -160,7 +102,7 @@ Frame DrawStretch(const Sampler& draw)
             for (double& x : row) x += draw.Size(1e-6, 1e-2) * draw.Between(-1, 1);
         break;
     case 3:
-        rows = {Direction(draw), Direction(draw), Direction(draw)};
+        rows = {AnyPoint(draw), AnyPoint(draw), AnyPoint(draw)};
         break;
     default:
         break;
@@ -182,7 +124,7 @@ Aim DrawAim(const Sampler& draw, const T_LIST& triangle, double edgeLength)
                  to = Widened(triangle.corners[(slot + 1) % 3]),
                  third = Widened(triangle.corners[(slot + 2) % 3]), side = Sum(to, from, -1);
     Aim aim{FrameOf(side, Sum(third, from, -1)), from, {}};
-    const double sideLength = std::sqrt(Product(side, side)), along[] = {0, 0.5, 1};
+    const double sideLength = LengthOf(side), along[] = {0, 0.5, 1};
     aim.foot = Sum(from, side, draw.Below(2) ? along[draw.Below(3)] : double(draw.Between(0, 1)));
     if (draw.Below(3) == 0) aim.foot = Sum(aim.foot, Sum(third, from, -1), draw.Between(0, 0.5));
     aim.foot = Sum(aim.foot, aim.target[2], draw.Below(2) ? draw.Between(-1e-4, 1e-4) : 0.0f);
@@ -194,7 +136,7 @@ Aim DrawAim(const Sampler& draw, const T_LIST& triangle, double edgeLength)
                  rise = draw.Below(2)   ? 0
                         : draw.Below(2) ? draw.Between(-2e-4, 2e-4) / std::max(1e-12, edgeLength)
                                         : double(draw.Size(1e-5, 1) * draw.Between(-1, 1));
-    aim.wish = Unit(FromFrame(aim.target, std::cos(angle), std::sin(angle), rise), {1, 0, 0});
+    aim.wish = Unit(FromFrame(aim.target, {std::cos(angle), std::sin(angle), rise}));
     if (draw.Below(8) == 0) aim.wish = aim.target[2];
     return aim;
 }
@@ -216,8 +158,6 @@ bool Judge(Contact& c, const PlacedEdge& edge)
     const T_LIST& target = c.a->triangles[c.target];
     CrossingState state;
     for (T_LIST* t = leaf->listHead; t; t = NextTriangle(t)) {
-        float before[3];
-        std::copy_n(state.point, 3, before);
         const bool hit = EdgeCrossesTriangle(edge.ends, t->corners, state);
         if (t != &target) continue;
         if (!hit) return false;
@@ -228,8 +168,7 @@ bool Judge(Contact& c, const PlacedEdge& edge)
                      s1 = dot(state.plane, edge.ends[1]) + state.plane[3], T = kContact;
         const bool inPlane = std::fabs(s0) <= T && std::fabs(s1) <= T;
         c.endInPlane = std::fabs(s0) <= T || std::fabs(s1) <= T;
-        c.carried = !inPlane && !(std::fabs(s1 - s0) > T);
-        c.onEdge = !inPlane && !c.carried && (s0 > 0) != (s1 > 0);
+        c.onEdge = !inPlane && std::fabs(s1 - s0) > T && (s0 > 0) != (s1 > 0);
         c.hasPoint = !inPlane;
         std::copy_n(state.point, 3, c.point);
         float u[3], v[3], n[3], out[6];
@@ -294,17 +233,15 @@ void PlaceAtTarget(const Sampler& draw, Contact& c, Aim& aim, Point3& start, Poi
     const Point3 p0 = Widened(c.b->vertices[triangle.vertex[slot]].position),
                  p1 = Widened(c.b->vertices[triangle.vertex[(slot + 1) % 3]].position);
     const Frame stretch = DrawStretch(draw);
-    const Point3 edge = Image(stretch, Sum(p1, p0, -1));
-    const double length = std::sqrt(Product(edge, edge));
+    const Point3 edge = InFrame(stretch, Sum(p1, p0, -1));
+    const double length = LengthOf(edge);
     aim = DrawAim(draw, c.a->triangles[c.target], length);
-    const Frame from = FrameOf(edge, Direction(draw)),
-                to = FrameOf(aim.wish, draw.Below(2) ? aim.target[2] : Direction(draw));
+    const Frame from = FrameOf(edge, AnyPoint(draw)),
+                to = FrameOf(aim.wish, draw.Below(2) ? aim.target[2] : AnyPoint(draw));
     const bool turned = draw.Below(8) != 0;
     for (std::size_t column = 0; column < 3; ++column) {
         Point3 image = {stretch[0][column], stretch[1][column], stretch[2][column]};
-        if (turned)
-            image = FromFrame(to, Product(from[0], image), Product(from[1], image),
-                              Product(from[2], image));
+        if (turned) image = FromFrame(to, InFrame(from, image));
         for (std::size_t r = 0; r < 3; ++r)
             c.b->sweepStart[r][column] = c.b->sweepEnd[r][column] = float(image[r]);
     }
@@ -319,13 +256,13 @@ void PlaceAtTarget(const Sampler& draw, Contact& c, Aim& aim, Point3& start, Poi
         // along a face of b (by its normal at rest, which sorts it).
         const double far = draw.Size(1e-4, 10);
         const Point3 normal = Widened(triangle.normal),
-                     across = Unit(AcrossBoth(normal, Direction(draw)), {1, 0, 0});
+                     across = Unit(Normal(normal, AnyPoint(draw)));
         const Point3 choices[] = {Sum({}, aim.wish, far), Sum({}, aim.target[1], far),
-                                  Sum(placed(Sum(p1, p0, -1)), Direction(draw), 1e-2 * far),
+                                  Sum(placed(Sum(p1, p0, -1)), AnyPoint(draw), 1e-2 * far),
                                   Sum({}, Sum(across, normal, draw.Between(-2e-5, 0)), far),
-                                  Sum({}, Direction(draw), far)};
+                                  Sum({}, AnyPoint(draw), far)};
         displacement = Sum({}, choices[draw.Below(5)], draw.Below(2) ? 1 : -1);
-        const Point direction = ToFloats(Unit(displacement, {1, 0, 0}));
+        const Point direction = ToFloats(Unit(displacement));
         std::copy_n(direction.begin(), 3, c.b->sweepDirection);
     }
     const double ends[] = {0, 1, 0.5, draw.Between(0, 1)};
@@ -361,7 +298,7 @@ std::optional<Contact> DrawContact(unsigned seed)
         if (!Hits(c)) continue;
         for (int pushes = 1 + draw.Below(3); pushes > 0; --pushes) {
             const Point3 ways[] = {aim.wish, aim.target[0], aim.target[1], aim.target[2],
-                                   Direction(draw)};
+                                   AnyPoint(draw)};
             Push(c, Sum({}, ways[draw.Below(5)], draw.Below(2) ? 1 : -1), start, displacement);
         }
         // After the last trial the edge is that of the last hit.

@@ -18,7 +18,6 @@ struct Contact {
     PlacedEdge edge{};
     // How it hits:
     bool hasPlane = false; ///< else the target is judged by the plane of another
-    bool carried = false;  ///< by the crossing point of another
     bool onEdge = false;   ///< by a point between the ends; else beyond them or beside a side
     bool endInPlane = false;
     bool hasPoint = false; ///< by a single point
