@@ -25,8 +25,8 @@ struct Motion {
     Lanes error;           ///< bound on the rounding of placed vertices and of placed boxes
     Lanes maxStretch;      ///< the most by which a length grows
     Lanes minStretch;      ///< the least, or 0
-    Lanes gramDeviation;   ///< the most by which dot products of unit vectors differ from those at
-                           ///< rest, summed over a row
+    Lanes gramDeviation;   ///< the most by which a dot product of unit vectors differs from that at
+                           ///< rest
     bool isSwept;
     Pass pass;
     bool hasSweptQuads; ///< among the edges of the pass

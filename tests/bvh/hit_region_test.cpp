@@ -7,62 +7,82 @@
 #include <random>
 
 #include "geometry/predicates.h"
+#include "support/vec.h"
 
 namespace
 {
 
-/// A narrow triangle of any length and direction, whose tip is corner 0, and a point that floats
-/// put about its axis, near the tip, where rounding decides.
-struct TipScene {
-    float corner[3][3], point[3];
+/// Calls `test` with samplers and the number of the draw.
+template <class Test>
+void ForDraws(int count, Test test)
+{
+    std::mt19937 engine(1);
+    const std::function<std::uint32_t()> random = [&] { return engine(); };
+    for (int n = 0; n < count && !testing::Test::HasFailure(); ++n) test(Sampler{random}, n);
+}
 
-    double Reach() const
-    {
-        double reach = 0;
-        for (const auto& one : corner)
-            for (const float x : one) reach = std::max(reach, double(std::fabs(x)));
-        return reach;
-    }
+void Store(const Point3& from, float* to)
+{
+    for (std::size_t r = 0; r < 3; ++r) to[r] = float(from[r]);
+}
 
-    explicit TipScene(std::mt19937& random)
-    {
-        std::uniform_real_distribution<double> any(-1, 1);
-        const double length = std::pow(10, 3 * any(random)),
-                     width = length * std::pow(10, -3.5 + 1.5 * any(random)),
-                     beyond = length * std::pow(10, -3.5 + 1.5 * any(random)),
-                     offset = std::pow(10, 2 * any(random));
-        const double u = 3 * any(random), v = 1.5 * any(random);
-        const double along[3] = {std::cos(u) * std::cos(v), std::sin(u) * std::cos(v), std::sin(v)},
-                     across[3] = {-std::sin(u), std::cos(u), 0};
-        for (int r = 0; r < 3; ++r) {
-            const double tip = offset * any(random);
-            corner[0][r] = float(tip);
-            corner[1][r] = float(tip + length * along[r]);
-            corner[2][r] = float(tip + length * along[r] + width * across[r]);
-            point[r] = float(tip - beyond * (along[r] + 0.5 * width / length * across[r]));
-        }
-    }
-};
-
+// The tip is corner 0. The point lies where floats put it about the axis, where rounding decides.
 TEST(HitRegion, HoldsPointsThatRoundingLetsInsideBeyondTheTipOfASliver)
 {
-    std::mt19937 random(1);
     int beyond = 0;
-    for (int n = 0; n < 300000; ++n) {
-        const TipScene scene(random);
+    ForDraws(300000, [&](const Sampler& draw, int n) {
+        const double length = draw.Size(1e-3, 1e3), width = length * draw.Size(1e-5, 1e-2);
+        const Frame axes = FrameOf(AnyPoint(draw), AnyPoint(draw));
+        const Point3 tip = Sum({}, AnyPoint(draw), draw.Size(1e-2, 100)),
+                     base = Sum(tip, axes[0], length), middle = Sum(base, axes[1], 0.5 * width);
+        float corner[3][3], point[3];
+        Store(tip, corner[0]);
+        Store(base, corner[1]);
+        Store(Sum(base, axes[1], width), corner[2]);
+        Store(Sum(tip, Sum(middle, tip, -1), -double(draw.Size(1e-5, 1e-2))), point);
+        double maxCoordinate = 0;
+        for (const auto& one : corner)
+            for (const float x : one) maxCoordinate = std::max(maxCoordinate, std::fabs(double(x)));
         float plane[4];
         HitRegion region;
-        if (!CalcPlane(scene.corner[0], 3, plane) ||
-            !CalcHitRegion(scene.corner, plane, scene.Reach(), region) ||
-            !PointInsideTriangle(scene.corner, plane, scene.point, kContact))
-            continue;
+        if (!CalcPlane(corner[0], 3, plane) ||
+            !CalcHitRegion(corner, plane, maxCoordinate, region) ||
+            !PointInsideTriangle(corner, plane, point, kContact))
+            return;
         for (int r = 0; r < 3; ++r) {
-            ASSERT_GE(scene.point[r], region.box[r]) << n;
-            ASSERT_LE(scene.point[r], region.box[r + 3]) << n;
+            ASSERT_GE(point[r], region.box[r]) << n;
+            ASSERT_LE(point[r], region.box[r + 3]) << n;
         }
         ++beyond;
-    }
+    });
     EXPECT_GT(beyond, 1000);
+}
+
+TEST(HitRegion, LetsPointsBeCarriedInFromOneLengthOffTheEdge)
+{
+    int inside = 0;
+    ForDraws(60000, [&](const Sampler& draw, int n) {
+        // The point lies beside side 0, within its margin, and the edge runs outwards from there.
+        const double size = draw.Size(1e-2, 100), at[] = {-1, 0, 1, 2},
+                     out = draw.Size(1e-2, 100) * (n % 8 < 4 ? 1 : -1);
+        const Point3 far{draw.Size(1e-4, 1e4), draw.Size(1e-4, 1e4), draw.Size(1e-4, 1e4)},
+            hit =
+                Sum(far, {size * draw.Between(0, 1), -1e-4 / size * draw.Between(0.999, 1.001), 0}),
+            way{out * draw.Between(-0.01, 0.01), -out, 0}, from = Sum(hit, way, -at[n % 4]);
+        float corner[3][3], point[3], edge[2][3];
+        Store(far, corner[0]);
+        Store(Sum(far, {size, 0, 0}), corner[1]);
+        Store(Sum(far, {0, size, 0}), corner[2]);
+        Store(hit, point);
+        Store(from, edge[0]);
+        Store(Sum(from, way), edge[1]);
+        float plane[4];
+        ASSERT_TRUE(CalcPlane(corner[0], 3, plane));
+        if (!PointInsideTriangle(corner, plane, point, kContact)) return;
+        ASSERT_TRUE(MayBeCarriedInto(edge, corner, plane)) << n;
+        ++inside;
+    });
+    EXPECT_GT(inside, 20000);
 }
 
 } // namespace

@@ -6,8 +6,10 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <random>
 
+#include "bvh/query_trees.h"
 #include "query/deferred_sweep.h"
 #include "support/meshes.h"
 #include "support/scenes.h"
@@ -141,16 +143,45 @@ TEST(FastDetect, EdgesThatRunElsewhereEndAtNoCornerOfTheirTriangle)
     EXPECT_GT(hits, 20);
 }
 
-TEST(FastDetect, TreesAreNotGrownFromRecordsThatChanged)
+TEST(Trees, NoneOutlivesAChangeOfWhatItWasBuiltFrom)
 {
-    // Inversion leaves numbers in `vertex` that name no vertex.
-    const auto a = LoadedSolid(BoxMesh({-1, -1, -1}, {1, 1, 1})),
-               apart = LoadedSolid(SphereMesh(12, 1)), near = LoadedSolid(SphereMesh(12, 1));
-    EXPECT_EQ(AgreedAnswer(*a, *apart, Translation(9, 9, 9)), 0);
-    EXPECT_EQ(AgreedAnswer(*a, *near, Translation(0.6f, 0.2f, 0.1f)), 1);
-    for (SOLIDC* b : {apart.get(), near.get()}) {
-        SolidInternals::Invert(*b);
-        EXPECT_EQ(AgreedAnswer(*a, *b, Translation(0.7f, 0.2f, 0.1f)), 1);
+    Matrix from = Translation(1, 2, 3), to = Translation(9, 2, 3), quarter = from;
+    quarter[0] = {0, -1, 0, 0}, quarter[1] = {1, 0, 0, 0};
+    T_LIST extra{};
+    struct Change {
+        const char* name;
+        std::function<int(SOLIDC&)> make;
+    };
+    const Change changes[] = {
+        {"inversion", [](SOLIDC& s) { return SolidInternals::Invert(s) + 1; }},
+        {"rotation", [&](SOLIDC& s) { return s.SC_Rotate(Rows(quarter)), 1; }},
+        {"edge break", [](SOLIDC& s) { return s.BreakEdge(0, 2); }},
+        {"triangle break", [](SOLIDC& s) { return s.BreakTriangle(0, 0, 2); }},
+        {"flips", [](SOLIDC& s) { return s.Simplify2Triangles(), 1; }},
+        {"added triangle",
+         [](SOLIDC& s) { return SolidInternals::AddTriangle(s, SphereMesh(4, 1)[0]) + 1; }},
+        {"filled octree", [&](SOLIDC& s) { return s.octree->OC_AddTriangle(&extra), 1; }},
+        {"released octree", [](SOLIDC& s) { return s.Release_Octree() + 1; }},
+    };
+    for (const Change& change : changes) {
+        SCOPED_TRACE(change.name);
+        const auto late = LoadedSolid(SphereMesh(6, 2)), prompt = LoadedSolid(SphereMesh(6, 2));
+        DefineSweepDeferred(*late, Rows(from), Rows(to));
+        prompt->SC_GTsweep(Rows(from), Rows(to));
+        ASSERT_NE(ProbeTreeOf(*late), nullptr);
+        ASSERT_NE(TargetTreeOf(*late), nullptr);
+        EXPECT_GT(change.make(*late), 0);
+        EXPECT_EQ(late->queryTrees, nullptr);
+        change.make(*prompt);
+        // What a sweep owes is owed of the records as they were.
+        CompleteSweep(*late);
+        EXPECT_EQ(Digest(*late), Digest(*prompt));
+    }
+    const auto listless = BareSolid(SphereMesh(6, 2));
+    for (const auto& build : {&SOLIDC::SC_BuildVertexList, &SOLIDC::SC_BuildEdgesList}) {
+        QueryTreesOf(*listless);
+        EXPECT_EQ((listless.get()->*build)(), 0);
+        EXPECT_EQ(listless->queryTrees, nullptr);
     }
 }
 

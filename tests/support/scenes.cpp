@@ -2,25 +2,10 @@
 
 #include <cmath>
 
+#include "support/sampler.h"
+
 namespace
 {
-
-struct Sampler {
-    const std::function<std::uint32_t()>& random;
-
-    float Between(double low, double high)
-    {
-        return static_cast<float>(low + (high - low) * random() * 0x1p-32);
-    }
-    int Below(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
-    /// A signed distance, most often near the contact tolerance of 1e-4.
-    float ContactGap()
-    {
-        const double gaps[] = {0, 0.5e-4, 1e-4, 1.5e-4, 3e-4, 1e-2, 1};
-        const double gap = gaps[Below(7)], sign = Below(2) ? 1 : -1;
-        return static_cast<float>(gap * sign * (Below(3) ? 1.0 : Between(0.9, 1.1)));
-    }
-};
 
 void Scale(Mesh& mesh, const Point& by)
 {
@@ -76,30 +61,19 @@ Matrix RandomRotation(Sampler& draw)
     return m;
 }
 
-/// A size between two bounds, distributed evenly by order of magnitude.
-float AnySize(Sampler& draw, double low, double high)
-{
-    double size = low, root = high / low;
-    for (int bit = 0; bit < 6; ++bit) {
-        root = std::sqrt(root);
-        if (draw.Below(2)) size *= root;
-    }
-    return static_cast<float>(size);
-}
-
 /// A small solid next to a face and in its plane, give or take the contact tolerance. There, hits
 /// come only from crossing points beyond the ends of edges and from segments that count as
 /// parallel. Boxes far away make the octree cells large.
 Scene BesideScene(Sampler& draw)
 {
-    const float length = AnySize(draw, 0.5, 8), width = AnySize(draw, 0.01, 4);
-    Mesh a = BoxMesh({0, 0, -AnySize(draw, 0.05, 2)}, {length, width, 0});
-    const float far = AnySize(draw, 1, 30);
+    const float length = draw.Size(0.5, 8), width = draw.Size(0.01, 4);
+    Mesh a = BoxMesh({0, 0, -draw.Size(0.05, 2)}, {length, width, 0});
+    const float far = draw.Size(1, 30);
     for (const float at : {-far - 3, far}) {
         const Mesh box = BoxMesh({at, at, at}, {at + 1, at + 1, at + 1});
         a.insert(a.end(), box.begin(), box.end());
     }
-    const Point size{AnySize(draw, 1e-3, 2), AnySize(draw, 1e-3, 2), AnySize(draw, 1e-3, 2)};
+    const Point size{draw.Size(1e-3, 2), draw.Size(1e-3, 2), draw.Size(1e-3, 2)};
     const Mesh b =
         draw.Below(3) ? BoxMesh({0, 0, 0}, size) : TubeMesh(1 + draw.Below(8), 0.1f, 0.3f, size[2]);
     Scene scene{LoadedSolid(a), LoadedSolid(b), RandomRotation(draw), {}};
@@ -108,7 +82,7 @@ Scene BesideScene(Sampler& draw)
     scene.start[2][3] = draw.Between(-3e-4, 3e-4);
     scene.end = scene.start;
     if (draw.Below(3) == 0) return scene;
-    const float distance = AnySize(draw, 1e-3, 6);
+    const float distance = draw.Size(1e-3, 6);
     for (std::size_t axis = 0; axis < 2; ++axis)
         scene.end[axis][3] += draw.Between(-1, 1) * distance;
     scene.end[2][3] += draw.Between(-3e-4, 3e-4);

@@ -1,0 +1,321 @@
+// Each bound of the fast query (docs/query.md) against hits at the limits of the contact rules.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "bvh/corner_set.h"
+#include "bvh/hit_region.h"
+#include "geometry/predicates.h"
+#include "geometry/vector.h"
+#include "mesh/triangle.h"
+#include "query/corner_planes.h"
+#include "query/margins.h"
+#include "query/node_overlap.h"
+#include "query/probe_leaf.h"
+#include "support/contacts.h"
+#include "support/vec.h"
+
+namespace
+{
+
+struct Node {
+    int wide, lane;
+};
+
+/// The nodes from the root to the leaf that holds an item.
+std::vector<Node> PathTo(const Bvh& tree, int item)
+{
+    std::vector<Node> path{{0, 0}};
+    for (;;) {
+        const int below = tree.wide[path.back().wide].below[path.back().lane];
+        if (below <= 0) return path;
+        int lane = 0;
+        while (tree.wide[below].items[lane].last <= item) ++lane;
+        path.push_back({below, lane});
+    }
+}
+
+/// A contact with the hierarchies of both solids, built to the leaves, and the nodes that hold it.
+struct Setting {
+    Contact contact;
+    TargetTree& targets;
+    ProbeTree& probes;
+    const ObbLanes& bounds;
+    std::vector<Node> target, probe;
+
+    explicit Setting(Contact&& made)
+        : contact(std::move(made)), targets(*TargetTreeOf(*contact.a)),
+          probes(*ProbeTreeOf(*contact.b)), bounds(*ProbeBoundsOf(*contact.b))
+    {
+        for (int q = 0; q < targets.bvh.wideCount; ++q)
+            for (int lane = 0; lane < targets.bvh.wide[q].count; ++lane)
+                TargetsBelow(targets, q, lane);
+        for (int q = 0; q < probes.bvh.wideCount; ++q)
+            for (int lane = 0; lane < probes.bvh.wide[q].count; ++lane)
+                ProbesBelow(*contact.b, probes, q, lane);
+        const T_LIST* hit = &contact.a->triangles[contact.target];
+        const auto holds = [&](const Target& one) { return !one.triangle || one.triangle == hit; };
+        target = PathTo(targets.bvh,
+                        int(std::ranges::find_if(targets.target, holds) - targets.target.begin()));
+        probe = PathTo(probes.bvh, int(std::ranges::find(probes.triangle, contact.probe) -
+                                       probes.triangle.begin()));
+    }
+
+    const float* RootBox() const { return contact.a->octree->root->bbox; }
+    Motion MotionIn(Pass pass) const
+    {
+        Motion motion = ReadMotion(*contact.b, bounds);
+        SetPass(motion, pass);
+        return motion;
+    }
+};
+
+/// Calls `test` with settings from draws that come to a hit.
+template <class Test>
+void ForContacts(unsigned usualCount, Test test)
+{
+    const DrawRange draws = ContactDraws(usualCount);
+    unsigned made = 0;
+    for (unsigned seed = draws.first; seed != draws.first + draws.count; ++seed) {
+        auto contact = DrawContact(seed);
+        if (!contact) continue;
+        ++made;
+        SCOPED_TRACE(testing::Message() << "draw " << seed);
+        const Setting setting(std::move(*contact));
+        test(setting);
+        if (testing::Test::HasFailure()) return;
+    }
+    EXPECT_GT(made, draws.count / 4);
+}
+
+constexpr unsigned kDraws = 12000;
+
+/// Whether the corners of a node can be compared with planes; as the traversal does.
+bool CornersTouch(const Setting& at, const Motion& motion, const Node& probe, const Node& target)
+{
+    const ItemRange& items = at.targets.bvh.wide[target.wide].items[target.lane];
+    const CornerSet corners = at.probes.bvh.wide[probe.wide].IsLeaf(probe.lane)
+                                  ? CornersOfLeaf(at.probes.ProbesOf(probe.wide, probe.lane))
+                                  : at.probes.CornerSetOf(probe.wide, probe.lane);
+    return corners.groups == 0 || MayTouchPlanes(motion, corners,
+                                                 {&at.targets.plane[std::size_t(items.first)],
+                                                  std::size_t(items.Count())});
+}
+
+// Lemmas 1 to 7, for each pair of nodes of which one holds the edge and one the triangle.
+TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
+{
+    int beside = 0;
+    ForContacts(kDraws, [&](const Setting& at) {
+        const Contact& contact = at.contact;
+        beside += !contact.onEdge;
+        for (const Pass pass : {contact.pass, Pass::kAll}) {
+            if (pass == Pass::kAll && !contact.b->isSwept) continue;
+            const Motion motion = at.MotionIn(pass);
+            EXPECT_TRUE(MayMeet(motion, at.bounds, at.RootBox()));
+            for (const Node& probe : at.probe) {
+                PlacedNodes placed;
+                const LaneMask present =
+                    PlaceNodes(motion, at.probes.nodes[probe.wide], at.RootBox(), placed);
+                EXPECT_TRUE(present[probe.lane]);
+                placed = SplatLane(placed, probe.lane);
+                for (const Node& target : at.target) {
+                    const TargetNodes& nodes = at.targets.nodes[target.wide];
+                    const NodeOverlap overlap = OverlapOf(motion, placed, nodes);
+                    EXPECT_TRUE(overlap.any[target.lane]);
+                    if (contact.hasPlane && contact.onEdge && nodes.holdsCells[target.lane] == 0) {
+                        EXPECT_TRUE(overlap.onEdge[target.lane]);
+                    }
+                    if (contact.hasPlane && contact.endInPlane) {
+                        EXPECT_TRUE(CornersTouch(at, motion, probe, target));
+                    }
+                }
+            }
+        }
+    });
+    EXPECT_GT(beside, 1000);
+}
+
+// Lemmas 8, 9 and 11, and the test against four planes.
+TEST(Bounds, NoEdgeIsKeptFromATargetThatItHits)
+{
+    ForContacts(kDraws, [&](const Setting& at) {
+        const Contact& contact = at.contact;
+        const Motion motion = at.MotionIn(contact.pass);
+        const LaneEdges edge = GatherEdges({&contact.edge, 1}, motion.error[0]);
+        for (const Node& target : at.target)
+            EXPECT_TRUE(MayHit(edge, at.targets.nodes[target.wide])[target.lane]);
+        const Node& leaf = at.probe.back();
+        ProbeLeaf placed;
+        PlaceLeafEdges(*contact.a, *contact.b, at.probes, motion,
+                       at.probes.bvh.wide[leaf.wide].items[leaf.lane], placed);
+        EXPECT_TRUE(std::any_of(placed.edge, placed.edge + placed.count, [&](const auto& one) {
+            return std::equal(one.ends[0], one.ends[0] + 6, contact.edge.ends[0]);
+        }));
+        placed.count = 1;
+        placed.edge[0] = contact.edge;
+        placed.lanes[0] = edge;
+        for (const Node& target : at.target)
+            EXPECT_TRUE(EdgesHit(*contact.a, at.targets, placed, target.wide, target.lane));
+        const auto& corners = contact.a->triangles[contact.target].corners;
+        float plane[4];
+        HitRegion region;
+        if (!contact.hasPoint || !CalcPlane(corners[0], 3, plane) ||
+            !CalcHitRegion(corners, plane, at.targets.maxCoordinate, region))
+            return;
+        for (int r = 0; r < 3; ++r) {
+            EXPECT_GE(contact.point[r], region.box[r]);
+            EXPECT_LE(contact.point[r], region.box[r + 3]);
+        }
+    });
+}
+
+Point3 LaneOf(const Lanes* v, int lane) { return {v[0][lane], v[1][lane], v[2][lane]}; }
+
+// Lemmas 2 and 5: what the records say of edges, and of sides and normals.
+TEST(Bounds, RecordsBoundWhatTheyAreMadeOf)
+{
+    ForContacts(kDraws / 4, [&](const Setting& at) {
+        const SOLIDC& b = *at.contact.b;
+        const T_LIST& triangle = b.triangles[at.contact.probe];
+        for (const auto& [wide, lane] : at.probe) {
+            const ProbeNodes& nodes = at.probes.nodes[wide];
+            for (int slot = 0; slot < 3; ++slot) {
+                const Point3 from = Widened(b.vertices[triangle.vertex[slot]].position),
+                             to = Widened(b.vertices[triangle.vertex[NextSlot(slot)]].position),
+                             side = Sum(to, from, -1),
+                             apart = Sum(from, LaneOf(nodes.box.centre, lane), -1);
+                const double length = LengthOf(side),
+                             first = Product(LaneOf(nodes.box.axis[0], lane), apart),
+                             run = std::fabs(Product(LaneOf(nodes.box.axis[0], lane), side));
+                EXPECT_LE(length, nodes.longest[lane]);
+                EXPECT_GE(length, nodes.shortest[lane]);
+                EXPECT_FALSE(first > nodes.cornerGap[0][lane] && first < nodes.cornerGap[1][lane]);
+                EXPECT_TRUE(run < 0.1000001 * length || length >= nodes.shortestAlong[lane]);
+                EXPECT_TRUE(run > 0.0999999 * length || length <= nodes.longestAcross[lane]);
+                for (int k = 0; k < 3; ++k) {
+                    const double along = std::fabs(Product(LaneOf(nodes.box.axis[k], lane), side));
+                    EXPECT_LE(along, nodes.edgeExtent[k][lane]);
+                    EXPECT_TRUE(run > 0.0999999 * length ||
+                                along <= nodes.maxCosine[k][lane] * length);
+                }
+            }
+        }
+        const auto& corners = at.contact.a->triangles[at.contact.target].corners;
+        float plane[4];
+        if (!CalcPlane(corners[0], 3, plane)) return;
+        for (const auto& [wide, lane] : at.target) {
+            const TargetNodes& nodes = at.targets.nodes[wide];
+            // A whole leaf is bounded by its cell, whatever its triangles are.
+            if (nodes.holdsCells[lane] != 0) continue;
+            const Point3 apart = Sum(Widened(plane), LaneOf(nodes.box.axis[0], lane), -1);
+            EXPECT_LE(std::min(1.0, LengthOf(apart)), nodes.maxDeviation[lane]);
+            for (int i = 0; i < 3; ++i) {
+                const Point3 axis = LaneOf(nodes.box.axis[i], lane),
+                             side = Sum(Widened(corners[(i + 1) % 3]), Widened(corners[i]), -1);
+                const double length = LengthOf(side),
+                             second = std::fabs(Product(LaneOf(nodes.box.axis[1], lane), side));
+                EXPECT_LE(std::min(1.0, std::fabs(Product(axis, apart))), nodes.deviation[i][lane]);
+                EXPECT_LE(length, nodes.longest[lane]);
+                for (int k = 0; k < 3; ++k)
+                    EXPECT_LE(std::fabs(Product(LaneOf(nodes.box.axis[k], lane), side)),
+                              nodes.side[k][lane]);
+                // Either it runs along the second axis, or it counts among the others.
+                EXPECT_TRUE(second >= nodes.alongLeast[lane] ||
+                            length <= nodes.acrossLongest[lane]);
+            }
+        }
+    });
+}
+
+/// A box far from the origin, and a motion that brings it near: there rounding counts most.
+struct PlacedBox {
+    SOLIDC b;
+    ProbeNodes nodes{};
+    Frame rows{};
+    Point3 displacement{};
+
+    explicit PlacedBox(const Sampler& draw)
+    {
+        Obb box{};
+        const bool round = draw.Below(2) != 0;
+        const float far = draw.Size(1, 1e5);
+        const Frame axes = AnyFrame(draw), turned = AnyFrame(draw);
+        const int kind = draw.Below(4);
+        for (std::size_t i = 0; i < 3; ++i) {
+            std::ranges::copy(axes[i], box.axis[i]);
+            box.centre[i] = far * draw.Between(-1, 1);
+            box.half[i] = round ? draw.Size(1e-3, 1) : draw.Size(1e-3, 1e5);
+            rows[i] = Sum(turned[i], AnyPoint(draw), kind == 1 ? 1e-4 : kind == 2 ? 1 : 0);
+            if (kind == 3) rows[i] = Sum({}, axes[i], draw.Size(0.01, 100));
+        }
+        SetLane(nodes.box, 0, box);
+        nodes.box = SplatLane(nodes.box, 0);
+        for (std::size_t r = 0; r < 3; ++r) {
+            for (std::size_t c = 0; c < 3; ++c)
+                rows[r][c] = b.sweepStart[r][c] = b.sweepEnd[r][c] = float(rows[r][c]);
+            const double image = Product(rows[r], Widened(box.centre));
+            b.sweepStart[r][3] = float(-image);
+            b.sweepEnd[r][3] = float(-image + draw.Size(1e-3, 1e5) * draw.Between(-1, 1));
+            displacement[r] = double(b.sweepEnd[r][3]) - b.sweepStart[r][3];
+        }
+        b.isSwept = 1;
+    }
+};
+
+// Lemmas 1, 3 and 6: boxes, lengths and angles in motion, against the same in doubles.
+TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
+{
+    double mostError = 0;
+    std::mt19937 engine(1);
+    const std::function<std::uint32_t()> random = [&] { return engine(); };
+    const Sampler draw{random};
+    for (unsigned n = ContactDraws(100000).count; n > 0; --n) {
+        const PlacedBox at(draw);
+        const int part = draw.Below(3);
+        Motion motion = ReadMotion(at.b, at.nodes.box);
+        SetPass(motion, std::array{Pass::kStart, Pass::kEnd, Pass::kSweptQuads}[std::size_t(part)]);
+        PlacedNodes placed;
+        const float anywhere[6] = {-1e9f, -1e9f, -1e9f, 1e9f, 1e9f, 1e9f};
+        PlaceNodes(motion, at.nodes, anywhere, placed);
+        Point3 apart = InFrame(at.rows, LaneOf(at.nodes.box.centre, 0)), axis[3];
+        for (std::size_t r = 0; r < 3; ++r)
+            apart[r] += at.b.sweepStart[r][3] - double(placed.centre[r][0]);
+        apart = Sum(apart, at.displacement, part == 2 ? 0.5 : part);
+        for (int i = 0; i < 3; ++i) {
+            axis[i] = InFrame(at.rows, LaneOf(at.nodes.box.axis[i], 0));
+            const Point3 off = Sum(axis[i], LaneOf(placed.axis[i], 0), -1);
+            for (std::size_t r = 0; r < 3; ++r)
+                apart[r] = std::fabs(apart[r]) + at.nodes.box.half[i][0] * std::fabs(off[r]);
+        }
+        const double error = apart[0] + apart[1] + apart[2],
+                     slack = motion.maxStretch[0] * motion.error[0];
+        ASSERT_LE(error, motion.error[0]) << n;
+        mostError = std::max(mostError, error / motion.error[0]);
+        for (int i = 0; i < 3; ++i) {
+            double box = 0;
+            const double swept = part == 2 ? std::fabs(Product(axis[i], at.displacement)) : 0;
+            for (int k = 0; k < 3; ++k) {
+                const double product = Product(axis[i], axis[k]);
+                box += std::fabs(product) * at.nodes.box.half[k][0];
+                // Asked of motions that are nearly rigid only.
+                EXPECT_TRUE(motion.gramDeviation[0] > 0.01f ||
+                            std::fabs(product - (i == k)) <= motion.gramDeviation[0]);
+            }
+            EXPECT_LE(box + 0.5 * swept, placed.radius[i][0] * (1 + 1e-6));
+            EXPECT_LE(swept, placed.sweepExtent[i][0] + slack);
+            EXPECT_LE(LengthOf(axis[i]), motion.maxStretch[0]);
+            EXPECT_GE(LengthOf(axis[i]), motion.minStretch[0]);
+        }
+        ASSERT_FALSE(HasFailure()) << n;
+    }
+    // How much of the allowance rounding has used at most: without such draws this would test
+    // nothing.
+    RecordProperty("mostError", std::to_string(mostError));
+    EXPECT_GT(mostError, 0.03);
+}
+
+} // namespace

@@ -1,0 +1,316 @@
+#include "support/contacts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <random>
+
+#include "geometry/bbox.h"
+#include "geometry/predicates.h"
+#include "geometry/vector.h"
+#include "mesh/triangle.h"
+#include "support/vec.h"
+
+namespace
+{
+
+Point ToFloats(const Point3& p) { return {float(p[0]), float(p[1]), float(p[2])}; }
+
+/// A place for a shape: axes, sizes along them, how far its parts spread, its distance from the
+/// origin.
+struct Shape {
+    const Sampler& draw;
+    Frame axes = AnyFrame(draw);
+    Point3 size{}, centre{};
+    double spread;
+
+    Shape(const Sampler& numbers, bool flat) : draw(numbers)
+    {
+        const double all = draw.Size(1e-3, 30);
+        for (double& s : size) s = draw.Below(2) ? all : double(draw.Size(1e-3, 30));
+        if (flat) size[2] = draw.Below(2) ? 0 : size[0] * draw.Size(1e-6, 0.3);
+        spread = draw.Below(2) ? draw.Size(0.5, 30) : 0;
+        centre = Sum({}, AnyPoint(draw), draw.Below(3) ? 0 : draw.Size(1, 1e5));
+    }
+
+    Point3 Beside(const Point3& middle, double by = 1) const
+    {
+        const Point3 at = AnyPoint(draw);
+        return Sum(middle, FromFrame(axes, {size[0] * at[0], size[1] * at[1], size[2] * at[2]}),
+                   by);
+    }
+};
+
+Mesh DrawTargets(const Sampler& draw)
+{
+    const int counts[] = {1, 1, 2, 4, 5, 12};
+    const Shape shape(draw, true);
+    Mesh mesh;
+    for (int i = counts[draw.Below(6)]; i > 0; --i) {
+        const Point3 middle = shape.Beside(shape.centre, shape.spread);
+        Point3 corner[3];
+        for (Point3& c : corner) c = shape.Beside(middle);
+        if (draw.Below(4) == 0) // a sliver
+            corner[2] = Sum(Sum(corner[0], Sum(corner[1], corner[0], -1), draw.Between(-0.2, 1.2)),
+                            Sum(corner[2], corner[0], -1), draw.Size(1e-6, 0.1));
+        mesh.push_back({ToFloats(corner[0]), ToFloats(corner[1]), ToFloats(corner[2])});
+    }
+    if (draw.Below(16) == 0) mesh.push_back({mesh[0][0], mesh[0][1], mesh[0][1]});
+    return mesh;
+}
+
+Mesh DrawProbes(const Sampler& draw)
+{
+    const int counts[] = {1, 1, 1, 2, 4, 8};
+    const Shape shape(draw, draw.Below(2) != 0);
+    Mesh mesh;
+    for (int i = counts[draw.Below(6)]; i > 0; --i) {
+        const Point3 middle = shape.Beside(shape.centre, shape.spread);
+        Point p[4];
+        for (Point& one : p) one = ToFloats(shape.Beside(middle));
+        for (const auto& [u, v, w] : {std::array{0, 1, 2}, {0, 3, 1}, {1, 3, 2}, {2, 3, 0}})
+            mesh.push_back({p[u], p[v], p[w]});
+    }
+    return mesh;
+}
+
+/// All triangles in one leaf, whose cell is as large as the mesh or larger.
+std::unique_ptr<SOLIDC> MakeTargetSolid(const Sampler& draw)
+{
+    auto solid = BareSolid(DrawTargets(draw), 1);
+    const float wider = draw.Below(3) ? draw.Size(1, 1000) : draw.Size(1e-4, 1);
+    for (int axis = 0; axis < 3; ++axis) solid->bbox[axis] -= wider, solid->bbox[axis + 3] += wider;
+    float margin[3] = {1, 1, 1};
+    solid->octree = new OCTREEC(solid->bbox, 0, margin, solid.get());
+    for (int t = 0; t < solid->triangleCount; ++t)
+        solid->octree->OC_AddTriangle(&solid->triangles[t]);
+    return solid;
+}
+
+Frame DrawStretch(const Sampler& draw)
+{
+    Frame rows{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+    switch (draw.Below(8)) {
+    case 0:
+        for (std::size_t i = 0; i < 3; ++i) rows[i][i] = draw.Size(0.05, 20);
+        break;
+    case 1:
+        rows[std::size_t(draw.Below(3))][std::size_t(draw.Below(3))] += draw.Between(-3, 3);
+        break;
+    case 2:
+        for (Point3& row : rows)
+            for (double& x : row) x += draw.Size(1e-6, 1e-2) * draw.Between(-1, 1);
+        break;
+    case 3:
+        rows = {AnyPoint(draw), AnyPoint(draw), AnyPoint(draw)};
+        break;
+    default:
+        break;
+    }
+    return rows;
+}
+
+/// What a draw aims at.
+struct Aim {
+    Frame target; ///< a side, a direction across it in the plane, the normal
+    Point3 foot;  ///< a point at the target
+    Point3 wish;  ///< for the direction of the edge
+};
+
+Aim DrawAim(const Sampler& draw, const T_LIST& triangle, double edgeLength)
+{
+    const int slot = draw.Below(3);
+    const Point3 from = Widened(triangle.corners[slot]),
+                 to = Widened(triangle.corners[(slot + 1) % 3]),
+                 third = Widened(triangle.corners[(slot + 2) % 3]), side = Sum(to, from, -1);
+    Aim aim{FrameOf(side, Sum(third, from, -1)), from, {}};
+    const double sideLength = LengthOf(side), along[] = {0, 0.5, 1};
+    aim.foot = Sum(from, side, draw.Below(2) ? along[draw.Below(3)] : double(draw.Between(0, 1)));
+    if (draw.Below(3) == 0) aim.foot = Sum(aim.foot, Sum(third, from, -1), draw.Between(0, 0.5));
+    aim.foot = Sum(aim.foot, aim.target[2], draw.Below(2) ? draw.Between(-1e-4, 1e-4) : 0.0f);
+    // As segments count as parallel, or nearly so; in the plane, nearly so; any.
+    const double parallel = std::sqrt(1e-5) / std::max(1e-12, edgeLength * sideLength),
+                 angles[] = {0, 0.99 * parallel, -parallel * draw.Between(0.5, 1.1),
+                             draw.Size(1e-5, 1) * draw.Between(-1, 1), draw.Between(-3, 3)},
+                 angle = std::clamp(angles[draw.Below(5)], -3.0, 3.0),
+                 rise = draw.Below(2)   ? 0
+                        : draw.Below(2) ? draw.Between(-2e-4, 2e-4) / std::max(1e-12, edgeLength)
+                                        : double(draw.Size(1e-5, 1) * draw.Between(-1, 1));
+    aim.wish = Unit(FromFrame(aim.target, {std::cos(angle), std::sin(angle), rise}));
+    if (draw.Below(8) == 0) aim.wish = aim.target[2];
+    return aim;
+}
+
+void SetTranslation(SOLIDC& b, const Point3& start, const Point3& displacement)
+{
+    for (std::size_t r = 0; r < 3; ++r) {
+        b.sweepStart[r][3] = float(start[r]);
+        b.sweepEnd[r][3] = b.isSwept ? float(start[r] + displacement[r]) : b.sweepStart[r][3];
+    }
+}
+
+/// Fills in how the edge hits the target, when it does.
+bool Judge(Contact& c, const PlacedEdge& edge)
+{
+    const OCTREENODE* leaf = c.a->octree->root;
+    if (!c.a->octree->IntersectingBboxes(c.a->octree->root->bbox, const_cast<float*>(edge.box)))
+        return false;
+    const T_LIST& target = c.a->triangles[c.target];
+    CrossingState state;
+    for (T_LIST* t = leaf->listHead; t; t = NextTriangle(t)) {
+        const bool hit = EdgeCrossesTriangle(edge.ends, t->corners, state);
+        if (t != &target) continue;
+        if (!hit) return false;
+        float plane[4] = {};
+        c.edge = edge;
+        c.hasPlane = CalcPlane(target.corners[0], 3, plane);
+        const double s0 = dot(state.plane, edge.ends[0]) + state.plane[3],
+                     s1 = dot(state.plane, edge.ends[1]) + state.plane[3], T = kContact;
+        const bool inPlane = std::fabs(s0) <= T && std::fabs(s1) <= T;
+        c.endInPlane = std::fabs(s0) <= T || std::fabs(s1) <= T;
+        c.onEdge = !inPlane && std::fabs(s1 - s0) > T && (s0 > 0) != (s1 > 0);
+        c.hasPoint = !inPlane;
+        std::copy_n(state.point, 3, c.point);
+        float u[3], v[3], n[3], out[6];
+        Subtract(edge.ends[1], edge.ends[0], u);
+        for (int i = 0; inPlane && i < 3; ++i) {
+            const float *p = target.corners[i], *q = target.corners[(i + 1) % 3];
+            Subtract(q, p, v);
+            cross(u, v, n);
+            if (dot(n, n) < 1e-5 ||
+                !SegmentsIntersecting(edge.ends[0], edge.ends[1], p, q, kContact, out))
+                continue;
+            c.onEdge = c.hasPoint = true;
+            std::copy_n(out, 3, c.point);
+        }
+        return true;
+    }
+    return false;
+}
+
+bool Hits(Contact& c)
+{
+    Probe probe{};
+    const T_LIST& triangle = c.b->triangles[c.probe];
+    probe.index = c.probe;
+    std::copy_n(triangle.normal, 3, probe.normal);
+    for (int slot = 0; slot < 3; ++slot) {
+        std::copy_n(c.b->vertices[triangle.vertex[slot]].position, 3, probe.corner[slot]);
+        // Read from the records, where the tree has a short cut. The lower triangle gives an edge.
+        const EdgeRec& edge = c.b->edges[triangle.edge[slot]];
+        probe.side[slot] = AcrossEdge(edge, c.probe) > c.probe ? Probe::kForeign : Probe::kNotOwn;
+    }
+    PlacedEdges edges;
+    const float* box = c.a->octree->root->bbox;
+    if (c.pass == Pass::kSweptQuads)
+        CollectSweptQuadEdges(*c.b, probe, box, edges);
+    else
+        CollectOwnEdges(*c.b, probe, c.pass == Pass::kStart, box, edges);
+    for (int e = 0; e < edges.count; ++e)
+        if (Judge(c, edges.edge[e])) return true;
+    return false;
+}
+
+/// Moves b along a direction as long as there is a hit.
+void Push(Contact& c, const Point3& direction, Point3& start, const Point3& displacement)
+{
+    const auto hitsAt = [&](double distance) {
+        SetTranslation(*c.b, Sum(start, direction, distance), displacement);
+        return Hits(c);
+    };
+    double in = 0, out = 1e-5;
+    while (out < 1e3 && hitsAt(out)) in = out, out *= 4;
+    for (int i = 0; i < 26; ++i) (hitsAt(0.5 * (in + out)) ? in : out) = 0.5 * (in + out);
+    hitsAt(in);
+    start = Sum(start, direction, in);
+}
+
+/// Turns b so that an edge of the pass runs as wished, and puts it near the target.
+void PlaceAtTarget(const Sampler& draw, Contact& c, Aim& aim, Point3& start, Point3& displacement)
+{
+    const T_LIST& triangle = c.b->triangles[c.probe];
+    const int slot = draw.Below(3);
+    const Point3 p0 = Widened(c.b->vertices[triangle.vertex[slot]].position),
+                 p1 = Widened(c.b->vertices[triangle.vertex[(slot + 1) % 3]].position);
+    const Frame stretch = DrawStretch(draw);
+    const Point3 edge = InFrame(stretch, Sum(p1, p0, -1));
+    const double length = LengthOf(edge);
+    aim = DrawAim(draw, c.a->triangles[c.target], length);
+    const Frame from = FrameOf(edge, AnyPoint(draw)),
+                to = FrameOf(aim.wish, draw.Below(2) ? aim.target[2] : AnyPoint(draw));
+    const bool turned = draw.Below(8) != 0;
+    for (std::size_t column = 0; column < 3; ++column) {
+        Point3 image = {stretch[0][column], stretch[1][column], stretch[2][column]};
+        if (turned) image = FromFrame(to, InFrame(from, image));
+        for (std::size_t r = 0; r < 3; ++r)
+            c.b->sweepStart[r][column] = c.b->sweepEnd[r][column] = float(image[r]);
+    }
+    const auto placed = [&](const Point3& p) {
+        Point3 at{};
+        for (std::size_t r = 0; r < 3; ++r)
+            for (std::size_t i = 0; i < 3; ++i) at[r] += c.b->sweepStart[r][i] * p[i];
+        return at;
+    };
+    if (c.b->isSwept) {
+        // Along the wish, in the target's plane, along an edge back so that a diagonal is short,
+        // along a face of b (by its normal at rest, which sorts it).
+        const double far = draw.Size(1e-4, 10);
+        const Point3 normal = Widened(triangle.normal),
+                     across = Unit(Normal(normal, AnyPoint(draw)));
+        const Point3 choices[] = {Sum({}, aim.wish, far), Sum({}, aim.target[1], far),
+                                  Sum(placed(Sum(p1, p0, -1)), AnyPoint(draw), 1e-2 * far),
+                                  Sum({}, Sum(across, normal, draw.Between(-2e-5, 0)), far),
+                                  Sum({}, AnyPoint(draw), far)};
+        displacement = Sum({}, choices[draw.Below(5)], draw.Below(2) ? 1 : -1);
+        const Point direction = ToFloats(Unit(displacement));
+        std::copy_n(direction.begin(), 3, c.b->sweepDirection);
+    }
+    const double ends[] = {0, 1, 0.5, draw.Between(0, 1)};
+    start = Sum(aim.foot, placed(Sum(p0, Sum(p1, p0, -1), ends[draw.Below(4)])), -1);
+    if (c.pass == Pass::kEnd) start = Sum(start, displacement, -1);
+    if (c.pass == Pass::kSweptQuads) start = Sum(start, displacement, -0.5 * draw.Below(3));
+    SetTranslation(*c.b, start, displacement);
+}
+
+} // namespace
+
+std::optional<Contact> DrawContact(unsigned seed)
+{
+    std::mt19937 engine(seed);
+    const std::function<std::uint32_t()> random = [&] { return engine(); };
+    const Sampler draw{random};
+    Contact c;
+    c.a = MakeTargetSolid(draw);
+    c.b = BareSolid(DrawProbes(draw));
+    if (c.b->SC_BuildVertexList() || c.b->SC_BuildEdgesList()) return {};
+    for (auto* m : {c.b->sweepStart, c.b->sweepEnd}) m[3][3] = 1;
+    c.target = draw.Below(c.a->triangleCount);
+    for (int attempt = 0; attempt < 6; ++attempt) {
+        const Pass passes[] = {Pass::kEnd, Pass::kEnd, Pass::kStart, Pass::kSweptQuads,
+                               Pass::kSweptQuads};
+        const int kind = draw.Below(5);
+        c.pass = passes[kind];
+        c.b->isSwept = kind != 0;
+        c.probe = draw.Below(c.b->triangleCount);
+        Aim aim;
+        Point3 start{}, displacement{};
+        PlaceAtTarget(draw, c, aim, start, displacement);
+        if (!Hits(c)) continue;
+        for (int pushes = 1 + draw.Below(3); pushes > 0; --pushes) {
+            const Point3 ways[] = {aim.wish, aim.target[0], aim.target[1], aim.target[2],
+                                   AnyPoint(draw)};
+            Push(c, Sum({}, ways[draw.Below(5)], draw.Below(2) ? 1 : -1), start, displacement);
+        }
+        // After the last trial the edge is that of the last hit.
+        if (Hits(c)) return c;
+    }
+    return {};
+}
+
+DrawRange ContactDraws(unsigned usualCount)
+{
+    DrawRange range{1, usualCount};
+    if (const char* draws = std::getenv("SCAPI_CONTACTS"))
+        (void)std::sscanf(draws, "%u:%u", &range.first, &range.count);
+    return range;
+}

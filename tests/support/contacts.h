@@ -1,0 +1,36 @@
+// Hits at the limits of the contact rules: an edge and a triangle, pushed as far apart as the exact
+// predicates still call a hit, with solids around them from which real hierarchies can be built.
+#ifndef SCAPI_TESTS_CONTACTS_H
+#define SCAPI_TESTS_CONTACTS_H
+
+#include <memory>
+#include <optional>
+
+#include "query/motion.h"
+#include "query/probe_edges.h"
+#include "support/meshes.h"
+
+struct Contact {
+    std::unique_ptr<SOLIDC> a, b; ///< targets in one leaf of an octree; tetrahedra in motion
+    Pass pass = Pass::kEnd;
+    int probe = 0;  ///< triangle of b that gives the edge
+    int target = 0; ///< triangle of a that it hits
+    PlacedEdge edge{};
+    // How it hits:
+    bool hasPlane = false; ///< else the target is judged by the plane of another
+    bool onEdge = false;   ///< by a point between the ends; else beyond them or beside a side
+    bool endInPlane = false;
+    bool hasPoint = false; ///< by a single point
+    float point[3] = {};
+};
+
+/// @return none when this draw does not come to a hit
+std::optional<Contact> DrawContact(unsigned seed);
+
+/// How many draws a test makes, and from which: SCAPI_CONTACTS=first:count for others than usual.
+struct DrawRange {
+    unsigned first, count;
+};
+DrawRange ContactDraws(unsigned usualCount);
+
+#endif
