@@ -32,7 +32,8 @@ bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const f
 void CalcLooseRegion(const float (*corners)[3], const float* plane, const float* cell,
                      double maxCoordinate, HitRegion& region);
 
-/// Makes a region of a box alone, which the box of an edge has to overlap: the edge itself need not.
+/// Makes a region of a box alone, which the box of an edge has to overlap: the edge itself need
+/// not.
 void SetToBox(HitRegion& region, const float* box);
 
 #endif

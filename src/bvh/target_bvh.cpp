@@ -97,8 +97,7 @@ void TargetBuilder::Prepare(const ItemRange& items)
     for (std::size_t i = 0; i < plane.size(); ++i) {
         const int at = first + static_cast<int>(i);
         const Target& target = TargetAt(at);
-        const bool own =
-            ReadPlane(*target.triangle, JudgeOf(tree, target.triangle), plane[i]);
+        const bool own = ReadPlane(*target.triangle, JudgeOf(tree, target.triangle), plane[i]);
         const auto* corners = target.triangle->corners;
         if (own && IsNearbyTriangle(corners) &&
             CalcHitRegion(CornersAt(at), plane[i].normal, tree.maxCoordinate, region[i]))

@@ -55,7 +55,8 @@ struct TargetTree {
     Bvh bvh;
     std::vector<Target> target;    ///< by item
     BlockArray<TargetNodes> nodes; ///< by wide node
-    /// By wide node, for a solid whose triangles have left the cells in which the octree keeps them.
+    /// By wide node, for a solid whose triangles have left the cells in which the octree keeps
+    /// them.
     BlockArray<TargetCells> cells;
     bool hasCells = false;
     /// By item, filled in where subtrees are built; a few zero ones follow the last.

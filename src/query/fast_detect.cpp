@@ -118,8 +118,8 @@ NodeOverlap OverlapOfTarget(const Query& query, const PlacedNodes& placed, int n
     NodeOverlap overlap =
         OverlapOf(query.CurrentMotion(), placed, SplatLane(query.TargetsOf(wide), lane));
     if (query.targets.hasCells)
-        overlap.any &= MeetCells(query.CurrentMotion(), placed,
-                                 SplatLane(query.targets.cells[wide], lane));
+        overlap.any &=
+            MeetCells(query.CurrentMotion(), placed, SplatLane(query.targets.cells[wide], lane));
     ++querySteps.nodePairs;
     return overlap;
 }

@@ -67,7 +67,7 @@ bool SweptPair::TriangleHits(int t)
     float box[6];
     TriangleBbox(triangle.corners, box);
     CrossingState state;
-    return WalkEdges(box, [&](const float (*edge)[3]) {
+    return WalkEdges(box, [&](const float(*edge)[3]) {
         return EdgeCrossesTriangle(edge, triangle.corners, state) != 0;
     });
 }
@@ -81,7 +81,7 @@ bool StartsInside(SweptPair& pair, int t)
     if (!CalcPlane(triangle.corners[0], 3, plane)) return false;
     TriangleBbox(triangle.corners, box);
     bool inside = false;
-    pair.WalkEdges(box, [&](const float (*edge)[3]) {
+    pair.WalkEdges(box, [&](const float(*edge)[3]) {
         inside = PointInsideTriangle(triangle.corners, plane, edge[0], kContact) != 0;
         return true;
     });
@@ -109,14 +109,14 @@ bool AnyPieceHits(const SOLIDC& solid, int t, Hits hits)
             continue;
         const VertexRec &va = solid.vertices[edge.vertex[0]], &vb = solid.vertices[edge.vertex[1]];
         const int other = AcrossEdge(edge, t);
-        const bool quad = trails && InRange(other, solid.triangleCount) &&
-                          !IsTrailing(solid.triangles[other]);
+        const bool quad =
+            trails && InRange(other, solid.triangleCount) && !IsTrailing(solid.triangles[other]);
         const auto rim = [&](bool atStart) {
             return atStart ? hit(va.sweepStart, vb.sweepStart) : hit(va.sweepEnd, vb.sweepEnd);
         };
         if (other > t && rim(trails)) return true;
-        if (quad && (hit(va.sweepEnd, vb.sweepStart) || hit(va.sweepEnd, va.sweepStart) ||
-                     rim(t <= other)))
+        if (quad &&
+            (hit(va.sweepEnd, vb.sweepStart) || hit(va.sweepEnd, va.sweepStart) || rim(t <= other)))
             return true;
     }
     return false;
@@ -199,7 +199,7 @@ int DetectSweptFirst(SOLIDC& a, SOLIDC& b)
         if (!IsNearbyTriangle(a.triangles[t].corners) && pair.TriangleHits(t)) return 1;
     if (search.targets.target.empty()) return 0;
     for (int t = 0; t < b.triangleCount; ++t)
-        if (AnyPieceHits(b, t, [&](const float (*ends)[3]) {
+        if (AnyPieceHits(b, t, [&](const float(*ends)[3]) {
                 return IsFiniteEdge(ends) && search.Hits(ends);
             }))
             return 1;
