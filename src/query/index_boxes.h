@@ -1,4 +1,4 @@
-// Swept boxes of a solid's triangles by index, to go from one that meets a box to the next.
+// The swept boxes of a solid's triangles, to go from one that meets a box to the next by index.
 #ifndef SCAPI_QUERY_INDEX_BOXES_H
 #define SCAPI_QUERY_INDEX_BOXES_H
 
@@ -6,20 +6,20 @@
 
 #include "scapi/solid.h"
 
+/// A hierarchy of the boxes as a motion has made them, since one of the triangles at rest can be of
+/// no use after a garbled motion.
 struct IndexBoxes {
-    struct Box {
+    struct Node {
         float bounds[6];
+        int least, most; ///< index of the triangles
     };
     const SOLIDC& solid;
-    int leaves = 1;        ///< a power of two
-    std::vector<Box> node; ///< a complete binary tree; the children of n are 2 n and 2 n + 1
+    std::vector<int> order;
+    std::vector<Node> node; ///< each followed by those below it, the first half first
 
     explicit IndexBoxes(const SOLIDC& swept);
     /// The first triangle from `index` on whose sweepBbox meets a box, or triangleCount.
     int Next(const float* box, int index) const;
-
-private:
-    int NextBelow(const float* box, int index, int at, int first, int count) const;
 };
 
 #endif

@@ -39,23 +39,23 @@ template <class Take>
 bool SweptPair::WalkEdges(float* box, Take take)
 {
     EdgeBuffer buffer;
-    int cursor = 0;
-    for (int next = boxes.Next(box, 0); next < b.triangleCount;) {
+    for (int cursor = 0;;) {
+        if (cursor % 10 >= b.edgeCount) return false; // as the walk ends there
+        const int next = boxes.Next(box, cursor / 10);
+        if (next >= b.triangleCount) return false;
         cursor = std::max(cursor, 10 * next);
-        int last = next;
-        while ((next = boxes.Next(box, last + 1)) == last + 1 && next < b.triangleCount) ++last;
-        // The limit lies past the triangle after the run, which gives nothing: so the walk returns
-        // the limit only where nothing was found, whatever step was last.
-        const int limit = 10 * (last + 2);
-        for (;;) {
-            cursor = b.SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box);
-            ++querySteps.edges;
-            if (cursor < 0) return false;
-            if (cursor >= limit) break;
-            if (take(buffer.edge)) return true;
-        }
+        const int limit = 10 * (next + 1);
+        cursor = b.SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box);
+        ++querySteps.edges;
+        // A cursor at the limit tells of an edge given at a late step, or of none. The buffer then
+        // holds one that does not meet the box, or the last one, and to take that again changes
+        // nothing.
+        float edgeBox[6];
+        CalcEdgeBbox(buffer.edge, edgeBox);
+        const bool given = (cursor >= 0 && cursor < limit) || BboxesMeet(edgeBox, box, b.tolerance);
+        if (given && take(buffer.edge)) return true;
+        if (cursor < 0) return false;
     }
-    return false;
 }
 
 bool SweptPair::TriangleHits(int t)
