@@ -27,15 +27,15 @@ Pair Spheres(int rings)
 }
 
 /// A sphere in one cell of its octree, since boxes far off make that large, among facets without
-/// area, one after each so many, on lines that pass between the edges of the larger sphere around.
+/// area, one after each so many, on a line that passes between the edges of the larger sphere around.
 Pair Crowded(int rings, int apart)
 {
     Mesh mesh;
     for (const Triangle& one : SphereMesh(rings, 1)) {
         mesh.push_back(one);
-        const float x = 0.11f * float(mesh.size() / 10 % 5), y = 0.0713f;
+        const float y = 0.11f, z = 0.0713f;
         if (mesh.size() % std::size_t(apart) == 0)
-            mesh.push_back({Point{x, y, 0.25f}, Point{x, y, 0.5f}, Point{x, y, 0.75f}});
+            mesh.push_back({Point{0.25f, y, z}, Point{0.5f, y, z}, Point{0.75f, y, z}});
     }
     for (const float at : {-900.0f, 900.0f}) {
         const Mesh box = BoxMesh({at, at, at}, {at + 1, at + 1, at + 1});
