@@ -153,6 +153,31 @@ std::vector<Triangle> Plate(int triangles, int needles)
     return mesh;
 }
 
+void AddCube(std::vector<Triangle>& mesh, const Point& low, float side)
+{
+    const auto at = [&](int corner) -> Point {
+        return {low[0] + side * float(corner & 1), low[1] + side * float(corner >> 1 & 1),
+                low[2] + side * float(corner >> 2)};
+    };
+    constexpr std::array<std::array<int, 4>, 6> faces{
+        {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}}};
+    for (const auto& f : faces) {
+        mesh.push_back({at(f[0]), at(f[1]), at(f[2])});
+        mesh.push_back({at(f[0]), at(f[2]), at(f[3])});
+    }
+}
+
+/// Puts a corner into the first side of a triangle, and a facet without area between it and the
+/// triangle beside it.
+void SplitSide(std::vector<Triangle>& mesh, std::size_t triangle)
+{
+    const auto [a, b, c] = mesh[triangle];
+    const Point middle{0.5f * (a[0] + b[0]), 0.5f * (a[1] + b[1]), 0.5f * (a[2] + b[2])};
+    mesh[triangle] = {a, middle, c};
+    mesh.push_back({middle, b, c});
+    mesh.push_back({a, b, middle});
+}
+
 void WriteBinary(std::FILE* file, const std::vector<Triangle>& mesh)
 {
     const std::array<char, 80> header{};
@@ -198,6 +223,18 @@ int WriteSphere(const std::string& path, int triangles, bool text)
     const File file = Create(path);
     text ? WriteText(file.get(), mesh) : WriteBinary(file.get(), mesh);
     return static_cast<int>(mesh.size());
+}
+
+void WriteCrowded(const std::string& path, int triangles, bool withoutArea)
+{
+    std::vector<Triangle> mesh = Sphere(triangles);
+    for (Triangle& triangle : mesh)
+        for (Point& p : triangle)
+            for (float& x : p) x *= 0.1f;
+    AddCube(mesh, {-13, 0, 0}, 1);
+    if (withoutArea) SplitSide(mesh, mesh.size() - 1);
+    AddCube(mesh, {-990, -990, -990}, 2000);
+    WriteBinary(Create(path).get(), mesh);
 }
 
 void WriteTube(const std::string& path, int triangles, double inner, double outer, double length)

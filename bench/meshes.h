@@ -21,4 +21,8 @@ void WriteGear(const std::string& path, int triangles);
 /// merge.
 void WritePlate(const std::string& path, int triangles, int needles);
 
+/// Writes a sphere of radius 10 of about `triangles` triangles, so small in a frame of 2,000 that
+/// one cell of an octree holds it, with a cube beside it that has one facet without area, or none.
+void WriteCrowded(const std::string& path, int triangles, bool withoutArea);
+
 #endif

@@ -1,6 +1,9 @@
 // Time of a query, a new pose and its answer, for two bumpy spheres: apart; one inside the other,
 // with room between the surfaces; 0.01 apart; in contact. And for a shaft in a bore, with 0.05 of
 // air all round. Placed, and moved by 30 to that pose. And of the first query after a load.
+// And of spheres side by side to which a host has done odd things, most of which once cost the
+// square of the triangles: a facet without area in a crowded cell, rotations in place, motions with
+// a divide or a shear.
 // Each row shows how many of its answers were contact, so that a change of an answer shows.
 #include <benchmark/benchmark.h>
 
@@ -81,23 +84,28 @@ void LoadInto(int slot, std::string path)
     SCAPI_LoadSTL(slot, reinterpret_cast<unsigned char*>(path.data()), 0);
 }
 
+enum Solids { kSpheres, kShaftInBore, kCrowded, kCrowdedWithoutArea };
+
 /// The solids of a situation in slots 0 and 1, of a size, loaded from their caches where the
 /// situation before was alike.
-void Load(int triangles, bool fit)
+void Load(int triangles, Solids solids)
 {
     static const auto folder = std::filesystem::temp_directory_path() / "scapi_bench_query";
-    static int written = 0;
-    const int wanted = fit ? -triangles : triangles;
+    static std::array<int, 2> written{};
+    const std::array<int, 2> wanted{triangles, solids};
     const std::string first = (folder / "first.stl").string(),
                       second = (folder / "second.stl").string();
     if (written != wanted) {
         std::filesystem::remove_all(folder);
         std::filesystem::create_directories(folder);
-        if (fit) {
+        if (solids == kShaftInBore) {
             WriteTube(first, triangles, 18, 60, 24);
             WriteTube(second, triangles, 5, 17.95, 60);
         } else {
-            WriteSphere(first, triangles, false);
+            if (solids == kSpheres)
+                WriteSphere(first, triangles, false);
+            else
+                WriteCrowded(first, triangles, solids == kCrowdedWithoutArea);
             WriteSphere(second, triangles, false);
         }
         written = wanted;
@@ -106,11 +114,11 @@ void Load(int triangles, bool fit)
     LoadInto(1, second);
 }
 
-void FirstQuery(benchmark::State& state, bool fit)
+void FirstQuery(benchmark::State& state, Solids solids)
 {
     Pose pose = MakePose(1, 0, 0);
     for (auto _ : state) {
-        Load(static_cast<int>(state.range(0)), fit);
+        Load(static_cast<int>(state.range(0)), solids);
         const auto start = std::chrono::steady_clock::now();
         benchmark::DoNotOptimize(Touches(pose));
         state.SetIterationTime(
@@ -120,7 +128,7 @@ void FirstQuery(benchmark::State& state, bool fit)
 
 void Query(benchmark::State& state, Situation situation, bool moves)
 {
-    Load(static_cast<int>(state.range(0)), situation == kFit);
+    Load(static_cast<int>(state.range(0)), situation == kFit ? kShaftInBore : kSpheres);
     std::array<Pose, kPoses> ends = MakePoses(situation), starts = ends;
     for (Pose& start : starts)
         if (moves) start.row[0][3] += kMotion;
@@ -137,9 +145,48 @@ void Query(benchmark::State& state, Situation situation, bool moves)
     state.counters["contact"] = double(contacts) / double(state.iterations());
 }
 
+enum Oddity {
+    kTool,          ///< round the part in its frame
+    kRotatedFirst,  ///< in place, after the load
+    kRotatedSecond, ///< likewise
+    kRotatedLate,   ///< the second, after its motion was defined
+    kDivide,        ///< a motion whose w falls along x
+    kSheared        ///< both in motion, the second so sheared that its edges pass by the first
+};
+
+Pose ShearedPose(float x)
+{
+    return {{{30, -30, 0, x}, {30, -30, 0.5f, -x}, {30, -30, 1, 0}, {0, 0, 0, 1}}};
+}
+
+void Odd(benchmark::State& state, Solids solids, Oddity oddity)
+{
+    Load(static_cast<int>(state.range(0)), solids);
+    Pose slight = MakePose(1, 0.01f, 0), start = MakePose(1, 0, 149);
+    start.row[1][3] = 149;
+    if (oddity == kTool) start = MakePose(0.2f, 0, 0);
+    if (oddity == kDivide) start.row[3][0] = -1e-4f;
+    if (oddity == kSheared) start = ShearedPose(300);
+    if (oddity == kRotatedFirst) SCAPI_Rotate(0, slight.row);
+    if (oddity == kRotatedSecond) SCAPI_Rotate(1, slight.row);
+    if (oddity == kSheared) SCAPI_DefSweep(0, slight.row, start.row);
+    // The first query of a solid makes what the others use.
+    Touches(start);
+    int contacts = 0;
+    for (auto _ : state) {
+        Pose end = start;
+        if (oddity == kSheared) end.row[2][3] += 5;
+        SCAPI_DefSweep(1, start.row, end.row);
+        if (oddity == kRotatedLate) SCAPI_Rotate(1, slight.row);
+        contacts += SCAPI_DetectInterference(0, 1) == SCAPI_INTERFERENCE;
+        start.row[2][3] += 1e-4f;
+    }
+    state.counters["contact"] = double(contacts) / double(state.iterations());
+}
+
 void DefSweep(benchmark::State& state, bool moves)
 {
-    Load(static_cast<int>(state.range(0)), false);
+    Load(static_cast<int>(state.range(0)), kSpheres);
     Pose start = MakePose(1, 0, 400), end = start;
     if (moves) start.row[0][3] += kMotion;
     for (auto _ : state) {
@@ -159,6 +206,12 @@ void SmallSizes(benchmark::internal::Benchmark* bench)
     bench->RangeMultiplier(10)->Range(1000, 10000)->Unit(benchmark::kMicrosecond);
 }
 
+/// Doubled from size to size, which shows whether time grows with the square.
+void OddSizes(benchmark::internal::Benchmark* bench)
+{
+    bench->RangeMultiplier(2)->Range(3750, 30000)->Unit(benchmark::kMicrosecond)->MinTime(0.05);
+}
+
 BENCHMARK_CAPTURE(DefSweep, placed, false)->Apply(Sizes);
 BENCHMARK_CAPTURE(DefSweep, moved, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, apart_placed, kApart, false)->Apply(Sizes);
@@ -171,8 +224,15 @@ BENCHMARK_CAPTURE(Query, near_moved, kNear, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, hit_moved, kHit, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, fit_placed, kFit, false)->Apply(SmallSizes);
 BENCHMARK_CAPTURE(Query, fit_moved, kFit, true)->Apply(SmallSizes);
-BENCHMARK_CAPTURE(FirstQuery, spheres, false)->Apply(Sizes)->UseManualTime();
-BENCHMARK_CAPTURE(FirstQuery, fit, true)->Apply(SmallSizes)->UseManualTime();
+BENCHMARK_CAPTURE(Odd, crowded, kCrowded, kTool)->Apply(OddSizes);
+BENCHMARK_CAPTURE(Odd, crowded_without_area, kCrowdedWithoutArea, kTool)->Apply(OddSizes);
+BENCHMARK_CAPTURE(Odd, rotated_first, kSpheres, kRotatedFirst)->Apply(OddSizes);
+BENCHMARK_CAPTURE(Odd, rotated_second, kSpheres, kRotatedSecond)->Apply(OddSizes);
+BENCHMARK_CAPTURE(Odd, rotated_late, kSpheres, kRotatedLate)->Apply(OddSizes);
+BENCHMARK_CAPTURE(Odd, divided_motion, kSpheres, kDivide)->Apply(OddSizes);
+BENCHMARK_CAPTURE(Odd, both_swept_sheared, kSpheres, kSheared)->Apply(OddSizes);
+BENCHMARK_CAPTURE(FirstQuery, spheres, kSpheres)->Apply(Sizes)->UseManualTime();
+BENCHMARK_CAPTURE(FirstQuery, fit, kShaftInBore)->Apply(SmallSizes)->UseManualTime();
 
 } // namespace
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "geometry/bbox.h"
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
 
@@ -22,6 +23,10 @@ constexpr double kRounding = 1e-6; ///< of a few float operations, relative
 constexpr double kOnce = 6.1e-8;   ///< of one float operation, relative
 constexpr double kMinSine = 1e-5;  ///< of the angle between two sides
 constexpr double kMaxGrowth = 1e3; ///< of the larger triangle over the sides
+// Loose regions, in diagonals of the cell: how far from it they reach, and half of that.
+constexpr double kCellsAround = 4;
+constexpr double kCellsForEdge = 1.999;
+constexpr double kAcross = 1e-9; ///< that a height of kThickness moves a point across a side line
 
 using Vector = std::array<double, 3>;
 
@@ -88,6 +93,93 @@ bool LargerTriangle(const float (*corners)[3], const float* plane, double height
     return false;
 }
 
+/// What is near a cell: all points within kCellsAround of its diagonals, and some more.
+struct Ball {
+    Vector centre;
+    double diagonal; ///< of the cell
+    double radius;
+};
+
+Ball BallAround(const float* cell)
+{
+    Ball ball{{}, distance(cell, cell + 3), 0};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        ball.centre[axis] = 0.5 * (double(cell[axis]) + cell[axis + 3]);
+    ball.radius = 1.0001 * (kCellsAround + 0.5) * ball.diagonal;
+    return ball;
+}
+
+struct Polygon {
+    std::array<Vector, 13> corner; ///< a square, cut by three lines, which rounding can make jagged
+    std::size_t count;
+};
+
+/// Cuts off what lies beyond c . x = offset.
+void Cut(Polygon& polygon, const Vector& c, double offset)
+{
+    Polygon kept{};
+    for (std::size_t i = 0; i < polygon.count; ++i) {
+        const Vector &from = polygon.corner[i], &to = polygon.corner[(i + 1) % polygon.count];
+        const double a = Dot(c, from) - offset, b = Dot(c, to) - offset;
+        if (!(a > 0)) kept.corner[kept.count++] = from;
+        if ((a > 0) == (b > 0)) continue;
+        const double t = a / (a - b);
+        for (std::size_t r = 0; r < 3; ++r)
+            kept.corner[kept.count][r] = from[r] + t * (to[r] - from[r]);
+        ++kept.count;
+    }
+    polygon = kept;
+}
+
+/// The square around the ball in a plane.
+/// @param origin  to which its corners are relative
+/// @return empty where the plane misses the ball
+Polygon SquareIn(const float* plane, const Ball& ball, const float* origin)
+{
+    const Vector normal{plane[0], plane[1], plane[2]};
+    const double height = Dot(normal, ball.centre) + plane[3];
+    if (!(std::fabs(height) < ball.radius + kThickness)) return {};
+    Vector u{}, v{};
+    u[static_cast<std::size_t>(SmallestAxis(plane))] = 1;
+    const double along = Dot(u, normal);
+    for (std::size_t r = 0; r < 3; ++r) u[r] -= along * normal[r];
+    const double scale = ball.radius / std::sqrt(Dot(u, u));
+    for (double& x : u) x *= scale;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const std::size_t j = (i + 1) % 3, k = (i + 2) % 3;
+        v[i] = normal[j] * u[k] - normal[k] * u[j];
+    }
+    Polygon square{{}, 4};
+    for (std::size_t c = 0; c < 4; ++c)
+        for (std::size_t r = 0; r < 3; ++r)
+            square.corner[c][r] = ball.centre[r] - height * normal[r] - origin[r] +
+                                  (c == 0 || c == 3 ? u[r] : -u[r]) + (c < 2 ? v[r] : -v[r]);
+    return square;
+}
+
+/// The part of a plane near a cell that PointInsideTriangle takes for inside: between the side
+/// lines, which for a triangle without area is a strip, however long.
+/// @return false where nothing is left, or too much
+bool ClipPlane(const float (*corners)[3], const float* plane, const Ball& ball, HitRegion& region)
+{
+    Polygon polygon = SquareIn(plane, ball, corners[0]);
+    double farthest = 0;
+    for (std::size_t i = 0; i < polygon.count; ++i)
+        farthest = std::max(farthest, Dot(polygon.corner[i], polygon.corner[i]));
+    for (int i = 0; i < 3; ++i) {
+        const SideLine side = MakeSide(corners, plane, i);
+        const double slack = 4 * kOnce * (std::sqrt(farthest) + distance(corners[i], corners[0]));
+        Cut(polygon, side.c, side.offset + (slack + kAcross) * side.length);
+    }
+    if (polygon.count == 0 || polygon.count + 3 > HitRegion::kMaxCorners) return false;
+    for (std::size_t i = 0; i < polygon.count; ++i) {
+        for (std::size_t r = 0; r < 3; ++r)
+            region.corner[region.corners][r] = float(corners[0][r] + polygon.corner[i][r]);
+        ++region.corners;
+    }
+    return true;
+}
+
 } // namespace
 
 bool CalcHitRegion(const float (*corners)[3], const float* plane, double maxCoordinate,
@@ -109,6 +201,8 @@ bool CalcHitRegion(const float (*corners)[3], const float* plane, double maxCoor
         region.box[axis + 3] = RoundUp(high + margin);
     }
     region.corners = 3;
+    region.isLoose = false;
+    region.longestEdge = HUGE_VALF;
     region.pad = RoundUp(kThickness + offset + 4 * rounding);
     return true;
 }
@@ -141,18 +235,38 @@ bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const f
     return from <= to;
 }
 
+void CalcLooseRegion(const float (*corners)[3], const float* plane, const float* cell,
+                     double maxCoordinate, HitRegion& region)
+{
+    region = {};
+    region.isLoose = true;
+    region.longestEdge = HUGE_VALF;
+    double reach = maxCoordinate;
+    if (dot(plane, plane) > 0) {
+        const Ball ball = BallAround(cell);
+        if (!ClipPlane(corners, plane, ball, region)) return SetToBox(region, cell);
+        region.longestEdge = RoundDown(kCellsForEdge * ball.diagonal);
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            reach = std::max(reach, std::fabs(ball.centre[axis]) + 2 * ball.radius);
+    }
+    for (int c = 0; c < 3; ++c) std::copy_n(corners[c], 3, region.corner[region.corners++]);
+    region.pad = RoundUp(kThickness + kTwoContacts + kRounding * reach);
+    ClearBbox(region.box);
+    for (int c = 0; c < region.corners; ++c) ExtendBbox(region.box, region.corner[c]);
+    for (int axis = 0; axis < 3; ++axis) {
+        region.box[axis] = RoundDown(double(region.box[axis]) - region.pad);
+        region.box[axis + 3] = RoundUp(double(region.box[axis + 3]) + region.pad);
+    }
+}
+
 void SetToBox(HitRegion& region, const float* box)
 {
     std::copy_n(box, 6, region.box);
+    for (int c = 0; c < 8; ++c)
+        for (int axis = 0; axis < 3; ++axis)
+            region.corner[c][axis] = box[c >> axis & 1 ? axis + 3 : axis];
     region.corners = 8;
     region.pad = 0;
-}
-
-Point3 CornerOf(const HitRegion& region, int i)
-{
-    if (region.corners == 3) {
-        const float* corner = region.corner[i];
-        return {corner[0], corner[1], corner[2]};
-    }
-    return {region.box[i & 1 ? 3 : 0], region.box[i & 2 ? 4 : 1], region.box[i & 4 ? 5 : 2]};
+    region.isLoose = true;
+    region.longestEdge = 0;
 }

@@ -7,10 +7,13 @@
 /// edge in the triangle's plane, a point near one of its sides. It leaves out the margins of
 /// parallel segments, which depend on the edge (query/margins.h).
 struct HitRegion {
+    static constexpr int kMaxCorners = 10;
     float box[6]; ///< rounded outwards
-    float corner[3][3];
-    float pad;   ///< all of the region lies within this distance of the hull of the corners
-    int corners; ///< 3, or 8 for those of the box
+    float corner[kMaxCorners][3];
+    float pad; ///< all of the region lies within this distance of the hull of the corners
+    int corners;
+    bool isLoose;      ///< one of CalcLooseRegion: hits can lie off the triangle
+    float longestEdge; ///< holds for edges up to this length only
 };
 
 /// @param plane          of the triangle, from CalcPlane
@@ -23,9 +26,14 @@ bool CalcHitRegion(const float (*corners)[3], const float* plane, double maxCoor
 /// (Lemma 10): such a point lies on the edge, or off its ends by its own length at most.
 bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const float* plane);
 
-/// Makes a region of a box alone.
-void SetToBox(HitRegion& region, const float* box);
+/// The region of a triangle that is too thin for one of its own, or that is judged by the plane of
+/// another one (Lemma 11). It needs the cell that the box of an edge has to overlap.
+/// @param plane  by which it is judged; zero where only its sides can be hit
+void CalcLooseRegion(const float (*corners)[3], const float* plane, const float* cell,
+                     double maxCoordinate, HitRegion& region);
 
-Point3 CornerOf(const HitRegion& region, int i);
+/// Makes a region of a box alone, which the box of an edge has to overlap: the edge itself need
+/// not.
+void SetToBox(HitRegion& region, const float* box);
 
 #endif

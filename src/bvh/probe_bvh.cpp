@@ -52,6 +52,20 @@ void ReadCorners(const SOLIDC& solid, int triangle, float (*corner)[3])
                     corner[slot]);
 }
 
+/// The normal that boxes go by. After a rotation, which leaves the vertices where they were, the
+/// record's is not that of the triangle between them.
+void ReadFacing(const SOLIDC& solid, int index, const float (*corner)[3], float* facing)
+{
+    std::copy_n(solid.triangles[index].normal, 3, facing);
+    if (!solid.isRotated) return;
+    float u[3], v[3];
+    Subtract(corner[1], corner[0], u);
+    Subtract(corner[2], corner[0], v);
+    cross(u, v, facing);
+    const double length = std::sqrt(dot(facing, facing));
+    for (int r = 0; r < 3; ++r) facing[r] = length > 0 ? float(facing[r] / length) : 0;
+}
+
 Probe MakeProbe(const SOLIDC& solid, int index)
 {
     const T_LIST& triangle = solid.triangles[index];
@@ -215,7 +229,9 @@ void ProbeBuilder::ReadItems(const ItemRange& items, ProbeSummary& node) const
                 node.shortest = std::min(node.shortest, length.least);
             }
         });
-        AddNormals(node.merged.normals, probe.normal, probe.normal);
+        float facing[3];
+        ReadFacing(solid, probe.index, probe.corner, facing);
+        AddNormals(node.merged.normals, facing, facing);
         AddNormalsAround(solid, probe, node.around);
     }
 }
@@ -303,9 +319,10 @@ void ProbeBuilder::Finish(const ItemRange& items, ProbeSummary& node, int wide, 
 
 BvhItem ItemOf(const SOLIDC& solid, int triangle, int number)
 {
-    float corner[3][3];
+    float corner[3][3], facing[3];
     ReadCorners(solid, triangle, corner);
-    return MakeItem(corner, solid.triangles[triangle].normal, number);
+    ReadFacing(solid, triangle, corner, facing);
+    return MakeItem(corner, facing, number);
 }
 
 void BuildProbes(const SOLIDC& solid, ProbeTree& tree)

@@ -10,6 +10,7 @@ struct QueryTrees {
     bool triedBounds = false, canProbe = false;
     ObbLanes bounds; ///< of all vertices, in all lanes
     TargetTree targets;
+    TargetTree resting; ///< without the octree, for a solid that is swept itself
     ProbeTree probes;
 };
 
@@ -18,6 +19,11 @@ QueryTrees& QueryTreesOf(SOLIDC& solid);
 
 /// Whether a point lies so near that the walk's own stand-in for "no edge", at 1e10, is far away.
 bool IsNearby(const float* point);
+
+inline bool IsNearbyTriangle(const float (*corners)[3])
+{
+    return IsNearby(corners[0]) && IsNearby(corners[1]) && IsNearby(corners[2]);
+}
 
 /// Whether the corners of a box of six floats are nearby and in order.
 bool IsPlainBox(const float* box);

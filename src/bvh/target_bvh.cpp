@@ -6,6 +6,7 @@
 
 #include "bvh/fill.h"
 #include "bvh/hit_region.h"
+#include "bvh/query_trees.h"
 #include "geometry/bbox.h"
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
@@ -19,6 +20,8 @@ struct TargetSummary {
     NodeSummary merged;
     float longest = 0;
     bool holdsCells = false;
+    float longestEdge = HUGE_VALF;
+    float cells[6];
 };
 
 /// Fills in nodes and planes, for FillLane.
@@ -30,7 +33,7 @@ struct TargetBuilder {
     int firstItem; ///< number of the first of them
     // Of the items prepared last:
     int first = 0;
-    std::vector<std::array<float, 4>> plane{};
+    std::vector<TargetPlane> plane{};
     std::vector<HitRegion> region{};
     std::vector<Point3> points{};
 
@@ -40,9 +43,9 @@ struct TargetBuilder {
         return item[static_cast<std::size_t>(i - firstItem)].corner;
     }
     const HitRegion& RegionAt(int i) const { return region[static_cast<std::size_t>(i - first)]; }
-    const float* PlaneAt(int i) const { return plane[static_cast<std::size_t>(i - first)].data(); }
+    const float* PlaneAt(int i) const { return plane[static_cast<std::size_t>(i - first)].normal; }
 
-    static TargetSummary EmptyNode() { return {::EmptyNode()}; }
+    static TargetSummary EmptyNode();
     void Prepare(const ItemRange& items);
     void ReadItems(const ItemRange& items, TargetSummary& node) const;
     static void Merge(TargetSummary& node, const TargetSummary& below);
@@ -55,7 +58,36 @@ struct TargetBuilder {
                   int lane) const;
     void SetDeviation(const ItemRange& items, const TargetSummary& node, const Obb& box,
                       TargetNodes& nodes, int lane) const;
+    void SetCells(const TargetSummary& node, int wide, int lane) const;
 };
+
+TargetSummary TargetBuilder::EmptyNode()
+{
+    TargetSummary node{};
+    node.merged = ::EmptyNode();
+    ClearBbox(node.cells);
+    return node;
+}
+
+/// The triangle by whose plane one without a plane is judged, or null.
+const T_LIST* JudgeOf(const TargetTree& tree, const T_LIST* triangle)
+{
+    const auto found = std::ranges::lower_bound(tree.judged, triangle, {}, &JudgedTarget::triangle);
+    return found != tree.judged.end() && found->triangle == triangle ? found->judge : nullptr;
+}
+
+/// @param judge  of a triangle without a plane; may be null
+/// @return whether the plane is the triangle's own
+bool ReadPlane(const T_LIST& triangle, const T_LIST* judge, TargetPlane& plane)
+{
+    float found[4] = {};
+    const bool own = CalcPlane(triangle.corners[0], 3, found);
+    if (!own && judge) CalcPlane(judge->corners[0], 3, found);
+    if (std::any_of(found, found + 4, [](float x) { return !std::isfinite(x); }))
+        std::fill_n(found, 4, 0.0f);
+    std::memcpy(&plane, found, sizeof plane);
+    return own;
+}
 
 void TargetBuilder::Prepare(const ItemRange& items)
 {
@@ -65,40 +97,56 @@ void TargetBuilder::Prepare(const ItemRange& items)
     for (std::size_t i = 0; i < plane.size(); ++i) {
         const int at = first + static_cast<int>(i);
         const Target& target = TargetAt(at);
-        if (target.triangle) CalcPlane(CornersAt(at)[0], 3, plane[i].data());
-        // Only edges whose box overlaps the leaf's cell are tested with its triangles, so the cell
-        // bounds those that have no region.
-        if (!target.triangle ||
-            !CalcHitRegion(CornersAt(at), plane[i].data(), tree.maxCoordinate, region[i]))
-            SetToBox(region[i], target.leaf->bbox);
+        const bool own = ReadPlane(*target.triangle, JudgeOf(tree, target.triangle), plane[i]);
+        const auto* corners = target.triangle->corners;
+        if (own && IsNearbyTriangle(corners) &&
+            CalcHitRegion(CornersAt(at), plane[i].normal, tree.maxCoordinate, region[i]))
+            continue;
+        float cell[6];
+        CellOf(tree, target, cell);
+        if (IsNearbyTriangle(corners))
+            CalcLooseRegion(CornersAt(at), plane[i].normal, cell, tree.maxCoordinate, region[i]);
+        else
+            SetToBox(region[i], cell);
     }
 }
 
 void TargetBuilder::ReadItems(const ItemRange& items, TargetSummary& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
-        MergeBbox(node.merged.bounds, RegionAt(i).box);
-        if (RegionAt(i).corners != 3) node.holdsCells = true;
-        if (!TargetAt(i).triangle) continue;
+        const HitRegion& held = RegionAt(i);
+        MergeBbox(node.merged.bounds, held.box);
+        node.holdsCells = node.holdsCells || held.isLoose;
+        node.longestEdge = std::min(node.longestEdge, held.longestEdge);
         const auto* corner = CornersAt(i);
         for (int c = 0; c < 3; ++c)
             node.longest = std::max(node.longest, LengthOf(corner[c], corner[(c + 1) % 3]).most);
-        AddNormals(node.merged.normals, PlaneAt(i), PlaneAt(i));
+        if (dot(PlaneAt(i), PlaneAt(i)) > 0)
+            AddNormals(node.merged.normals, PlaneAt(i), PlaneAt(i));
+        if (!tree.hasCells) continue;
+        float cell[6];
+        CellOf(tree, TargetAt(i), cell);
+        MergeBbox(node.cells, cell);
     }
 }
 
 void TargetBuilder::Merge(TargetSummary& node, const TargetSummary& below)
 {
     ::Merge(node.merged, below.merged);
+    MergeBbox(node.cells, below.cells);
     node.longest = std::max(node.longest, below.longest);
     node.holdsCells = node.holdsCells || below.holdsCells;
+    node.longestEdge = std::min(node.longestEdge, below.longestEdge);
 }
 
 std::span<const Point3> TargetBuilder::PointsOf(const ItemRange& items, double& pad)
 {
     points.clear();
     for (int i = items.first; i < items.last; ++i) {
-        for (int c = 0; c < RegionAt(i).corners; ++c) points.push_back(CornerOf(RegionAt(i), c));
+        for (int c = 0; c < RegionAt(i).corners; ++c) {
+            const float* corner = RegionAt(i).corner[c];
+            points.push_back({corner[0], corner[1], corner[2]});
+        }
         pad = std::max(pad, double(RegionAt(i).pad));
     }
     return points;
@@ -186,6 +234,16 @@ void TargetBuilder::SetSides(const ItemRange& items, const TargetSummary& node, 
     nodes.acrossLongest[lane] = RoundUp(acrossLongest * 1.00001);
 }
 
+void TargetBuilder::SetCells(const TargetSummary& node, int wide, int lane) const
+{
+    if (!tree.hasCells) return;
+    tree.cells.EnsureSize(wide + 1);
+    for (int r = 0; r < 3; ++r) {
+        tree.cells[wide].low[r][lane] = node.cells[r];
+        tree.cells[wide].high[r][lane] = node.cells[r + 3];
+    }
+}
+
 void TargetBuilder::Finish(const ItemRange& items, const TargetSummary& node, int wide,
                            int lane) const
 {
@@ -193,6 +251,8 @@ void TargetBuilder::Finish(const ItemRange& items, const TargetSummary& node, in
     TargetNodes& nodes = tree.nodes[wide];
     nodes.longest[lane] = node.longest;
     nodes.holdsCells[lane] = node.holdsCells ? 1 : 0;
+    nodes.longestEdge[lane] = node.longestEdge;
+    SetCells(node, wide, lane);
     Obb box = node.merged.box;
     SetSides(items, node, box, nodes, lane);
     SetDeviation(items, node, box, nodes, lane);
@@ -203,81 +263,84 @@ void TargetBuilder::Finish(const ItemRange& items, const TargetSummary& node, in
         std::memcpy(&tree.plane[static_cast<std::size_t>(i)], PlaneAt(i), sizeof(TargetPlane));
 }
 
-/// The triangle by which a target is sorted into the tree.
-const T_LIST& RepresentativeOf(const Target& target)
+/// @param plane  of the target
+BvhItem ItemOf(const TargetTree& tree, const Target& target, const TargetPlane& plane, int number)
 {
-    return target.triangle ? *target.triangle : *target.leaf->listHead;
+    if (IsNearbyTriangle(target.triangle->corners))
+        return MakeItem(target.triangle->corners, plane.normal, number);
+    float corners[3][3], cell[6];
+    CellOf(tree, target, cell);
+    for (int c = 0; c < 3; ++c) std::copy_n(c == 1 ? cell + 3 : cell, 3, corners[c]);
+    return MakeItem(corners, plane.normal, number);
 }
 
-/// The targets in the order of the octree.
-struct TargetList {
-    std::vector<Target> target;
-    std::vector<BvhItem> item;
-    double maxCoordinate = 0; ///< greatest magnitude of a coordinate
-    bool nearby = true;
-
-    void Add(const Target& added, const float* plane)
-    {
-        item.push_back(
-            MakeItem(RepresentativeOf(added).corners, plane, static_cast<int>(target.size())));
-        target.push_back(added);
-    }
-
-    void Inspect(const T_LIST& triangle)
-    {
-        for (const auto& corner : triangle.corners) {
-            nearby = nearby && IsNearby(corner);
-            for (const float x : corner)
-                maxCoordinate = std::max(maxCoordinate, double(std::fabs(x)));
-        }
-    }
-
-    /// Adds the triangles of a leaf, or the leaf as one target if a triangle has no plane.
-    void AddLeaf(OCTREENODE* leaf)
-    {
-        const std::size_t first = target.size();
-        bool whole = false;
-        for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
-            Inspect(*triangle);
-            float plane[4] = {};
-            whole = !CalcPlane(triangle->corners[0], 3, plane) || whole;
-            if (!whole) Add({triangle, leaf}, plane);
-        }
-        if (!whole) return;
-        target.resize(first);
-        item.resize(first);
-        const float none[4] = {};
-        Add({nullptr, leaf}, none);
-    }
-
-    void AddLeaves(OCTREENODE* node)
-    {
-        if (node->listHead) AddLeaf(node);
-        for (OCTREENODE* child : node->children)
-            if (child) AddLeaves(child);
-    }
-};
-
-void BuildTargets(SOLIDC& solid, TargetTree& tree)
+/// Makes an item of each target, and finds out who judges those without a plane: their order is
+/// still that of the chains.
+std::vector<BvhItem> MakeItems(TargetTree& tree)
 {
-    if (!IsPlainBox(solid.octree->root->bbox)) return;
-    TargetList list;
-    list.target.reserve(static_cast<std::size_t>(solid.triangleCount));
-    list.item.reserve(static_cast<std::size_t>(solid.triangleCount));
-    list.AddLeaves(solid.octree->root);
-    tree.usable = list.nearby;
-    if (!list.nearby || list.item.empty()) return;
-    tree.maxCoordinate = list.maxCoordinate;
-    tree.bvh = BuildBvh(list.item);
-    tree.target = std::move(list.target);
-    Reorder<Target>(tree.target, list.item);
-    tree.plane = MakeScratch<TargetPlane>(tree.target.size() + kLanes);
-    TargetBuilder build{tree, list.item, 0};
-    std::vector<Point3> corners;
-    FillLane(build, tree.bvh, 0, 0, corners);
+    std::vector<BvhItem> items;
+    items.reserve(tree.target.size());
+    const T_LIST* judge = nullptr;
+    const OCTREENODE* leaf = nullptr;
+    for (const Target& target : tree.target) {
+        if (!target.leaf || target.leaf != leaf) judge = nullptr;
+        leaf = target.leaf;
+        TargetPlane plane;
+        if (ReadPlane(*target.triangle, judge, plane))
+            judge = target.triangle;
+        else
+            tree.judged.push_back({target.triangle, judge});
+        items.push_back(ItemOf(tree, target, plane, static_cast<int>(items.size())));
+    }
+    std::ranges::sort(tree.judged, {}, &JudgedTarget::triangle);
+    return items;
+}
+
+void ReadMaxCoordinate(TargetTree& tree)
+{
+    for (const Target& target : tree.target)
+        if (IsNearbyTriangle(target.triangle->corners))
+            for (const auto& corner : target.triangle->corners)
+                for (const float x : corner)
+                    tree.maxCoordinate = std::max(tree.maxCoordinate, double(std::fabs(x)));
+}
+
+void AddLeaves(TargetTree& tree, OCTREENODE* node)
+{
+    for (T_LIST* triangle = node->listHead; triangle; triangle = NextTriangle(triangle))
+        tree.target.push_back({triangle, node});
+    for (OCTREENODE* child : node->children)
+        if (child) AddLeaves(tree, child);
 }
 
 } // namespace
+
+void CellOf(const TargetTree& tree, const Target& target, float* cell)
+{
+    if (target.leaf) {
+        std::copy_n(target.leaf->bbox, 6, cell);
+        return;
+    }
+    TriangleBbox(target.triangle->corners, cell);
+    for (int axis = 0; axis < 3; ++axis) {
+        cell[axis] = RoundDown(double(cell[axis]) - tree.tolerance);
+        cell[axis + 3] = RoundUp(double(cell[axis + 3]) + tree.tolerance);
+    }
+}
+
+void BuildTargetTree(TargetTree& tree)
+{
+    tree.usable = true;
+    if (tree.target.empty()) return;
+    ReadMaxCoordinate(tree);
+    std::vector<BvhItem> items = MakeItems(tree);
+    tree.bvh = BuildBvh(items);
+    Reorder<Target>(tree.target, items);
+    tree.plane = MakeScratch<TargetPlane>(tree.target.size() + kLanes);
+    TargetBuilder build{tree, items, 0};
+    std::vector<Point3> corners;
+    FillLane(build, tree.bvh, 0, 0, corners);
+}
 
 int BuildTargetsBelow(TargetTree& tree, int wide, int lane)
 {
@@ -286,10 +349,9 @@ int BuildTargetsBelow(TargetTree& tree, int wide, int lane)
                                     static_cast<std::size_t>(range.Count()));
     std::vector<BvhItem> items;
     for (const Target& target : targets) {
-        float plane[4] = {};
-        const T_LIST& representative = RepresentativeOf(target);
-        if (target.triangle) CalcPlane(representative.corners[0], 3, plane);
-        items.push_back(MakeItem(representative.corners, plane, static_cast<int>(items.size())));
+        TargetPlane plane;
+        ReadPlane(*target.triangle, JudgeOf(tree, target.triangle), plane);
+        items.push_back(ItemOf(tree, target, plane, static_cast<int>(items.size())));
     }
     const int below = BuildSubtree(tree.bvh, range, items);
     Reorder(targets, items);
@@ -300,7 +362,12 @@ int BuildTargetsBelow(TargetTree& tree, int wide, int lane)
 TargetTree* TargetTreeOf(SOLIDC& solid)
 {
     TargetTree& tree = QueryTreesOf(solid).targets;
-    if (!tree.tried && solid.octree) BuildTargets(solid, tree);
+    if (!tree.tried && solid.octree && IsPlainBox(solid.octree->root->bbox)) {
+        tree.target.reserve(static_cast<std::size_t>(solid.triangleCount));
+        AddLeaves(tree, solid.octree->root);
+        tree.hasCells = solid.isRotated;
+        BuildTargetTree(tree);
+    }
     tree.tried = true;
     return tree.usable ? &tree : nullptr;
 }

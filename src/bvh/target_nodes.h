@@ -8,11 +8,17 @@
 #include "bvh/obb_lanes.h"
 #include "scapi/octree.h"
 
-/// A triangle that can be hit, or a whole leaf of the octree, which has to be walked as it is where
-/// it holds a triangle without area: that is judged by the plane of those before it in the chain.
+/// A triangle that can be hit.
 struct Target {
-    const T_LIST* triangle; ///< null for a whole leaf
+    const T_LIST* triangle;
+    /// Of the octree: only edges whose box overlaps its cell are tested with the triangle. Null
+    /// where that is the triangle's own box.
     OCTREENODE* leaf;
+};
+
+/// A triangle without a plane, and the one of its leaf's chain by whose plane it is judged.
+struct JudgedTarget {
+    const T_LIST *triangle, *judge; ///< judge is null for those that come first in the chain
 };
 
 /// Bounds of four nodes of targets.
@@ -26,28 +32,46 @@ struct TargetNodes {
     /// and its greatest length. A step s in the plane of a target has a component of at most the
     /// sum of deviation[k] * |s[k]| on the first axis, and of maxDeviation * |s|.
     Lanes deviation[3], maxDeviation;
-    /// 1 where a target has no plane, or is too thin for a hit region, else 0. It is bounded by the
-    /// cell of its leaf, which the box of an edge that hits overlaps; the edge itself need not.
-    Lanes holdsCells;
+    /// 1 where a target has a loose region, which its leaf's cell bounds, else 0: hits can then lie
+    /// anywhere beside edges. Edges longer than longestEdge can hit outside of the box (Lemma 11).
+    Lanes holdsCells, longestEdge;
 };
 
-/// Plane of a target; zero for a leaf of the octree.
+/// Boxes of the cells of four nodes of targets.
+struct TargetCells {
+    Lanes low[3], high[3];
+};
+
+/// The plane by which a target is judged; zero where there is none, or where rounding left NaNs:
+/// each edge then counts as one in the plane.
 struct TargetPlane {
     float normal[3], d;
 };
 
 struct TargetTree {
     bool tried = false, usable = false;
-    double maxCoordinate = 0; ///< greatest magnitude
+    double maxCoordinate = 0; ///< greatest magnitude, of nearby triangles
+    float tolerance = 0;      ///< by which the own boxes of targets without a leaf are wider
     Bvh bvh;
     std::vector<Target> target;    ///< by item
     BlockArray<TargetNodes> nodes; ///< by wide node
+    /// By wide node, for a solid whose triangles have left the cells in which the octree keeps
+    /// them.
+    BlockArray<TargetCells> cells;
+    bool hasCells = false;
     /// By item, filled in where subtrees are built; a few zero ones follow the last.
     Scratch<TargetPlane> plane;
+    std::vector<JudgedTarget> judged; ///< sorted by address of the triangle
 };
 
+/// Makes a tree of targets, of which `target`, `judged` and what stands above `bvh` are filled in.
+void BuildTargetTree(TargetTree& tree);
+
+/// What the box of an edge has to overlap, six floats.
+void CellOf(const TargetTree& tree, const Target& target, float* cell);
+
 /// The hierarchy of a solid's targets, built as far as it is not yet (see kLazyItems). It needs an
-/// octree with coordinates that are IsNearby.
+/// octree whose root box IsPlainBox.
 /// @return null when the solid has none
 TargetTree* TargetTreeOf(SOLIDC& solid);
 

@@ -44,7 +44,7 @@ EdgePose EdgePoseOf(const LaneEdges& edge, const TargetNodes& targets)
     // Parallel segments are compared only where both ends are near the plane.
     const LaneMask steep = pose.beyondFraction < 1;
     pose.besideMargin =
-        steep ? Lanes{} : Max(Max(edgeEnd, edge.sideEndMargin), targets.holdsCells * edge.length);
+        steep ? Lanes{} : Max(Max(edgeEnd, edge.sideEndMargin), LooseMargin(targets, edge.length));
     return pose;
 }
 

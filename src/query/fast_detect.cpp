@@ -8,9 +8,11 @@
 #include "bvh/corner_set.h"
 #include "bvh/query_trees.h"
 #include "query/corner_planes.h"
+#include "query/edge_by_edge.h"
 #include "query/node_overlap.h"
 #include "query/probe_edges.h"
 #include "query/probe_leaf.h"
+#include "query/steps.h"
 #include "query/swept_first.h"
 #include "sweep/define.h"
 
@@ -98,13 +100,28 @@ bool TargetsHit(Query& query, int wide, int probeNumber, const PlacedNode& place
         const PlacedNodes probe = SplatLane(placed.nodes, placed.lane);
         return TargetsHit(query, wide, probeNumber, {probe, 0, true});
     }
-    const NodeOverlap overlap =
-        OverlapOf(query.CurrentMotion(), placed.nodes, query.TargetsOf(wide));
+    NodeOverlap overlap = OverlapOf(query.CurrentMotion(), placed.nodes, query.TargetsOf(wide));
+    if (query.targets.hasCells)
+        overlap.any &= MeetCells(query.CurrentMotion(), placed.nodes, query.targets.cells[wide]);
+    ++querySteps.nodePairs;
     const int count = query.targets.bvh.wide[wide].count;
     return AnyLaneHits(overlap.depth, overlap.any, count, [&](int lane) {
         return PairHits(query, {NodePair::Number(wide, lane), probeNumber}, placed,
                         overlap.onEdge[lane] != 0);
     });
+}
+
+/// Of four placed nodes of probes with one node of targets.
+NodeOverlap OverlapOfTarget(const Query& query, const PlacedNodes& placed, int number)
+{
+    const int wide = NodePair::WideOf(number), lane = NodePair::LaneOf(number);
+    NodeOverlap overlap =
+        OverlapOf(query.CurrentMotion(), placed, SplatLane(query.TargetsOf(wide), lane));
+    if (query.targets.hasCells)
+        overlap.any &=
+            MeetCells(query.CurrentMotion(), placed, SplatLane(query.targets.cells[wide], lane));
+    ++querySteps.nodePairs;
+    return overlap;
 }
 
 /// One node of targets with the nodes of a wide node of probes.
@@ -113,9 +130,7 @@ bool ProbesHit(Query& query, int targetNumber, int wide)
     PlacedNodes placed;
     const LaneMask present =
         PlaceNodes(query.CurrentMotion(), query.ProbesOf(wide), query.a.octree->root->bbox, placed);
-    const TargetNodes target =
-        SplatLane(query.TargetsOf(NodePair::WideOf(targetNumber)), NodePair::LaneOf(targetNumber));
-    const NodeOverlap overlap = OverlapOf(query.CurrentMotion(), placed, target);
+    const NodeOverlap overlap = OverlapOfTarget(query, placed, targetNumber);
     const int count = query.probes.bvh.wide[wide].count;
     return AnyLaneHits(overlap.depth, overlap.any & present, count, [&](int lane) {
         return PairHits(query, {targetNumber, NodePair::Number(wide, lane)}, {placed, lane, false},
@@ -229,9 +244,7 @@ bool PairHitsIn(Query& query, const NodePair& pair, Pass pass)
         PlaceNodes(query.CurrentMotion(), query.ProbesOf(NodePair::WideOf(pair.probe)),
                    query.a.octree->root->bbox, placed);
     if (!present[lane]) return false;
-    const TargetNodes target =
-        SplatLane(query.TargetsOf(NodePair::WideOf(pair.target)), NodePair::LaneOf(pair.target));
-    const NodeOverlap overlap = OverlapOf(query.CurrentMotion(), placed, target);
+    const NodeOverlap overlap = OverlapOfTarget(query, placed, pair.target);
     return overlap.any[lane] &&
            PairHits(query, pair, {placed, lane, false}, overlap.onEdge[lane] != 0);
 }
@@ -249,14 +262,14 @@ bool HasTolerance(const SOLIDC& solid)
     return solid.tolerance >= 0 && std::isfinite(solid.tolerance);
 }
 
-/// Whether the bounds hold for both solids.
-bool IsPlainPair(const SOLIDC& a, const SOLIDC& b)
+/// Whether edges of the second solid can be bounded together.
+bool HasPlainProbes(const SOLIDC& b)
 {
     // The walk ends early on solids with few edges (see "Step guard" in docs/behaviour.md), which
-    // is not followed here.
+    // is not followed here. Nor are orientations that are older than the normals.
     constexpr int kMinEdges = 12;
-    return a.octree && !a.isSwept && !a.isRotated && !b.isRotated && !b.isSimple &&
-           b.edgeCount >= kMinEdges && HasTolerance(b) && IsPlainMotion(b);
+    return !b.isSimple && b.edgeCount >= kMinEdges && HasTolerance(b) && IsPlainMotion(b) &&
+           (!b.isRotated || b.sweepPending);
 }
 
 Motions MotionsOf(const SOLIDC& b, const Motion& motion)
@@ -297,13 +310,15 @@ Answer DetectByTrees(SOLIDC& a, SOLIDC& b)
 
 int DetectFast(SOLIDC& a, SOLIDC& b)
 {
-    if (IsPlainPair(a, b)) {
+    if (!a.isSwept && !a.octree) return 0;
+    if (!a.isSwept && HasPlainProbes(b)) {
         const Answer answer = DetectByTrees(a, b);
         if (answer != Answer::kUnknown) return answer == Answer::kHit;
     }
     CompleteSweep(a);
     CompleteSweep(b);
-    if (a.isSwept && b.isSwept && HasTolerance(b))
-        if (ProbeTree* probes = ProbeTreeOf(b)) return DetectSweptFirst(a, b, *probes);
+    if (a.isSwept) return DetectSweptFirst(a, b);
+    if (TargetTree* targets = TargetTreeOf(a)) return DetectByEdges(a, b, *targets);
+    ++querySteps.plainWalks;
     return a.SC_DetectIntersection(&b);
 }

@@ -12,14 +12,15 @@
 //   though they lie beside each other. Both only when an end of the edge is within the contact
 //   tolerance of the target's plane. Pairs of nodes that can hit in these ways alone are deferred
 //   until the others have been looked at, and need a corner in a plane of the targets.
-// - The plane and the crossing point are carried along a leaf's chain. A leaf with a triangle that
-//   has no plane is one target and is walked whole; so is the leaf of a target whose crossing point
-//   would be a carried one.
+// - The plane and the crossing point are carried along a leaf's chain. A triangle that has no plane
+//   is judged by that of the one before; the leaf of a target whose crossing point would be a
+//   carried one is walked whole.
 // - Hits late in a triangle's steps make the walk skip others, which query/probe_edges.cpp follows.
 //
-// The plain walk answers for a simple second solid, solids rotated since their load, coordinates
-// beyond 1e9, and motions that are not affine, not finite or larger than 1e12. Where the first
-// solid is swept too, see query/swept_first.h.
+// Where the edges of the second solid cannot be bounded together, they go down the tree of targets
+// one by one (query/edge_by_edge.h): motions that are not affine, not finite or larger than 1e12,
+// coordinates beyond 1e9, solids rotated after their motion was defined. Where the first solid is
+// swept too, see query/swept_first.h. The plain walk is left for octrees beyond 1e9.
 #ifndef SCAPI_QUERY_FAST_DETECT_H
 #define SCAPI_QUERY_FAST_DETECT_H
 

@@ -51,6 +51,14 @@ inline Lanes EdgeEndMargin(Lanes parallelAcross, Lanes longest, Lanes side, Lane
     return Min(anyEdge, Max(besideLongEdges, 0.5f * side));
 }
 
+/// How far from a loose region a hit can lie off an edge that is too long for it (Lemma 11).
+/// @param length  of any of the edges, at most
+inline Lanes LooseMargin(const TargetNodes& targets, Lanes length)
+{
+    constexpr float kReach = 6;
+    return length > targets.longestEdge ? kReach * length : Lanes{};
+}
+
 /// Bound on the rounding of the height of a point over a plane in floats (Lemma 1).
 /// @param magnitudes  sum of those of the point's coordinates and of the plane's d
 inline Lanes HeightError(Lanes magnitudes) { return kHeightRounding * magnitudes; }

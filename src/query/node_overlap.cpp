@@ -33,7 +33,7 @@ Lanes BesideMargin(const Motion& motion, const PlacedNodes& probes, const Target
     const Lanes edgeEnd =
         EdgeEndMargin(probes.parallelAcross, targets.longest, side, probes.besideLongEdges);
     return Max(Max(edgeEnd, probes.sideEndMargin),
-               targets.holdsCells * (probes.longest + motion.sweptLength));
+               LooseMargin(targets, probes.longest + motion.sweptLength));
 }
 
 /// The part of what a swept quad adds to an edge by which a hit can lie beyond its end; small where

@@ -88,25 +88,36 @@ LaneMask TakesPart(const Motion& motion, const ProbeNodes& nodes)
     return motion.pass == Pass::kEnd ? someDoNot : someTrail & someDoNot;
 }
 
-LaneMask MeetBox(const Motion& motion, const PlacedNodes& placed, const float* box)
+TargetCells SplatBox(const float* box)
+{
+    TargetCells cells;
+    for (int r = 0; r < 3; ++r) {
+        cells.low[r] = Splat(box[r]);
+        cells.high[r] = Splat(box[r + 3]);
+    }
+    return cells;
+}
+
+} // namespace
+
+LaneMask MeetCells(const Motion& motion, const PlacedNodes& placed, const TargetCells& cells)
 {
     LaneMask apart{};
     for (int r = 0; r < 3; ++r) {
         Lanes radius = Abs(motion.halfDisplacement[r]);
         for (int i = 0; i < 3; ++i) radius += placed.half[i] * Abs(placed.axis[i][r]);
         radius += motion.error + kSumRounding * radius;
-        apart |= (placed.centre[r] - radius > box[r + 3]) | (placed.centre[r] + radius < box[r]);
+        apart |= (placed.centre[r] - radius > cells.high[r]) |
+                 (placed.centre[r] + radius < cells.low[r]);
     }
     return ~apart;
 }
-
-} // namespace
 
 bool MayMeet(const Motion& motion, const ObbLanes& boxes, const float* box)
 {
     PlacedNodes placed;
     Place(motion, boxes, placed);
-    return MeetBox(motion, placed, box)[0] != 0;
+    return MeetCells(motion, placed, SplatBox(box))[0] != 0;
 }
 
 LaneMask PlaceNodes(const Motion& motion, const ProbeNodes& nodes, const float* box,
@@ -118,6 +129,6 @@ LaneMask PlaceNodes(const Motion& motion, const ProbeNodes& nodes, const float* 
     placed.halfArea = nodes.box.halfArea;
     PlaceExtents(motion, nodes, placed);
     PlaceLengths(motion, nodes, placed);
-    const LaneMask meets = MeetBox(motion, placed, box);
+    const LaneMask meets = MeetCells(motion, placed, SplatBox(box));
     return motion.isSwept && motion.pass != Pass::kAll ? meets & TakesPart(motion, nodes) : meets;
 }

@@ -29,6 +29,9 @@ struct PlacedNodes {
 /// the coordinate axes; nothing else is tested.
 bool MayMeet(const Motion& motion, const ObbLanes& boxes, const float* box);
 
+/// Which of some placed nodes can hold an edge whose box meets the cells of a node of targets.
+LaneMask MeetCells(const Motion& motion, const PlacedNodes& placed, const TargetCells& cells);
+
 /// @param box  six floats, along the coordinate axes
 /// @return which of the nodes can hold an edge that the pass is about and that meets the box
 LaneMask PlaceNodes(const Motion& motion, const ProbeNodes& nodes, const float* box,

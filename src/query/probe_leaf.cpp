@@ -7,6 +7,7 @@
 #include "bvh/hit_region.h"
 #include "geometry/bbox.h"
 #include "geometry/predicates.h"
+#include "query/edge_search.h"
 #include "query/margins.h"
 
 namespace
@@ -16,17 +17,16 @@ namespace
 bool WalkLeaf(const PlacedEdge& edge, const OCTREENODE* leaf)
 {
     CrossingState state;
-    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle))
+    for (T_LIST* triangle = leaf->listHead; triangle; triangle = NextTriangle(triangle)) {
+        ++querySteps.triangles;
         if (EdgeCrossesTriangle(edge.ends, triangle->corners, state)) return true;
+    }
     return false;
 }
 
 bool EdgeHits(const SOLIDC& a, const PlacedEdge& edge, const Target& target,
               const TargetPlane& plane)
 {
-    if (!target.triangle)
-        return a.octree->IntersectingBboxes(target.leaf->bbox, edge.box) &&
-               WalkLeaf(edge, target.leaf);
     CrossingState state;
     std::memcpy(state.plane, &plane, sizeof state.plane);
     const Crossing crossing = EdgeCrossesPlane(edge.ends, target.triangle->corners, state);
@@ -37,7 +37,8 @@ bool EdgeHits(const SOLIDC& a, const PlacedEdge& edge, const Target& target,
            WalkLeaf(edge, target.leaf);
 }
 
-/// Which of four planes an edge cannot meet: both ends are off them on the same side.
+} // namespace
+
 LaneMask StaysOff(const TargetPlane* planes, const PlacedEdge& edge)
 {
     Lanes normal[3], d;
@@ -58,34 +59,24 @@ LaneMask StaysOff(const TargetPlane* planes, const PlacedEdge& edge)
            ((height[0] < -limit) & (height[1] < -limit));
 }
 
-bool HitsLeaf(const SOLIDC& a, const TargetTree& targets, const PlacedEdge& edge,
-              const ItemRange& items)
+LaneMask MeetsCells(const TargetTree& targets, const PlacedEdge& edge, int wide)
 {
-    const auto first = static_cast<std::size_t>(items.first);
-    const Target* target = &targets.target[first];
-    const TargetPlane* planes = &targets.plane[first];
-    const LaneMask off = StaysOff(planes, edge);
-    for (int lane = 0; lane < items.Count(); ++lane)
-        if (!off[lane] && EdgeHits(a, edge, target[lane], planes[lane])) return true;
-    return false;
+    LaneMask apart{};
+    if (!targets.hasCells) return ~apart;
+    const TargetCells& cells = targets.cells[wide];
+    for (int r = 0; r < 3; ++r)
+        apart |= (cells.low[r] > Splat(edge.box[r + 3])) | (cells.high[r] < Splat(edge.box[r]));
+    return ~apart;
 }
 
-/// Goes on below a node that the edge may hit. Recursion is as deep as the wide nodes, half the
-/// depth of the tree.
-/// @param edgeLane  lane of the edge in `lanes`
-bool HitsBelow(const SOLIDC& a, TargetTree& targets, const PlacedEdge& edge, const LaneEdges& lanes,
-               int edgeLane, int wide, int lane)
+bool EdgeHitsBelow(const SOLIDC& a, TargetTree& targets, const PlacedEdge& edge,
+                   const LaneEdges& lanes, int edgeLane, int wide, int lane)
 {
-    const int below = TargetsBelow(targets, wide, lane);
-    if (below <= 0) return HitsLeaf(a, targets, edge, targets.bvh.wide[wide].items[lane]);
-    const LaneEdges splat = SplatLane(lanes, edgeLane);
-    const LaneMask may = MayHit(splat, targets.nodes[below]);
-    for (int child = 0; child < targets.bvh.wide[below].count; ++child)
-        if (may[child] && HitsBelow(a, targets, edge, splat, 0, below, child)) return true;
-    return false;
+    return SearchBelow(targets, edge, lanes, edgeLane, wide, lane, [&](int i) {
+        const auto item = static_cast<std::size_t>(i);
+        return EdgeHits(a, edge, targets.target[item], targets.plane[item]);
+    });
 }
-
-} // namespace
 
 void PlaceLeafEdges(const SOLIDC& a, const SOLIDC& b, const ProbeTree& probes, const Motion& motion,
                     const ItemRange& items, ProbeLeaf& leaf)
@@ -116,7 +107,7 @@ bool EdgesHit(const SOLIDC& a, TargetTree& targets, const ProbeLeaf& leaf, int w
         const LaneEdges& edges = leaf.lanes[first / kLanes];
         const LaneMask may = MayHit(edges, boxes);
         for (int e = 0; e < std::min(kLanes, leaf.count - first); ++e)
-            if (may[e] && HitsBelow(a, targets, leaf.edge[first + e], edges, e, wide, lane))
+            if (may[e] && EdgeHitsBelow(a, targets, leaf.edge[first + e], edges, e, wide, lane))
                 return true;
     }
     return false;

@@ -20,6 +20,11 @@ struct ProbeLeaf {
 void PlaceLeafEdges(const SOLIDC& a, const SOLIDC& b, const ProbeTree& probes, const Motion& motion,
                     const ItemRange& items, ProbeLeaf& leaf);
 
+/// Whether an edge hits a target in or below a node that it may hit.
+/// @param edgeLane  lane of the edge in `lanes`
+bool EdgeHitsBelow(const SOLIDC& a, TargetTree& targets, const PlacedEdge& edge,
+                   const LaneEdges& lanes, int edgeLane, int wide, int lane);
+
 /// Whether one of the edges hits a target in or below one node of a wide node.
 bool EdgesHit(const SOLIDC& a, TargetTree& targets, const ProbeLeaf& leaf, int wide, int lane);
 

@@ -2,120 +2,208 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <vector>
 
+#include "bvh/query_trees.h"
 #include "exact/edge_buffer.h"
 #include "geometry/bbox.h"
 #include "geometry/predicates.h"
+#include "mesh/triangle.h"
+#include "query/edge_by_edge.h"
+#include "query/edge_search.h"
+#include "query/index_boxes.h"
+
+// The walk asks triangle by triangle of a, and hands the crossing point on from edge to edge. So a
+// triangle is hit only if an edge hits it by a crossing point of its own, or if the first edge that
+// the walk gives starts inside it (Lemma 13). Both are found without looking at all pairs, and only
+// then the walk itself decides: it gives some edges of b to some triangles of a alone.
 
 namespace
 {
 
-struct SweptBoxes {
-    float bounds[4][6]; ///< by lane
+struct SweptPair {
+    SOLIDC& a;
+    SOLIDC& b;
+    const IndexBoxes boxes;   ///< of b
+    std::vector<char> walked; ///< by triangle of a
+
+    /// Calls `take` with the edges that the walk over b gives to a triangle of a, until it is true.
+    template <class Take>
+    bool WalkEdges(float* box, Take take);
+    /// The walk for one triangle of a, unless it has found nothing before.
+    bool TriangleHits(int t);
 };
 
-/// The boxes of the swept triangles below each node of a tree that is built down to its leaves.
-struct Search {
-    const SOLIDC& solid;
-    const ProbeTree& probes;
-    Scratch<SweptBoxes> boxes;
-    std::vector<std::int32_t> found;
-
-    int TriangleAt(int i) const { return probes.triangle[static_cast<std::size_t>(i)]; }
-    float* BoundsOf(int wide, int lane) const
-    {
-        return boxes[static_cast<std::size_t>(wide)].bounds[lane];
-    }
-
-    void MakeBounds(const WideNode& wide, int lane, float* box) const
-    {
-        ClearBbox(box);
-        const int below = wide.below[lane];
-        if (below > 0) {
-            for (int child = 0; child < probes.bvh.wide[below].count; ++child)
-                MergeBbox(box, BoundsOf(below, child));
-            return;
-        }
-        for (int i = wide.items[lane].first; i < wide.items[lane].last; ++i) {
-            const float* swept = solid.triangles[TriangleAt(i)].sweepBbox;
-            // A box with a NaN meets nothing, and must not hide the others.
-            if (std::none_of(swept, swept + 6, [](float x) { return std::isnan(x); }))
-                MergeBbox(box, swept);
-        }
-    }
-
-    void MakeBoxes()
-    {
-        const Bvh& tree = probes.bvh;
-        boxes = MakeScratch<SweptBoxes>(static_cast<std::size_t>(tree.wideCount));
-        // Children come after their node.
-        for (int q = tree.wideCount - 1; q >= 0; --q)
-            for (int lane = 0; lane < tree.wide[q].count; ++lane)
-                MakeBounds(tree.wide[q], lane, BoundsOf(q, lane));
-    }
-
-    void Find(const float* box, int q)
-    {
-        const WideNode& wide = probes.bvh.wide[q];
-        for (int lane = 0; lane < wide.count; ++lane) {
-            if (!BboxesMeet(box, BoundsOf(q, lane), solid.tolerance)) continue;
-            if (wide.below[lane] > 0) {
-                Find(box, wide.below[lane]);
-                continue;
-            }
-            for (int i = wide.items[lane].first; i < wide.items[lane].last; ++i)
-                found.push_back(TriangleAt(i));
-        }
-    }
-};
-
-void BuildToLeaves(const SOLIDC& solid, ProbeTree& probes)
-{
-    for (int q = 0; q < probes.bvh.wideCount; ++q)
-        for (int lane = 0; lane < probes.bvh.wide[q].count; ++lane)
-            ProbesBelow(solid, probes, q, lane);
-}
-
-/// Walks b's edges under a triangle, run by run of consecutive triangles found.
-int WalkFound(const std::vector<std::int32_t>& found, SOLIDC& b, const float (*corners)[3],
-              float* box)
+template <class Take>
+bool SweptPair::WalkEdges(float* box, Take take)
 {
     EdgeBuffer buffer;
-    CrossingState state;
-    int cursor = 0;
-    for (std::size_t i = 0; i < found.size();) {
-        cursor = std::max(cursor, 10 * found[i]);
-        while (++i < found.size() && found[i] == found[i - 1] + 1) {}
-        // The limit lies past the triangle after the run, which gives nothing: so the walk returns
-        // the limit only where nothing was found, whatever step was last.
-        const int limit = 10 * (found[i - 1] + 2);
-        for (;;) {
-            cursor = b.SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box);
-            if (cursor < 0) return 0;
-            if (cursor >= limit) break;
-            if (EdgeCrossesTriangle(buffer.edge, corners, state)) return 1;
-        }
+    for (int cursor = 0;;) {
+        if (cursor % 10 >= b.edgeCount) return false; // as the walk ends there
+        const int next = boxes.Next(box, cursor / 10);
+        if (next >= b.triangleCount) return false;
+        cursor = std::max(cursor, 10 * next);
+        const int limit = 10 * (next + 1);
+        cursor = b.SC_GetSweepEdgesInBbox(cursor, limit, buffer.edge, box);
+        ++querySteps.edges;
+        // A cursor at the limit tells of an edge given at a late step, or of none. The buffer then
+        // holds one that does not meet the box, or the last one, and to take that again changes
+        // nothing.
+        float edgeBox[6];
+        CalcEdgeBbox(buffer.edge, edgeBox);
+        const bool given = (cursor >= 0 && cursor < limit) || BboxesMeet(edgeBox, box, b.tolerance);
+        if (given && take(buffer.edge)) return true;
+        if (cursor < 0) return false;
     }
-    return 0;
+}
+
+bool SweptPair::TriangleHits(int t)
+{
+    char& walked_ = walked[static_cast<std::size_t>(t)];
+    if (walked_) return false;
+    walked_ = 1;
+    const T_LIST& triangle = a.triangles[t];
+    float box[6];
+    TriangleBbox(triangle.corners, box);
+    CrossingState state;
+    return WalkEdges(box, [&](const float(*edge)[3]) {
+        return EdgeCrossesTriangle(edge, triangle.corners, state) != 0;
+    });
+}
+
+/// Whether the walk starts with an edge whose first end is inside a triangle of a: it is then the
+/// crossing point of edges that give none.
+bool StartsInside(SweptPair& pair, int t)
+{
+    const T_LIST& triangle = pair.a.triangles[t];
+    float box[6], plane[4];
+    if (!CalcPlane(triangle.corners[0], 3, plane)) return false;
+    TriangleBbox(triangle.corners, box);
+    bool inside = false;
+    pair.WalkEdges(box, [&](const float(*edge)[3]) {
+        inside = PointInsideTriangle(triangle.corners, plane, edge[0], kContact) != 0;
+        return true;
+    });
+    return inside;
+}
+
+/// Calls `hits` with each edge that the walk can give at a triangle of a solid in motion, until it
+/// is true.
+template <class Hits>
+bool AnyPieceHits(const SOLIDC& solid, int t, Hits hits)
+{
+    const T_LIST& triangle = solid.triangles[t];
+    const bool trails = IsTrailing(triangle);
+    const auto hit = [&](const float* from, const float* to) {
+        float ends[2][3];
+        std::copy_n(from, 3, ends[0]);
+        std::copy_n(to, 3, ends[1]);
+        return hits(ends);
+    };
+    for (const int e : triangle.edge) {
+        if (!InRange(e, solid.edgeCount)) continue;
+        const EdgeRec& edge = solid.edges[e];
+        if (!InRange(edge.vertex[0], solid.vertexCount) ||
+            !InRange(edge.vertex[1], solid.vertexCount))
+            continue;
+        const VertexRec &va = solid.vertices[edge.vertex[0]], &vb = solid.vertices[edge.vertex[1]];
+        const int other = AcrossEdge(edge, t);
+        const bool quad =
+            trails && InRange(other, solid.triangleCount) && !IsTrailing(solid.triangles[other]);
+        const auto rim = [&](bool atStart) {
+            return atStart ? hit(va.sweepStart, vb.sweepStart) : hit(va.sweepEnd, vb.sweepEnd);
+        };
+        if (other > t && rim(trails)) return true;
+        if (quad &&
+            (hit(va.sweepEnd, vb.sweepStart) || hit(va.sweepEnd, va.sweepStart) || rim(t <= other)))
+            return true;
+    }
+    return false;
+}
+
+/// The triangles of a solid where they are, each in its own box.
+TargetTree& RestingTargets(SOLIDC& a, float tolerance)
+{
+    TargetTree& tree = QueryTreesOf(a).resting;
+    if (tree.usable && tree.tolerance == tolerance) return tree;
+    tree = {};
+    tree.tolerance = tolerance;
+    for (int t = 0; t < a.triangleCount; ++t)
+        if (IsNearbyTriangle(a.triangles[t].corners))
+            tree.target.push_back({&a.triangles[t], nullptr});
+    BuildTargetTree(tree);
+    return tree;
+}
+
+struct EdgeSearch {
+    SweptPair& pair;
+    TargetTree& targets;
+
+    bool Hits(const float (*ends)[3]) const;
+    bool HitsTriangle(const PlacedEdge& edge, int t, const TargetPlane& plane) const;
+};
+
+bool EdgeSearch::HitsTriangle(const PlacedEdge& edge, int t, const TargetPlane& plane) const
+{
+    const T_LIST& triangle = pair.a.triangles[t];
+    float box[6];
+    TriangleBbox(triangle.corners, box);
+    if (!BboxesMeet(edge.box, box, pair.b.tolerance)) return false;
+    CrossingState state;
+    std::memcpy(state.plane, &plane, sizeof state.plane);
+    return EdgeCrossesPlane(edge.ends, triangle.corners, state) == Crossing::kHit &&
+           pair.TriangleHits(t);
+}
+
+bool EdgeSearch::Hits(const float (*ends)[3]) const
+{
+    const auto item = [](int i) { return static_cast<std::size_t>(i); };
+    const auto judge = [&](const PlacedEdge& edge, int i) {
+        const auto t = static_cast<int>(targets.target[item(i)].triangle - pair.a.triangles);
+        return HitsTriangle(edge, t, targets.plane[item(i)]);
+    };
+    ++querySteps.nodePairs;
+    const LoneEdge lone = MakeLoneEdge(ends);
+    return MayHit(lone.lanes, targets.nodes[0])[0] &&
+           SearchBelow(targets, lone.edge, lone.lanes, 0, 0, 0,
+                       [&](int i) { return judge(lone.edge, i); });
+}
+
+/// Where the second solid is not swept, its octree is asked, and only its first triangle can be hit
+/// (the reversed index, docs/behaviour.md), whatever the triangle of a is.
+bool CanFirstTriangleHit(SOLIDC& b)
+{
+    if (!b.octree) return false;
+    return b.octree->owner != &b || b.triangleCount == 0 ||
+           b.Triangle_to_SolidBEdges(b.triangles, &b) != 0;
+}
+
+bool IsFiniteEdge(const float (*ends)[3])
+{
+    return std::all_of(ends[0], ends[0] + 6, [](float x) { return std::isfinite(x); });
 }
 
 } // namespace
 
-int DetectSweptFirst(SOLIDC& a, SOLIDC& b, ProbeTree& probes)
+int DetectSweptFirst(SOLIDC& a, SOLIDC& b)
 {
-    if (probes.bvh.wideCount == 0) return 0;
-    BuildToLeaves(b, probes);
-    Search search{b, probes, {}, {}};
-    search.MakeBoxes();
-    for (int t = 0; t < a.triangleCount; ++t) {
-        const T_LIST& triangle = a.triangles[t];
-        float box[6];
-        TriangleBbox(triangle.corners, box);
-        search.found.clear();
-        search.Find(box, 0);
-        std::sort(search.found.begin(), search.found.end());
-        if (WalkFound(search.found, b, triangle.corners, box)) return 1;
+    if (!b.isSwept && !CanFirstTriangleHit(b)) return 0;
+    if (!b.isSwept || !(b.tolerance >= 0) || !std::isfinite(b.tolerance)) {
+        ++querySteps.plainWalks;
+        return a.SC_DetectIntersection(&b);
     }
+    SweptPair pair{a, b, IndexBoxes(b), std::vector<char>(std::size_t(a.triangleCount))};
+    const EdgeSearch search{pair, RestingTargets(a, b.tolerance)};
+    for (int t = 0; t < a.triangleCount; ++t)
+        if (!IsNearbyTriangle(a.triangles[t].corners) && pair.TriangleHits(t)) return 1;
+    if (search.targets.target.empty()) return 0;
+    for (int t = 0; t < b.triangleCount; ++t)
+        if (AnyPieceHits(b, t, [&](const float(*ends)[3]) {
+                return IsFiniteEdge(ends) && search.Hits(ends);
+            }))
+            return 1;
+    for (int t = 0; t < a.triangleCount; ++t)
+        if (StartsInside(pair, t) && pair.TriangleHits(t)) return 1;
     return 0;
 }

@@ -1,0 +1,107 @@
+// Queries that once cost the square of the triangles, by counted steps.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "query/fast_detect.h"
+#include "query/steps.h"
+#include "support/meshes.h"
+
+namespace
+{
+
+struct Pair {
+    std::unique_ptr<SOLIDC> a, b;
+};
+
+Matrix Turned(float x, float sine)
+{
+    Matrix m = Translation(x, 0, 0);
+    m[1][2] = -sine, m[2][1] = sine;
+    return m;
+}
+
+Pair Spheres(int rings)
+{
+    return {LoadedSolid(SphereMesh(rings, 1)), LoadedSolid(SphereMesh(rings, 1))};
+}
+
+/// A sphere in one cell of its octree, since boxes far off make that large, among facets without
+/// area, one after each so many, on a line that passes between the edges of the larger sphere around.
+Pair Crowded(int rings, int apart)
+{
+    Mesh mesh;
+    for (const Triangle& one : SphereMesh(rings, 1)) {
+        mesh.push_back(one);
+        const float y = 0.11f, z = 0.0713f;
+        if (mesh.size() % std::size_t(apart) == 0)
+            mesh.push_back({Point{0.25f, y, z}, Point{0.5f, y, z}, Point{0.75f, y, z}});
+    }
+    for (const float at : {-900.0f, 900.0f}) {
+        const Mesh box = BoxMesh({at, at, at}, {at + 1, at + 1, at + 1});
+        mesh.insert(mesh.end(), box.begin(), box.end());
+    }
+    return {LoadedSolid(mesh, 1), LoadedSolid(SphereMesh(rings, 1.5f))};
+}
+
+/// Steps of a query, the first and so with the longest way down, and its answer must be none.
+std::int64_t StepsOf(Pair pair, Matrix start, Matrix end)
+{
+    const QuerySteps before = querySteps;
+    pair.b->SC_GTsweep(Rows(start), Rows(end));
+    EXPECT_EQ(DetectFast(*pair.a, *pair.b), 0);
+    EXPECT_EQ(querySteps.plainWalks, before.plainWalks);
+    return querySteps.Total() - before.Total();
+}
+
+TEST(Growth, NoKnownFamilyCostsTheSquareAgain)
+{
+    const Matrix still = Translation(0, 0, 0);
+    Matrix near = Translation(1.55f, 1.55f, 0), turned = Turned(0, 0.01f), divided = near,
+           sheared = near, ahead = Translation(0, 3, 0);
+    divided[3][0] = 0.01f;
+    // Long edges beside the first sphere, whose boxes all overlap it.
+    for (std::size_t r = 0; r < 3; ++r)
+        sheared[r] = {30, -30, float(r), r == 0 ? 4.0f : -4.0f * float(r == 1)};
+    Matrix shearedOn = sheared;
+    shearedOn[2][3] += 1;
+    struct Family {
+        const char* name;
+        std::function<std::int64_t(int)> steps;
+    };
+    const Family families[] = {
+        {"one facet without area",
+         [&](int rings) { return StepsOf(Crowded(rings, 4 * rings * rings), still, still); }},
+        {"facets without area, each tenth one",
+         [&](int rings) { return StepsOf(Crowded(rings, 10), still, still); }},
+        {"first solid rotated",
+         [&](int rings) {
+             Pair pair = Spheres(rings);
+             pair.a->SC_Rotate(Rows(turned));
+             return StepsOf(std::move(pair), near, near);
+         }},
+        {"second solid rotated",
+         [&](int rings) {
+             Pair pair = Spheres(rings);
+             pair.b->SC_Rotate(Rows(turned));
+             return StepsOf(std::move(pair), near, near);
+         }},
+        {"a motion with a divide",
+         [&](int rings) { return StepsOf(Spheres(rings), divided, divided); }},
+        {"both swept, one garbled",
+         [&](int rings) {
+             Pair pair = Spheres(rings);
+             Matrix from = still;
+             pair.a->SC_GTsweep(Rows(from), Rows(ahead));
+             return StepsOf(std::move(pair), sheared, shearedOn);
+         }},
+    };
+    // Twice the rings are four times the triangles, of which the square is 16 times as much.
+    for (const Family& family : families) {
+        const std::int64_t few = family.steps(16), many = family.steps(32);
+        EXPECT_LT(many, 8 * few) << family.name;
+        RecordProperty(family.name, std::to_string(few) + " " + std::to_string(many));
+    }
+}
+
+} // namespace

@@ -1,0 +1,136 @@
+// The bounds of targets that another one's plane judges, and of edges that go down alone.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "bvh/hit_region.h"
+#include "geometry/bbox.h"
+#include "geometry/predicates.h"
+#include "query/deferred_sweep.h"
+#include "query/edge_by_edge.h"
+#include "query/edge_search.h"
+#include "query/fast_detect.h"
+#include "support/meshes.h"
+#include "sweep/define.h"
+
+namespace
+{
+
+struct Draws {
+    std::mt19937 random;
+
+    double Between(double low, double high)
+    {
+        return std::uniform_real_distribution<double>(low, high)(random);
+    }
+    double Size(double decades) { return std::pow(10, Between(-decades, decades)); }
+    int Below(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
+};
+
+/// A cell, a triangle in it without area or nearly, a plane that judges it, and an edge that
+/// crosses this plane near the line of the triangle, within the cell or beside it.
+struct LooseHit {
+    float cell[6], corner[3][3], plane[4];
+    PlacedEdge edge;
+
+    explicit LooseHit(Draws& draw)
+    {
+        const double size = draw.Size(2), offset = draw.Below(2) ? 0 : draw.Size(3);
+        float judge[3][3];
+        double along[3], at[3];
+        for (int r = 0; r < 3; ++r) {
+            const double low = offset * draw.Between(-1, 1);
+            cell[r] = float(low);
+            cell[r + 3] = float(low + size * draw.Between(0.3, 1));
+            along[r] = size * draw.Between(-1, 1);
+            at[r] = low + size * draw.Between(0, 1);
+            for (auto& point : judge) point[r] = float(low + size * draw.Between(-1, 1));
+        }
+        if (!CalcPlane(judge[0], 3, plane)) std::fill_n(plane, 4, 0.0f);
+        const double part = draw.Between(-0.5, 0.5), length = draw.Size(2),
+                     beside = draw.Below(2) ? 0 : 2e-4 * draw.Between(-1, 1) / size;
+        double height = plane[3];
+        for (int r = 0; r < 3; ++r) height += plane[r] * at[r];
+        for (int r = 0; r < 3; ++r) {
+            const double foot = at[r] - height * plane[r],
+                         on = foot + along[r] * part * 6 + beside;
+            corner[0][r] = float(at[r]), corner[1][r] = float(at[r] + 0.3 * along[r]);
+            corner[2][r] = float(at[r] + 0.1 * along[r]);
+            const double step = size * length * draw.Between(-1, 1);
+            edge.ends[0][r] = float(on - 0.6 * step), edge.ends[1][r] = float(on + 0.4 * step);
+        }
+        CalcEdgeBbox(edge.ends, edge.box);
+    }
+};
+
+TEST(Loose, RegionsHoldTheCrossingPointsOfEdgesNearTheCell)
+{
+    Draws draw{std::mt19937(1)};
+    int held = 0, tooLong = 0;
+    for (int n = 0; n < 300000; ++n) {
+        const LooseHit hit(draw);
+        CrossingState state;
+        std::memcpy(state.plane, hit.plane, sizeof state.plane);
+        state.point[0] = NAN;
+        if (!BboxesMeet(hit.cell, hit.edge.box, 0) ||
+            EdgeCrossesPlane(hit.edge.ends, hit.corner, state) != Crossing::kHit ||
+            std::isnan(state.point[0]))
+            continue;
+        double reach = 0;
+        for (const auto& corner : hit.corner)
+            for (const float x : corner) reach = std::max(reach, double(std::fabs(x)));
+        HitRegion region;
+        CalcLooseRegion(hit.corner, hit.plane, hit.cell, reach, region);
+        const double length = std::hypot(double(hit.edge.ends[1][0]) - hit.edge.ends[0][0],
+                                         double(hit.edge.ends[1][1]) - hit.edge.ends[0][1],
+                                         double(hit.edge.ends[1][2]) - hit.edge.ends[0][2]);
+        const float slack = length > region.longestEdge ? float(6 * length) : 0.0f;
+        for (int r = 0; r < 3; ++r) {
+            ASSERT_GE(state.point[r], region.box[r] - slack) << n;
+            ASSERT_LE(state.point[r], region.box[r + 3] + slack) << n;
+        }
+        ++(slack > 0 ? tooLong : held);
+    }
+    EXPECT_GT(held, 1000);
+    EXPECT_GT(tooLong, 100);
+}
+
+TEST(Loose, LoneEdgesAreNotKeptFromTargetsThatTheyHitByRounding)
+{
+    Draws draw{std::mt19937(2)};
+    int hits = 0;
+    for (int n = 0; n < 60000; ++n) {
+        // A triangle and an edge that ends at it or beside it, by the contact tolerance, far away.
+        T_LIST triangle{};
+        const double far = draw.Below(3) ? draw.Size(4) : 0, size = draw.Size(2);
+        double on[3] = {}, weight[3] = {draw.Between(-0.01, 1), draw.Between(-0.01, 1), 0};
+        weight[2] = 1 - weight[0] - weight[1];
+        for (int c = 0; c < 3; ++c)
+            for (int r = 0; r < 3; ++r) {
+                triangle.corners[c][r] = float(far * (r + 1) + size * draw.Between(-1, 1));
+                on[r] += weight[c] * triangle.corners[c][r];
+            }
+        const double contact = draw.Between(-1.1e-4, 1.1e-4), length = size * draw.Size(3);
+        float ends[2][3], plane[4];
+        if (!CalcPlane(triangle.corners[0], 3, plane)) continue;
+        for (int r = 0; r < 3; ++r) {
+            ends[0][r] = float(on[r] + contact * plane[r]);
+            ends[1][r] = float(on[r] + length * draw.Between(-1, 1));
+        }
+        if (!EdgeCrossesTriangle(ends, triangle.corners)) continue;
+        TargetTree tree;
+        tree.target.push_back({&triangle, nullptr});
+        BuildTargetTree(tree);
+        const LoneEdge lone = MakeLoneEdge(ends);
+        ASSERT_TRUE(MayHit(lone.lanes, tree.nodes[0])[0]) << n;
+        ASSERT_TRUE(SearchBelow(tree, lone.edge, lone.lanes, 0, 0, 0, [](int) { return true; }))
+            << n;
+        ++hits;
+    }
+    EXPECT_GT(hits, 5000);
+}
+
+} // namespace
