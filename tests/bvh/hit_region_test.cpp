@@ -31,10 +31,11 @@ TEST(HitRegion, HoldsPointsThatRoundingLetsInsideBeyondTheTipOfASliver)
 {
     int beyond = 0;
     ForDraws(300000, [&](const Sampler& draw, int n) {
-        const double length = draw.Size(1e-3, 1e3), width = length * draw.Size(1e-5, 1e-2);
-        const Frame axes = FrameOf(AnyPoint(draw), AnyPoint(draw));
-        const Point3 tip = Sum({}, AnyPoint(draw), draw.Size(1e-2, 100)),
-                     base = Sum(tip, axes[0], length), middle = Sum(base, axes[1], 0.5 * width);
+        const double length = draw.Size(1e-3, 1e3), width = length * draw.Size(1e-5, 1e-2),
+                     offset = draw.Size(1e-2, 100);
+        const Frame axes = AnyFrame(draw);
+        const Point3 tip = Sum({}, AnyPoint(draw), offset), base = Sum(tip, axes[0], length),
+                     middle = Sum(base, axes[1], 0.5 * width);
         float corner[3][3], point[3];
         Store(tip, corner[0]);
         Store(base, corner[1]);

@@ -9,10 +9,7 @@
 #include "bvh/corner_set.h"
 #include "bvh/hit_region.h"
 #include "geometry/predicates.h"
-#include "geometry/vector.h"
-#include "mesh/triangle.h"
 #include "query/corner_planes.h"
-#include "query/margins.h"
 #include "query/node_overlap.h"
 #include "query/probe_leaf.h"
 #include "support/contacts.h"
@@ -175,62 +172,6 @@ TEST(Bounds, NoEdgeIsKeptFromATargetThatItHits)
 
 Point3 LaneOf(const Lanes* v, int lane) { return {v[0][lane], v[1][lane], v[2][lane]}; }
 
-// Lemmas 2 and 5: what the records say of edges, and of sides and normals.
-TEST(Bounds, RecordsBoundWhatTheyAreMadeOf)
-{
-    ForContacts(kDraws / 4, [&](const Setting& at) {
-        const SOLIDC& b = *at.contact.b;
-        const T_LIST& triangle = b.triangles[at.contact.probe];
-        for (const auto& [wide, lane] : at.probe) {
-            const ProbeNodes& nodes = at.probes.nodes[wide];
-            for (int slot = 0; slot < 3; ++slot) {
-                const Point3 from = Widened(b.vertices[triangle.vertex[slot]].position),
-                             to = Widened(b.vertices[triangle.vertex[NextSlot(slot)]].position),
-                             side = Sum(to, from, -1),
-                             apart = Sum(from, LaneOf(nodes.box.centre, lane), -1);
-                const double length = LengthOf(side),
-                             first = Product(LaneOf(nodes.box.axis[0], lane), apart),
-                             run = std::fabs(Product(LaneOf(nodes.box.axis[0], lane), side));
-                EXPECT_LE(length, nodes.longest[lane]);
-                EXPECT_GE(length, nodes.shortest[lane]);
-                EXPECT_FALSE(first > nodes.cornerGap[0][lane] && first < nodes.cornerGap[1][lane]);
-                EXPECT_TRUE(run < 0.1000001 * length || length >= nodes.shortestAlong[lane]);
-                EXPECT_TRUE(run > 0.0999999 * length || length <= nodes.longestAcross[lane]);
-                for (int k = 0; k < 3; ++k) {
-                    const double along = std::fabs(Product(LaneOf(nodes.box.axis[k], lane), side));
-                    EXPECT_LE(along, nodes.edgeExtent[k][lane]);
-                    EXPECT_TRUE(run > 0.0999999 * length ||
-                                along <= nodes.maxCosine[k][lane] * length);
-                }
-            }
-        }
-        const auto& corners = at.contact.a->triangles[at.contact.target].corners;
-        float plane[4];
-        if (!CalcPlane(corners[0], 3, plane)) return;
-        for (const auto& [wide, lane] : at.target) {
-            const TargetNodes& nodes = at.targets.nodes[wide];
-            // A whole leaf is bounded by its cell, whatever its triangles are.
-            if (nodes.holdsCells[lane] != 0) continue;
-            const Point3 apart = Sum(Widened(plane), LaneOf(nodes.box.axis[0], lane), -1);
-            EXPECT_LE(std::min(1.0, LengthOf(apart)), nodes.maxDeviation[lane]);
-            for (int i = 0; i < 3; ++i) {
-                const Point3 axis = LaneOf(nodes.box.axis[i], lane),
-                             side = Sum(Widened(corners[(i + 1) % 3]), Widened(corners[i]), -1);
-                const double length = LengthOf(side),
-                             second = std::fabs(Product(LaneOf(nodes.box.axis[1], lane), side));
-                EXPECT_LE(std::min(1.0, std::fabs(Product(axis, apart))), nodes.deviation[i][lane]);
-                EXPECT_LE(length, nodes.longest[lane]);
-                for (int k = 0; k < 3; ++k)
-                    EXPECT_LE(std::fabs(Product(LaneOf(nodes.box.axis[k], lane), side)),
-                              nodes.side[k][lane]);
-                // Either it runs along the second axis, or it counts among the others.
-                EXPECT_TRUE(second >= nodes.alongLeast[lane] ||
-                            length <= nodes.acrossLongest[lane]);
-            }
-        }
-    });
-}
-
 /// A box far from the origin, and a motion that brings it near: there rounding counts most.
 struct PlacedBox {
     SOLIDC b;
@@ -259,7 +200,7 @@ struct PlacedBox {
                 rows[r][c] = b.sweepStart[r][c] = b.sweepEnd[r][c] = float(rows[r][c]);
             const double image = Product(rows[r], Widened(box.centre));
             b.sweepStart[r][3] = float(-image);
-            b.sweepEnd[r][3] = float(-image + draw.Size(1e-3, 1e5) * draw.Between(-1, 1));
+            b.sweepEnd[r][3] = float(-image + (draw.Below(2) ? 1 : -1) * far);
             displacement[r] = double(b.sweepEnd[r][3]) - b.sweepStart[r][3];
         }
         b.isSwept = 1;

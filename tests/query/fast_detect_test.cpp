@@ -83,34 +83,6 @@ TEST(FastDetect, EdgesThatRoundingSwallowsHitFarBesideASide)
     EXPECT_GT(hits, 50);
 }
 
-TEST(FastDetect, LargeNodesBesideSmallOnesAreNotTakenForBare)
-{
-    // A crowd of needles, and far from it a block that comes first in the tree. The needles end
-    // short of a wall, in the plane of a side of which they would cross it.
-    Mesh needles = BoxMesh({-20, -20, -20}, {-19.69f, -19.69f, -19.69f});
-    for (int i = 0; i < 40; ++i)
-        for (int j = 0; j < 30; ++j) {
-            const float x = 0.005f * float(i), z = 0.005f * float(j);
-            const Mesh one = BoxMesh({x, 0, z}, {x + 0.002f, 0.3f, z + 0.002f});
-            needles.insert(needles.end(), one.begin(), one.end());
-        }
-    const auto b = LoadedSolid(needles);
-    int hits = 0;
-    for (const float gap : {0.001f, 0.01f, 0.05f}) {
-        Mesh wall = BoxMesh({0.1f, 0.3f + gap, -0.1f}, {0.6f, 1.5f, 0.5f});
-        const Mesh speck = BoxMesh({-3, -3, -3}, {-2.9f, -2.9f, -2.9f});
-        wall.insert(wall.end(), speck.begin(), speck.end());
-        const auto a = LoadedSolid(wall);
-        for (int step = -4; step <= 4; ++step) {
-            Matrix pose = Translation(0, 0, 0);
-            pose[0][1] = 5e-4f * float(step);
-            pose[0][3] = -0.3f * pose[0][1] + 3e-5f * float(step);
-            hits += AgreedAnswer(*a, *b, pose);
-        }
-    }
-    EXPECT_GT(hits, 5);
-}
-
 Mesh Joined(Mesh first, const Mesh& second)
 {
     first.insert(first.end(), second.begin(), second.end());

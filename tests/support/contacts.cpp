@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <random>
 
-#include "geometry/bbox.h"
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
 #include "mesh/triangle.h"
@@ -20,17 +19,18 @@ Point ToFloats(const Point3& p) { return {float(p[0]), float(p[1]), float(p[2])}
 /// origin.
 struct Shape {
     const Sampler& draw;
-    Frame axes = AnyFrame(draw);
+    Frame axes;
     Point3 size{}, centre{};
     double spread;
 
-    Shape(const Sampler& numbers, bool flat) : draw(numbers)
+    Shape(const Sampler& numbers, bool flat) : draw(numbers), axes(AnyFrame(numbers))
     {
         const double all = draw.Size(1e-3, 30);
         for (double& s : size) s = draw.Below(2) ? all : double(draw.Size(1e-3, 30));
         if (flat) size[2] = draw.Below(2) ? 0 : size[0] * draw.Size(1e-6, 0.3);
         spread = draw.Below(2) ? draw.Size(0.5, 30) : 0;
-        centre = Sum({}, AnyPoint(draw), draw.Below(3) ? 0 : draw.Size(1, 1e5));
+        const double far = draw.Below(3) ? 0 : draw.Size(1, 1e5);
+        centre = Sum({}, AnyPoint(draw), far);
     }
 
     Point3 Beside(const Point3& middle, double by = 1) const
@@ -50,9 +50,10 @@ Mesh DrawTargets(const Sampler& draw)
         const Point3 middle = shape.Beside(shape.centre, shape.spread);
         Point3 corner[3];
         for (Point3& c : corner) c = shape.Beside(middle);
+        const double along = draw.Between(-0.2, 1.2), across = draw.Size(1e-6, 0.1);
         if (draw.Below(4) == 0) // a sliver
-            corner[2] = Sum(Sum(corner[0], Sum(corner[1], corner[0], -1), draw.Between(-0.2, 1.2)),
-                            Sum(corner[2], corner[0], -1), draw.Size(1e-6, 0.1));
+            corner[2] = Sum(Sum(corner[0], Sum(corner[1], corner[0], -1), along),
+                            Sum(corner[2], corner[0], -1), across);
         mesh.push_back({ToFloats(corner[0]), ToFloats(corner[1]), ToFloats(corner[2])});
     }
     if (draw.Below(16) == 0) mesh.push_back({mesh[0][0], mesh[0][1], mesh[0][1]});
@@ -95,11 +96,10 @@ Frame DrawStretch(const Sampler& draw)
         for (std::size_t i = 0; i < 3; ++i) rows[i][i] = draw.Size(0.05, 20);
         break;
     case 1:
-        rows[std::size_t(draw.Below(3))][std::size_t(draw.Below(3))] += draw.Between(-3, 3);
+        for (Point3& row : rows) row[std::size_t(draw.Below(3))] += draw.Between(-3, 3);
         break;
     case 2:
-        for (Point3& row : rows)
-            for (double& x : row) x += draw.Size(1e-6, 1e-2) * draw.Between(-1, 1);
+        for (Point3& row : rows) row = Sum(row, AnyPoint(draw), 1e-3);
         break;
     case 3:
         rows = {AnyPoint(draw), AnyPoint(draw), AnyPoint(draw)};
@@ -115,6 +115,7 @@ struct Aim {
     Frame target; ///< a side, a direction across it in the plane, the normal
     Point3 foot;  ///< a point at the target
     Point3 wish;  ///< for the direction of the edge
+    double scale; ///< of b
 };
 
 Aim DrawAim(const Sampler& draw, const T_LIST& triangle, double edgeLength)
@@ -123,19 +124,24 @@ Aim DrawAim(const Sampler& draw, const T_LIST& triangle, double edgeLength)
     const Point3 from = Widened(triangle.corners[slot]),
                  to = Widened(triangle.corners[(slot + 1) % 3]),
                  third = Widened(triangle.corners[(slot + 2) % 3]), side = Sum(to, from, -1);
-    Aim aim{FrameOf(side, Sum(third, from, -1)), from, {}};
+    Aim aim{FrameOf(side, Sum(third, from, -1)), from, {}, 1};
     const double sideLength = LengthOf(side), along[] = {0, 0.5, 1};
     aim.foot = Sum(from, side, draw.Below(2) ? along[draw.Below(3)] : double(draw.Between(0, 1)));
     if (draw.Below(3) == 0) aim.foot = Sum(aim.foot, Sum(third, from, -1), draw.Between(0, 0.5));
     aim.foot = Sum(aim.foot, aim.target[2], draw.Below(2) ? draw.Between(-1e-4, 1e-4) : 0.0f);
+    // Segments so short count as parallel in any direction.
+    if (draw.Below(3) == 0)
+        aim.scale = std::clamp(draw.Between(1e-3, 3.2e-3) / (edgeLength * sideLength), 1e-3, 1e3);
+    edgeLength *= aim.scale;
     // As segments count as parallel, or nearly so; in the plane, nearly so; any.
-    const double parallel = std::sqrt(1e-5) / std::max(1e-12, edgeLength * sideLength),
+    const double small = draw.Size(1e-5, 1),
+                 parallel = std::sqrt(1e-5) / std::max(1e-12, edgeLength * sideLength),
                  angles[] = {0, 0.99 * parallel, -parallel * draw.Between(0.5, 1.1),
-                             draw.Size(1e-5, 1) * draw.Between(-1, 1), draw.Between(-3, 3)},
+                             small * draw.Between(-1, 1), draw.Between(-3, 3)},
                  angle = std::clamp(angles[draw.Below(5)], -3.0, 3.0),
                  rise = draw.Below(2)   ? 0
                         : draw.Below(2) ? draw.Between(-2e-4, 2e-4) / std::max(1e-12, edgeLength)
-                                        : double(draw.Size(1e-5, 1) * draw.Between(-1, 1));
+                                        : small * draw.Between(-1, 1);
     aim.wish = Unit(FromFrame(aim.target, {std::cos(angle), std::sin(angle), rise}));
     if (draw.Below(8) == 0) aim.wish = aim.target[2];
     return aim;
@@ -240,7 +246,8 @@ void PlaceAtTarget(const Sampler& draw, Contact& c, Aim& aim, Point3& start, Poi
                 to = FrameOf(aim.wish, draw.Below(2) ? aim.target[2] : AnyPoint(draw));
     const bool turned = draw.Below(8) != 0;
     for (std::size_t column = 0; column < 3; ++column) {
-        Point3 image = {stretch[0][column], stretch[1][column], stretch[2][column]};
+        Point3 image =
+            Sum({}, {stretch[0][column], stretch[1][column], stretch[2][column]}, aim.scale);
         if (turned) image = FromFrame(to, InFrame(from, image));
         for (std::size_t r = 0; r < 3; ++r)
             c.b->sweepStart[r][column] = c.b->sweepEnd[r][column] = float(image[r]);
@@ -261,7 +268,7 @@ void PlaceAtTarget(const Sampler& draw, Contact& c, Aim& aim, Point3& start, Poi
                                   Sum(placed(Sum(p1, p0, -1)), AnyPoint(draw), 1e-2 * far),
                                   Sum({}, Sum(across, normal, draw.Between(-2e-5, 0)), far),
                                   Sum({}, AnyPoint(draw), far)};
-        displacement = Sum({}, choices[draw.Below(5)], draw.Below(2) ? 1 : -1);
+        displacement = choices[draw.Below(5)];
         const Point direction = ToFloats(Unit(displacement));
         std::copy_n(direction.begin(), 3, c.b->sweepDirection);
     }
@@ -299,7 +306,8 @@ std::optional<Contact> DrawContact(unsigned seed)
         for (int pushes = 1 + draw.Below(3); pushes > 0; --pushes) {
             const Point3 ways[] = {aim.wish, aim.target[0], aim.target[1], aim.target[2],
                                    AnyPoint(draw)};
-            Push(c, Sum({}, ways[draw.Below(5)], draw.Below(2) ? 1 : -1), start, displacement);
+            const double sign = draw.Below(2) ? 1 : -1;
+            Push(c, Sum({}, ways[draw.Below(5)], sign), start, displacement);
         }
         // After the last trial the edge is that of the last hit.
         if (Hits(c)) return c;

@@ -27,6 +27,9 @@ inline Point3 Unit(const Point3& v)
     return length > 1e-12 ? Sum({}, v, 1 / length) : Point3{1, 0, 0};
 }
 inline Point3 Widened(const float* p) { return {p[0], p[1], p[2]}; }
+// Each number is drawn in a statement, or between braces, of its own: compilers evaluate arguments
+// in any order.
+
 /// A point of the cube from -1 to 1.
 inline Point3 AnyPoint(const Sampler& draw)
 {
@@ -54,7 +57,9 @@ inline Frame FrameOf(const Point3& first, const Point3& second)
 }
 inline Frame AnyFrame(const Sampler& draw)
 {
-    return draw.Below(4) ? FrameOf(AnyPoint(draw), AnyPoint(draw)) : FrameOf({1, 0, 0}, {0, 1, 0});
+    if (draw.Below(4) == 0) return FrameOf({1, 0, 0}, {0, 1, 0});
+    const Point3 first = AnyPoint(draw), second = AnyPoint(draw);
+    return FrameOf(first, second);
 }
 
 #endif
