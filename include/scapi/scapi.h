@@ -64,10 +64,11 @@ enum SCAPI_RESULT {
  * - A full solid that is not closed, but whose vertices all have three triangles or more, gets no
  *   octree, and as a first solid that stands still it is never hit. So does a closed file where
  *   corners nearer than the diagonal of the solid's box times 2e-7 are merged and a small feature
- *   collapses, such as a chamfer of 3e-4 in a frame of 2,000. It can be noticed: with T triangles
- *   and V vertices counted by the calls below, and n bytes by which SCAPI_GetUsedRAM has grown, a
- *   closed mesh has E = (n - 312 - 140 T - 40 V) / 40 edges with 2 E = 3 T. A second load, which
- *   takes it from its cache, gives it an octree.
+ *   collapses, such as a chamfer of 3e-4 in a frame of 2,000; and a file with two opposite facets
+ *   on the same three corners. It can be noticed: with T triangles and V vertices counted by the
+ *   calls below, and n bytes by which SCAPI_GetUsedRAM has grown, a solid with an octree has
+ *   E = (n - 312 - 140 T - 40 V) / 40 edges with 2 E = 3 T, and SCAPI_GetLoop names each vertex
+ *   three times or more. A second load, which takes it from its cache, gives it an octree.
  *
  * The costly work is kept in a cache file beside the STL file, same name, extension "SLD", and
  * taken from there as long as the modification time of the STL file, in whole seconds, is the one
@@ -78,7 +79,8 @@ enum SCAPI_RESULT {
  *   markers, and is taken even when the STL file is gone.
  * Whatever plain file stands at the cache's place is replaced, unless it is the source itself. A
  * current cache of a full solid serves a wish for a simple one, and stays full. With simple 1, a
- * current cache that is cut in the counts of a simple solid gives 0 and a solid that nothing hits.
+ * current cache of a simple solid that is cut in its counts, or has counts that contradict each
+ * other, gives 0 and a solid that nothing hits.
  */
 SCAPI_EXPORT int SCAPI_LoadSTL(int solidId, unsigned char* path, int simple);
 
@@ -138,10 +140,11 @@ SCAPI_EXPORT int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4])
  * cylinder contact.
  *
  * The tolerance is wider beside the sides of a triangle:
- * - In its plane it is 1e-4 divided by the length of the side. A box of 1e-3 in a large frame is
- *   hit by a block 0.09 away, and fine slivers by a shaft 0.01 away.
- * - For an edge that runs within 1e-4 of its plane it is up to 0.006 divided by the length of the
- *   edge. A box of 0.01, a face of it in line with that of a block, is reported 0.6 beside it.
+ * - In its plane it is 1e-4 divided by the length of the side, and more beyond an acute corner. A
+ *   box of 1e-3 in a large frame is hit by a block 0.19 away, fine slivers by a shaft 0.01 away.
+ * - For an edge that runs within 1e-4 of its plane it is up to 0.0064 divided by the length of the
+ *   edge as refined. A box of 0.01, whose edges refinement halves, with a face in line with that of
+ *   a block, is reported 1.2 beside it.
  *
  * The first query of a solid builds what later ones use: 0.1 to 0.6 s for solids of 80,000 to
  * 215,000 triangles.

@@ -35,12 +35,29 @@ std::FILE* OpenForWriting(const char* path)
     return file;
 }
 
+namespace
+{
+
+/// Whether a file may be renamed over: in a sticky folder only its owner and the folder's may.
+bool IsOursToReplace(const char* path, const struct stat& file)
+{
+    const std::string name = path;
+    const std::size_t slash = name.rfind('/');
+    const std::string folder = slash == name.npos ? "." : name.substr(0, slash + 1);
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) != 0 || !(status.st_mode & S_ISVTX)) return true;
+    const uid_t user = ::geteuid();
+    return user == 0 || user == file.st_uid || user == status.st_uid;
+}
+
+} // namespace
+
 bool IsReplaceable(const char* path)
 {
     struct stat status {};
     if (::lstat(path, &status) != 0) return true;
     return S_ISREG(status.st_mode) && status.st_nlink == 1 &&
-           ::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0;
+           ::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0 && IsOursToReplace(path, status);
 }
 
 std::FILE* CreateBeside(const char* path, std::string& name)

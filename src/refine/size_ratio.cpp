@@ -32,11 +32,13 @@ bool IsReachable(float limit, double low, double high)
 SizeLimit MakeSizeLimit(const SOLIDC& solid, const float* limit)
 {
     SizeLimit result{};
-    // What holds every element that will be judged: the bbox, unless the corners have left it.
+    // What holds every element that will be judged. The bbox alone does, but after a rotation, and
+    // in a solid from a cache file that contradicts itself.
     float bbox[6];
     std::copy_n(solid.bbox, 6, bbox);
-    for (int t = 0; solid.isRotated && t < solid.triangleCount; ++t)
+    for (int t = 0; t < solid.triangleCount; ++t)
         for (const auto& corner : solid.triangles[t].corners) ExtendBbox(bbox, corner);
+    for (int v = 0; v < solid.vertexCount; ++v) ExtendBbox(bbox, solid.vertices[v].position);
     for (int axis = 0; axis < 3; ++axis) {
         result.size[axis] = limit[axis];
         // Without any extent the ratio stays 0/0: LargestAxis knows what to make of that.

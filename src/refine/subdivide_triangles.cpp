@@ -36,8 +36,8 @@ int SOLIDC::SubdivideTriangles(float* const limit)
         MakeRoom(*this, 2 * (2 * std::int64_t{cut.pieces} - 1));
         const int added = BreakTriangle(t, cut.axis, cut.pieces);
         if (added < mostAdded) continue;
-        // Meant: a break that adds as many as any before is made twice. The second set lies on the
-        // first, so no answer changes, but files and counts show it.
+        // "Cut twice" in docs/behaviour.md: so after a break that adds as many as any before. The
+        // second set lies on the first; files and counts show it, answers do not.
         BreakTriangle(t, cut.axis, cut.pieces);
         mostAdded = added;
     }

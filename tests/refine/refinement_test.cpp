@@ -192,6 +192,17 @@ TEST(Refinement, EndsWhereFloatsAreTooCoarse)
             }
 }
 
+TEST(Refinement, EndsWhereTheBoxOfADamagedCacheHoldsNothing)
+{
+    for (int simple = 0; simple < 2; ++simple) {
+        const auto solid = LoadedSolid(BoxMesh({0, 0, 0}, {1, 2, 3}), simple);
+        const int before = solid->triangleCount;
+        std::fill_n(solid->bbox, 6, 0.0f);
+        solid->Build_Octree(simple);
+        EXPECT_EQ(solid->triangleCount, before);
+    }
+}
+
 // Merging leaves these boxes with side triangles that have two corners on one vertex, whose breaks
 // would follow each other for ever.
 TEST(Refinement, EndsOnFlatBoxesWithCollapsedSides)
