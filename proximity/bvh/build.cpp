@@ -1,0 +1,277 @@
+#include <algorithm>
+#include <bit>
+#include <cfloat>
+#include <cstring>
+#include <limits>
+#include <span>
+
+#include "platform/memory.h"
+#include "proximity/bvh/tree.h"
+
+namespace proximity
+{
+namespace
+{
+
+constexpr int kBins = 16;
+constexpr int kMostSplits = 64;     ///< on the way down, before ranges are halved
+constexpr int kAllAxesBelow = 8192; ///< larger ranges are split on their longest axis only
+
+/// The box of a triangle that is to be sorted. Lane 3 of `low` holds its number, as the bits of a
+/// normal float, so that lanes can be compared without slow denormal numbers.
+struct Item {
+    Lanes low, high;
+
+    std::int32_t Number() const
+    {
+        return std::bit_cast<std::int32_t>(static_cast<float>(low[3])) & 0x0fffffff;
+    }
+    Lanes TwiceCenter() const { return low + high; }
+};
+
+float NumberLane(std::size_t number)
+{
+    return std::bit_cast<float>(static_cast<std::int32_t>(number) | 0x40000000);
+}
+
+struct Bounds {
+    Lanes low = Splat(FLT_MAX), high = Splat(-FLT_MAX);
+
+    void Add(Lanes l, Lanes h) { low = Smaller(low, l), high = Larger(high, h); }
+    void Add(const Bounds& other) { Add(other.low, other.high); }
+    float HalfArea() const
+    {
+        const Lanes d = high - low;
+        return d[0] * d[1] + d[1] * d[2] + d[2] * d[0];
+    }
+};
+
+struct Range {
+    std::int32_t first, count;
+    int splits; ///< that led to it
+    Bounds box, centers;
+};
+
+Bounds CentersOf(std::span<const Item> items)
+{
+    Bounds centers;
+    for (const Item& item : items) centers.Add(item.TwiceCenter(), item.TwiceCenter());
+    return centers;
+}
+
+Range MakeRange(std::span<const Item> items, std::int32_t first, std::int32_t count, int splits)
+{
+    Range range{first, count, splits, {}, {}};
+    for (const Item& item : items.subspan(static_cast<std::size_t>(first),
+                                          static_cast<std::size_t>(count)))
+        range.box.Add(item.low, item.high);
+    return range;
+}
+
+struct Bin {
+    Bounds box;
+    std::int32_t count = 0;
+};
+
+/// Maps centres to bins along an axis.
+struct Binning {
+    int axis;
+    float low, scale;
+
+    Binning(const Bounds& centers, int along)
+        : axis(along), low(centers.low[along]),
+          scale(kBins / std::max(centers.high[along] - centers.low[along], FLT_MIN))
+    {
+    }
+    int BinOf(const Item& item) const
+    {
+        const float place = (item.low[axis] + item.high[axis] - low) * scale;
+        return std::clamp(static_cast<int>(place), 0, kBins - 1);
+    }
+};
+
+struct Split {
+    float cost = std::numeric_limits<float>::infinity();
+    int axis = -1, bin = 0; ///< items of bins below it go to the first part
+};
+
+/// The best of the planes between bins along an axis.
+void TryAxis(std::span<const Item> items, const Bounds& centers, int axis, Split& best)
+{
+    if (!(centers.high[axis] - centers.low[axis] > 0)) return;
+    const Binning binning(centers, axis);
+    std::array<Bin, kBins> bins;
+    for (const Item& item : items) {
+        Bin& bin = bins[static_cast<std::size_t>(binning.BinOf(item))];
+        bin.box.Add(item.low, item.high);
+        ++bin.count;
+    }
+    std::array<float, kBins> above{};
+    Bin sum;
+    for (std::size_t i = kBins; --i > 0;) {
+        sum.box.Add(bins[i].box), sum.count += bins[i].count;
+        above[i] = sum.count ? sum.box.HalfArea() * static_cast<float>(sum.count) : 0.0f;
+        if (sum.count == 0) above[i] = std::numeric_limits<float>::infinity();
+    }
+    sum = {};
+    for (std::size_t i = 1; i < kBins; ++i) {
+        sum.box.Add(bins[i - 1].box), sum.count += bins[i - 1].count;
+        if (sum.count == 0) continue;
+        const float cost = above[i] + sum.box.HalfArea() * static_cast<float>(sum.count);
+        if (cost < best.cost) best = {cost, axis, static_cast<int>(i)};
+    }
+}
+
+Split BestSplit(std::span<const Item> items, const Bounds& centers)
+{
+    Split best;
+    const Lanes extent = centers.high - centers.low;
+    if (items.size() > kAllAxesBelow) {
+        int longest = extent[1] > extent[0] ? 1 : 0;
+        if (extent[2] > extent[longest]) longest = 2;
+        TryAxis(items, centers, longest, best);
+    } else {
+        for (int axis = 0; axis < 3; ++axis) TryAxis(items, centers, axis, best);
+    }
+    return best;
+}
+
+/// Reorders the items of a range and cuts it in two.
+std::array<Range, 2> Cut(std::span<Item> all, const Range& range)
+{
+    const auto items =
+        all.subspan(static_cast<std::size_t>(range.first), static_cast<std::size_t>(range.count));
+    std::int32_t below = range.count / 2;
+    if (range.splits < kMostSplits) {
+        const Bounds centers = CentersOf(items);
+        const Split split = BestSplit(items, centers);
+        if (split.axis >= 0) {
+            const Binning binning(centers, split.axis);
+            const auto middle = std::partition(items.begin(), items.end(), [&](const Item& item) {
+                return binning.BinOf(item) < split.bin;
+            });
+            below = static_cast<std::int32_t>(middle - items.begin());
+        }
+    }
+    return {MakeRange(all, range.first, below, range.splits + 1),
+            MakeRange(all, range.first + below, range.count - below, range.splits + 1)};
+}
+
+/// Up to four parts of a range of more than a leaf holds: the part with the largest surface is cut
+/// next.
+int CutIntoFour(std::span<Item> items, const Range& range, std::array<Range, kLanes>& parts)
+{
+    int count = 1;
+    parts[0] = range;
+    while (count < kLanes) {
+        int widest = -1;
+        for (int i = 0; i < count; ++i) {
+            const Range& part = parts[static_cast<std::size_t>(i)];
+            if (part.count <= kMostInLeaf) continue;
+            if (widest < 0 ||
+                part.box.HalfArea() > parts[static_cast<std::size_t>(widest)].box.HalfArea())
+                widest = i;
+        }
+        if (widest < 0) break;
+        const auto halves = Cut(items, parts[static_cast<std::size_t>(widest)]);
+        parts[static_cast<std::size_t>(widest)] = halves[0];
+        parts[static_cast<std::size_t>(count++)] = halves[1];
+    }
+    return count;
+}
+
+float RoundUp(double x)
+{
+    const float f = static_cast<float>(x);
+    return f < x ? std::nextafter(f, FLT_MAX) : f;
+}
+
+/// Stores a box relative to the centre, so that it holds every point of the given one. The last
+/// term is more than the subtractions can lose.
+void StoreBox(const Bounds& box, const float* center, Node& node, int lane)
+{
+    for (int axis = 0; axis < 3; ++axis) {
+        const double low = double(box.low[axis]) - center[axis];
+        const double high = double(box.high[axis]) - center[axis];
+        const auto middle = static_cast<float>(0.5 * low + 0.5 * high);
+        const double half = std::max(high - middle, middle - low);
+        const double lost = 0x1p-50 * (std::fabs(double(box.low[axis])) +
+                                       std::fabs(double(box.high[axis])) +
+                                       std::fabs(double(center[axis])));
+        node.center[axis][lane] = middle;
+        node.half[axis][lane] = RoundUp(half > 0 ? half + lost : lost);
+    }
+}
+
+std::vector<Item> MakeItems(const Triangles& triangles)
+{
+    std::vector<Item> items(triangles.size());
+    PreferLargePages(items.data(), items.size() * sizeof(Item));
+    for (std::size_t t = 0; t < triangles.size(); ++t) {
+        const auto& c = triangles[t].corner;
+        const Lanes a{c[0][0], c[0][1], c[0][2], NumberLane(t)};
+        const Lanes b{c[1][0], c[1][1], c[1][2], NumberLane(t)};
+        const Lanes d{c[2][0], c[2][1], c[2][2], NumberLane(t)};
+        items[t] = {Smaller(Smaller(a, b), d), Larger(Larger(a, b), d)};
+    }
+    return items;
+}
+
+/// A range whose box and children are still to be stored, in a lane of a node.
+struct Task {
+    Range range;
+    Handle handle;
+};
+
+void BuildNodes(std::span<Item> items, Tree& tree)
+{
+    std::vector<Task> tasks{
+        {MakeRange(items, 0, static_cast<std::int32_t>(items.size()), 0), kRoot}};
+    while (!tasks.empty()) {
+        const Task task = tasks.back();
+        tasks.pop_back();
+        const auto at = static_cast<std::size_t>(task.handle / kLanes);
+        const int lane = task.handle % kLanes;
+        StoreBox(task.range.box, tree.center, tree.node[at], lane);
+        if (task.range.count <= kMostInLeaf) {
+            tree.node[at].child[lane] = ChildOf(Leaf{task.range.first, task.range.count});
+            continue;
+        }
+        const auto below = static_cast<std::int32_t>(tree.node.size());
+        tree.node[at].child[lane] = below;
+        tree.node.push_back({{}, {}, {kNoChild, kNoChild, kNoChild, kNoChild}});
+        std::array<Range, kLanes> parts;
+        const int count = CutIntoFour(items, task.range, parts);
+        for (int i = count; i-- > 0;)
+            tasks.push_back({parts[static_cast<std::size_t>(i)], HandleOf(below, i)});
+    }
+}
+
+} // namespace
+
+Tree BuildTree(Triangles triangles)
+{
+    std::vector<Item> items = MakeItems(triangles);
+    Tree tree;
+    const Bounds whole =
+        MakeRange(items, 0, static_cast<std::int32_t>(items.size()), 0).box;
+    for (int axis = 0; axis < 3; ++axis) {
+        tree.low[axis] = whole.low[axis];
+        tree.high[axis] = whole.high[axis];
+        tree.center[axis] =
+            static_cast<float>(0.5 * double(whole.low[axis]) + 0.5 * double(whole.high[axis]));
+    }
+    tree.node.reserve(items.size() / 6 + 2);
+    tree.node.push_back({{}, {}, {kNoChild, kNoChild, kNoChild, kNoChild}});
+    BuildNodes(items, tree);
+    tree.node.shrink_to_fit();
+    tree.source.resize(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i) tree.source[i] = items[i].Number();
+    std::vector<Item>().swap(items);
+    tree.triangle.resize(triangles.size());
+    for (std::size_t i = 0; i < triangles.size(); ++i)
+        tree.triangle[i] = triangles[static_cast<std::size_t>(tree.source[i])];
+    return tree;
+}
+
+} // namespace proximity
