@@ -25,11 +25,12 @@ struct NodePair {
     Handle a, b;
 };
 
-/// A pair of bodies at a moment that moves by events; see impact.cpp.
+/// A pair of nodes or triangles that is shown to be clear up to a time; see impact.cpp.
 struct Event {
     double time;
-    std::int32_t a, b;
-    bool triangles; ///< a and b are triangles, else handles of nodes
+    float size;        ///< of the nodes together; 0 for triangles
+    std::int32_t a, b; ///< handles of nodes, or triangles
+    bool triangles;
 };
 
 /// Owned by one thread at a time. What it remembers of the last call is only a hint.
