@@ -30,8 +30,9 @@ struct PairDistance {
 /// @param resolution  >= 0; a certificate no wider than this is good enough. Without it, pairs
 /// nearer
 ///                    than about 2^-30 of their size take a slower path, in twice the precision
-/// @return a certificate with upper - lower <= max(resolution, 2^-20 upper), except for pairs apart
-///         by less than about 2^-70 of their size, or needles beyond that: still true, but wider.
+/// @return a certificate no wider than the greatest of `resolution`, 2^-20 of `upper`, and 2^-50 of
+///         the pair's extent, the greatest difference of coordinates; the last only where features
+///         are parallel but for rounding, and for extents below 1e-280.
 ///         Corners that are not finite give lower 0 and upper infinity: neither clear nor contact.
 PairDistance DistanceOf(const Triangle& a, const Triangle& b, double resolution = 0);
 
