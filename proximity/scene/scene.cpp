@@ -1,5 +1,7 @@
 #include "proximity/scene/scene.h"
 
+#include <map>
+
 #include "proximity/query/answers.h"
 
 namespace proximity
@@ -91,12 +93,21 @@ std::vector<BodyPair> NearPairs(const Scene& scene, double distance)
     return pairs;
 }
 
+/// All pairs without those left out, without going through them.
 std::int64_t CountPairs(const Scene& scene)
 {
-    std::int64_t count = 0;
-    const auto bodies = static_cast<std::int32_t>(scene.bodies.size());
-    for (std::int32_t i = 0; i < bodies; ++i)
-        for (std::int32_t j = i + 1; j < bodies; ++j) count += !IsLeftOut(scene, {i, j});
+    const auto pairsOf = [](std::int64_t bodies) { return bodies * (bodies - 1) / 2; };
+    std::map<std::int32_t, std::int64_t> groups;
+    for (const SceneBody& body : scene.bodies)
+        if (body.group > 0) ++groups[body.group];
+    std::int64_t count = pairsOf(static_cast<std::int64_t>(scene.bodies.size()));
+    for (const auto& [group, bodies] : groups) count -= pairsOf(bodies);
+    for (const BodyPair& pair : scene.ignored) {
+        const std::int32_t group = scene.bodies[static_cast<std::size_t>(pair.first)].group;
+        const bool counted =
+            group > 0 && group == scene.bodies[static_cast<std::size_t>(pair.second)].group;
+        count -= pair.first != pair.second && !counted;
+    }
     return count;
 }
 
