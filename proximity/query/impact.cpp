@@ -274,9 +274,17 @@ struct ImpactSearch {
         if (left > 0 && fastest == 0) return HUGE_VAL;
         const Vec between = VecOf(distance.pointB) - VecOf(distance.pointA);
         const double length = Length(between);
+        const double floor = wait;
         if (length > 0)
-            wait = std::max(wait,
-                            WaitOfCorners(x, y, (1 / length) * between, limits.tolerance));
+            wait = std::max(wait, WaitOfCorners(x, y, (1 / length) * between, limits.tolerance));
+        // Of points that are near each other the direction is mostly rounding: faces that slide
+        // along each other are told by their normals.
+        if (wait > 2 * floor) return wait;
+        const Directions directions = SeparatingDirections(x, y, {});
+        for (int i = 0; i < directions.count; ++i)
+            if (directions.gap[i] > limits.tolerance)
+                wait = std::max(
+                    wait, WaitOfCorners(x, y, directions.direction[i], limits.tolerance));
         return wait;
     }
 
