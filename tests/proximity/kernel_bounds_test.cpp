@@ -87,7 +87,7 @@ double Climb(Ratio ratio, bool wide, long starts)
             Mutate(random, next);
             if (random() % 2) Mutate(random, next);
             const double value = ratio(next);
-            if (value > best) best = value, attack = next;
+            if (value >= best) best = value, attack = next;
         }
         worst = std::max(worst, best);
     }
