@@ -23,9 +23,9 @@ constexpr int kPackLanes = 2;
 /// Each sum, difference and product of Reals has a relative error of at most this (DoubleDouble:
 /// 7u^2, u = 2^-53), and what underflow adds.
 template <class Real>
-constexpr double kRoundoff = 0x1p-53;
+inline constexpr double kRoundoff = 0x1p-53;
 template <>
-constexpr double kRoundoff<DoubleDouble> = 0x1p-103;
+inline constexpr double kRoundoff<DoubleDouble> = 0x1p-103;
 
 /// The rounded value as a double.
 inline double Head(double x) { return x; }

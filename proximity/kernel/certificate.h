@@ -51,14 +51,16 @@ Centred<Real> CentredOf(const Triangle& a, const Triangle& b)
 }
 
 /// A number and a bound on its error.
+template <class Real>
 struct Bounded {
-    double value, error;
+    Real value;
+    double error;
 };
 
 /// How far apart the triangles are along a direction, times its length; negative where they
 /// overlap.
 template <class Real>
-Bounded GapAlong(const Centred<Real>& pair, const Vector<Real>& direction)
+Bounded<Real> GapAlong(const Centred<Real>& pair, const Vector<Real>& direction)
 {
     constexpr double kError = 11 * kRoundoff<Real>; // Lemma 3
     Real lowA = Dot(direction, pair.a[0]), highA = lowA;
@@ -71,7 +73,7 @@ Bounded GapAlong(const Centred<Real>& pair, const Vector<Real>& direction)
     const Real aFirst = lowB - highA, bFirst = lowA - highB;
     double sum = 0;
     for (const Real& x : direction) sum += std::fabs(Head(x));
-    return {Head(aFirst < bFirst ? bFirst : aFirst), kError * (sum * pair.size)};
+    return {aFirst < bFirst ? bFirst : aFirst, kError * (sum * pair.size)};
 }
 
 /// @return a lower bound on the distance; 0 where the direction shows none
@@ -80,23 +82,24 @@ double LowerBoundAlong(const Centred<Real>& pair, const Vector<Real>& direction)
 {
     double square = 0;
     for (const Real& x : direction) square += Head(x) * Head(x);
-    const Bounded gap = GapAlong(pair, direction);
-    if (!(square >= kLeastSquare) || !(gap.value > gap.error)) return 0;
-    return (gap.value - gap.error) / std::sqrt(square) * kRoundDown;
+    const Bounded<Real> gap = GapAlong(pair, direction);
+    const double value = Head(gap.value);
+    if (!(square >= kLeastSquare) || !(value > gap.error)) return 0;
+    return (value - gap.error) / std::sqrt(square) * kRoundDown;
 }
 
 /// Of a vector between points of the triangles, found by the formulas of features.h.
 template <class Real>
-Bounded LengthOf(const Vector<Real>& between, double size)
+Bounded<double> LengthOf(const Vector<Real>& between, double size)
 {
-    constexpr double kError = 26 * kRoundoff<Real>; // Lemma 4
+    constexpr double kError = 21 * kRoundoff<Real>; // Lemma 4
     double square = 0;
     for (const Real& x : between) square += Head(x) * Head(x);
     return {std::sqrt(square), kError * size};
 }
 
 /// @return an upper bound on the distance
-inline double UpperBound(Bounded length) { return length.value * kRoundUp + length.error; }
+inline double UpperBound(Bounded<double> length) { return length.value * kRoundUp + length.error; }
 
 } // namespace proximity
 

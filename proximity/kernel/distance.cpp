@@ -117,7 +117,7 @@ PairDistance PointsOf(const Triangle& a, const Triangle& b, const NearestPoints<
                       double size)
 {
     PairDistance out{};
-    const Bounded length = LengthOf(nearest.between, size);
+    const Bounded<double> length = LengthOf(nearest.between, size);
     out.distance = length.value;
     out.upper = UpperBound(length);
     SetPoint(a, nearest.onA, out.pointA);

@@ -42,8 +42,8 @@ mpz_class WholeOf(double x, int unit)
     int exponent;
     mpz_class out(std::ldexp(std::frexp(x, &exponent), 53));
     exponent -= 53 + unit;
-    if (exponent >= 0) return out << exponent;
-    return out >> -exponent;
+    if (exponent >= 0) return out << static_cast<mp_bitcnt_t>(exponent);
+    return out >> static_cast<mp_bitcnt_t>(-exponent);
 }
 
 using Corners = std::array<Whole, 3>;
@@ -177,7 +177,7 @@ PairRelation RelationOf(const Corners& a, const Corners& b, const std::vector<Po
 
 mpq_class PowerOfTwo(int exponent)
 {
-    const mpz_class power = mpz_class(1) << std::abs(exponent);
+    const mpz_class power = mpz_class(1) << static_cast<mp_bitcnt_t>(std::abs(exponent));
     return exponent < 0 ? mpq_class(mpz_class(1), power) : mpq_class(power);
 }
 

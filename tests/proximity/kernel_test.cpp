@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "kernel/candidates.h"
 #include "kernel/triangle_pair.h"
 #include "kernel_oracle.h"
 #include "kernel_pairs.h"
@@ -22,7 +23,7 @@ std::uint64_t Seed()
 
 double Size(const Pair& pair)
 {
-    double out = 0;
+    double out = 0x1p-1074; // never 0: it divides
     for (const Triangle* t : {&pair.a, &pair.b})
         for (const auto& corner : t->corner)
             for (double x : corner) out = std::max(out, std::fabs(x));
@@ -109,8 +110,8 @@ void CheckContact(const Pair& pair, const Truth& truth)
     double length = 0;
     for (int k = 0; k < 3; ++k)
         length = std::hypot(length, contact.segment[1][k] / size - contact.segment[0][k] / size);
-    const mpf_class truth2 = RootOf(most) / mpf_class(size, 256);
-    ASSERT_NEAR(length, truth2.get_d(), 16 * 0x1p-53);
+    const mpf_class length256 = RootOf(most) / mpf_class(size, 256);
+    ASSERT_NEAR(length, length256.get_d(), 16 * 0x1p-53 + 0x1p-1070 / size);
 }
 
 class KernelAgainstRationals : public testing::TestWithParam<int> {};
@@ -136,5 +137,99 @@ TEST_P(KernelAgainstRationals, DistanceCertificateAndContact)
 
 INSTANTIATE_TEST_SUITE_P(Families, KernelAgainstRationals, testing::Range(0, 13),
                          [](const auto& row) { return std::string(kFamilies[row.param].name); });
+
+TEST(Kernel, FindsTheTinyDistanceBesideLongParallelEdges)
+{
+    const Pair pair{{{{8000.0000000000036, 6817.7672478170962, 571.00166381103077},
+                      {7500.0000000000009, 6817.7672478170962, 571.00166381103077},
+                      {7500.0000000000009, 6327.6345143037688, 571.00166381103077}}},
+                    {{{8000.0000000000009, 6327.6345143037670, 88.336618780016408},
+                      {7500, 6327.6345143037670, 88.336618780016408},
+                      {7500, 6327.6345143037670, 1015.9309593449836}}}};
+    const PairDistance d = DistanceOf(pair.a, pair.b);
+    EXPECT_EQ(d.distance, 0x1p-39);
+    EXPECT_LE(d.upper - d.lower, 0x1p-59);
+    EXPECT_EQ(ContactOf(pair.a, pair.b).relation, PairRelation::kApart);
+}
+
+TEST(Kernel, CornersThatAreNotNumbersAreNeitherClearNorContact)
+{
+    for (double bad : {std::nan(""), HUGE_VAL, -HUGE_VAL})
+        for (int place = 0; place < 18; ++place) {
+            Pair pair{{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}}, {{{0, 0, 9}, {1, 0, 9}, {0, 1, 9}}}};
+            (place < 9 ? pair.a : pair.b).corner[place % 9 / 3][place % 3] = bad;
+            const PairDistance d = DistanceOf(pair.a, pair.b);
+            EXPECT_TRUE(d.lower == 0 && std::isinf(d.upper)) << place;
+            EXPECT_FALSE(FartherThan(pair.a, pair.b, 0)) << place;
+        }
+}
+
+/// Swapped, or with corners in another order.
+Pair Reordered(const Pair& pair, int order)
+{
+    Pair out = order % 2 ? Pair{pair.b, pair.a} : pair;
+    std::rotate(out.a.corner[0], out.a.corner[order / 2 % 3], out.a.corner[0] + 9);
+    if (order >= 6) std::swap(out.b.corner[0], out.b.corner[2]);
+    return out;
+}
+
+Pair Scaled(const Pair& pair, double scale)
+{
+    Pair out = pair;
+    for (Triangle* t : {&out.a, &out.b})
+        for (auto& corner : t->corner)
+            for (double& x : corner) x *= scale;
+    return out;
+}
+
+// The order of corners and triangles may cost roundings, never the relation nor the certificate; a
+// power of two as a scale costs nothing.
+TEST(Kernel, OrderAndScaleDoNotMatter)
+{
+    Random random(Seed());
+    for (long n = 0; n < PairCount(2000); ++n) {
+        const Pair pair = kFamilies[n % 11].make(random);
+        const PairDistance d = DistanceOf(pair.a, pair.b);
+        const PairRelation relation = ContactOf(pair.a, pair.b).relation;
+        const Pair other = Reordered(pair, static_cast<int>(random() % 12));
+        const PairDistance e = DistanceOf(other.a, other.b);
+        ASSERT_TRUE(e.lower <= d.upper && d.lower <= e.upper) << Print(pair);
+        ASSERT_EQ(ContactOf(other.a, other.b).relation, relation) << Print(pair);
+        const double scale = n % 2 ? 0x1p9 : 0x1p-7;
+        const Pair scaled = Scaled(pair, scale);
+        const PairDistance f = DistanceOf(scaled.a, scaled.b);
+        ASSERT_TRUE(f.distance == scale * d.distance && f.lower == scale * d.lower &&
+                    f.upper == scale * d.upper && f.featureA == d.featureA)
+            << Print(pair);
+    }
+}
+
+// The lanes of the search must round as the plain formulas do.
+TEST(Kernel, SearchInLanesFindsTheLeastOfAllCandidates)
+{
+    Random random(Seed());
+    for (long n = 0; n < PairCount(2000); ++n) {
+        const Pair pair = kFamilies[n % 11].make(random);
+        double least = HUGE_VAL;
+        for (int number = 0; number < kCandidates; ++number)
+            least = std::min(least, NearestOf<double>(pair.a, pair.b, CandidateOf(number)).square);
+        const Candidate found = NearestCandidate(pair.a, pair.b);
+        ASSERT_EQ(NearestOf<double>(pair.a, pair.b, found).square, least) << Print(pair);
+    }
+}
+
+// It pays only if it succeeds on pairs that boxes leave over.
+TEST(Kernel, CheapProofSucceedsOnPairsThatAreClearlyFar)
+{
+    Random random(Seed());
+    int far = 0, proven = 0;
+    for (int n = 0; n < 2000; ++n) {
+        const Pair pair = kFamilies[0].make(random);
+        const double lower = DistanceOf(pair.a, pair.b).lower;
+        far += lower > 0;
+        proven += FartherThan(pair.a, pair.b, lower / 2);
+    }
+    EXPECT_GT(proven, far * 3 / 4);
+}
 
 } // namespace
