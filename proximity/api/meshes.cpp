@@ -5,6 +5,7 @@
 #include "proximity/mesh/read_stl.h"
 #include "proximity/mesh/shapes.h"
 #include "proximity/mesh/weld.h"
+#include "proximity/query/diagnose.h"
 
 using namespace proximity;
 
@@ -211,6 +212,24 @@ std::int64_t scapi_mesh_indexed(const scapi_mesh* mesh, float* vertices, std::in
             std::memcpy(indices, welded.triangle.data(),
                         welded.triangle.size() * sizeof welded.triangle[0]);
         return static_cast<std::int64_t>(welded.vertex.size());
+    });
+}
+
+int scapi_diagnose(const scapi_mesh* mesh, const scapi_diagnose_options* options,
+                   scapi_diagnosis* result)
+{
+    if (!result) return SCAPI_ERROR_NULL;
+    *result = {};
+    if (!mesh) return SCAPI_ERROR_NULL;
+    scapi_diagnose_options read;
+    if (const int code = CopyOptions(options, SCAPI_SELF_CROSSINGS, read); code != SCAPI_OK)
+        return code;
+    if (!(0 <= read.weld && read.weld <= SCAPI_MOST_COORDINATE)) return SCAPI_ERROR_TOLERANCE;
+    DiagnoseLimits limits{read.weld, (read.flags & SCAPI_SELF_CROSSINGS) != 0, 0};
+    if (!ReadBudget(read.budget, limits.budget)) return SCAPI_ERROR_OPTIONS;
+    return Guard([&]() -> int {
+        *result = Diagnose(mesh->body, limits);
+        return SCAPI_OK;
     });
 }
 

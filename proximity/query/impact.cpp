@@ -257,7 +257,7 @@ struct ImpactSearch {
     {
         const Directions directions = SeparatingDirections(
             x, y, VecOf(distance.pointB) - VecOf(distance.pointA));
-        double wait = 0, gap = distance.lower;
+        double wait = 0, gap = distance.lower > 0 ? distance.lower : -HUGE_VAL;
         for (int i = 0; i < directions.count; ++i) {
             gap = std::max(gap, directions.gap[i]);
             wait = std::max(wait, WaitOfCorners(x, y, directions.direction[i], least));
@@ -357,8 +357,8 @@ double WidestGap(const Triangle& a, const Triangle& b)
     const PairDistance distance = DistanceOf(a, b);
     const Directions directions =
         SeparatingDirections(a, b, VecOf(distance.pointB) - VecOf(distance.pointA));
-    return directions.widest < 0 ? distance.lower
-                                 : std::max(distance.lower, directions.gap[directions.widest]);
+    const double widest = directions.widest < 0 ? 0.0 : directions.gap[directions.widest];
+    return distance.lower > 0 ? std::max(distance.lower, widest) : widest;
 }
 
 Vec ContactNormal(const Triangle& a, const Triangle& b, const PairDistance& distance)

@@ -210,14 +210,16 @@ Pose SampleAt(const scapi_motion& motion, double time)
     return out;
 }
 
-scapi_motion RandomMotion(std::mt19937& random, double distance)
+/// Any turn about any axis; `aim` of the way to the origin, and some beside it.
+scapi_motion RandomMotion(std::mt19937& random, double distance, double aim)
 {
     std::uniform_real_distribution<double> unit(-1, 1);
     const Pose pose = RandomPose(random, distance), axis = RandomPose(random, 0);
     const double turns[] = {0, 0.1, 1, 3, 7};
     return Turn(pose, {5 * unit(random), 5 * unit(random), 5 * unit(random)},
                 {axis[0], axis[4], axis[8]}, turns[random() % 5] * unit(random),
-                {20 * unit(random), 20 * unit(random), 20 * unit(random)});
+                {5 * unit(random) - aim * pose[3], 5 * unit(random) - aim * pose[7],
+                 5 * unit(random) - aim * pose[11]});
 }
 
 TEST(ProximityImpact, IsNeverLaterThanTheFirstSampleInContact)
@@ -230,7 +232,8 @@ TEST(ProximityImpact, IsNeverLaterThanTheFirstSampleInContact)
     for (int i = 0; i < 60; ++i) {
         SCOPED_TRACE(i);
         const MeshPtr &a = meshes[random() % 3], &b = meshes[random() % 3];
-        const scapi_motion motionA = RandomMotion(random, 12), motionB = RandomMotion(random, 12);
+        const scapi_motion motionA = RandomMotion(random, 4, 0);
+        const scapi_motion motionB = RandomMotion(random, 25, 0.8);
         const scapi_options options = Within(0.05, 0.005);
         const scapi_impact impact = Impact(a, motionA, b, motionB, options);
         ASSERT_NE(impact.verdict, SCAPI_INDETERMINATE);
@@ -262,7 +265,7 @@ TEST(ProximityImpact, MotionsGoWhereTheirPosesAre)
 {
     std::mt19937 random(5);
     for (int i = 0; i < 20; ++i) {
-        const scapi_motion motion = RandomMotion(random, 10);
+        const scapi_motion motion = RandomMotion(random, 10, 1);
         double pose[12];
         ASSERT_EQ(scapi_motion_pose(&motion, 0.37, pose), SCAPI_OK);
         const Pose expected = SampleAt(motion, 0.37);
