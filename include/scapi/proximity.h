@@ -224,7 +224,7 @@ typedef struct scapi_options {
                            for a tenth of the tolerance, or, where that is 0, for a millionth of the
                            diagonal of the smaller body's box */
     double upper_bound; /* scapi_distance looks no further than this; 0: without bound */
-    int64_t budget;     /* tests of pairs of nodes and triangles; 0 stands for 200 million */
+    int64_t budget;     /* tests of pairs of nodes and triangles; 0 stands for 50 million */
 } scapi_options;
 
 typedef struct scapi_result {
@@ -334,7 +334,7 @@ typedef struct scapi_diagnose_options {
     uint32_t flags; /* SCAPI_SELF_CROSSINGS: look for them too */
     double weld;    /* vertices at most so far apart on each axis are one, and so are those that a
                        chain of such vertices joins; 0: only those with equal coordinates */
-    int64_t budget; /* tests of pairs for self crossings; 0 stands for 200 million */
+    int64_t budget; /* tests of pairs for self crossings; 0 stands for 50 million */
 } scapi_diagnose_options;
 
 typedef struct scapi_diagnosis {

@@ -5,7 +5,7 @@ namespace proximity
 namespace
 {
 
-constexpr std::int64_t kDefaultBudget = 200000000;
+constexpr std::int64_t kDefaultBudget = 50000000;
 
 /// False for NaN.
 bool IsLength(double x) { return 0 <= x && x <= SCAPI_MOST_COORDINATE; }
