@@ -180,6 +180,13 @@ int CutIntoFour(std::span<Item> items, const Range& range, std::array<Range, kLa
     return count;
 }
 
+Node EmptyNode()
+{
+    Node node{};
+    std::fill_n(node.child, kLanes, kNoChild);
+    return node;
+}
+
 float RoundUp(double x)
 {
     const float f = static_cast<float>(x);
@@ -239,11 +246,105 @@ void BuildNodes(std::span<Item> items, Tree& tree)
         }
         const auto below = static_cast<std::int32_t>(tree.node.size());
         tree.node[at].child[lane] = below;
-        tree.node.push_back({{}, {}, {kNoChild, kNoChild, kNoChild, kNoChild}});
+        tree.node.push_back(EmptyNode());
         std::array<Range, kLanes> parts;
         const int count = CutIntoFour(items, task.range, parts);
         for (int i = count; i-- > 0;)
             tasks.push_back({parts[static_cast<std::size_t>(i)], HandleOf(below, i)});
+    }
+}
+
+using Sum = std::array<double, 3>; ///< of the normals of triangles, twice their areas long
+
+/// The direction of a sum, a little shorter than 1, so that a gap along it is never more than a
+/// distance.
+void StoreNormal(const Sum& sum, Node& node, int lane)
+{
+    const double length = std::sqrt(sum[0] * sum[0] + sum[1] * sum[1] + sum[2] * sum[2]);
+    const bool any = length > 1e-30;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double along = any ? sum[static_cast<std::size_t>(axis)] / length : axis == 2;
+        node.normal[axis][lane] = static_cast<float>(along * (1 - 0x1p-20));
+    }
+}
+
+struct Extent {
+    double low = HUGE_VAL, high = -HUGE_VAL;
+};
+
+/// Along the normal of a lane, of the corners of a leaf.
+Extent ExtentOfLeaf(const Tree& tree, Leaf leaf, const Box& box)
+{
+    Extent extent;
+    for (int t = leaf.first; t < leaf.first + leaf.count; ++t)
+        for (const auto& corner : tree.triangle[static_cast<std::size_t>(t)].corner) {
+            double along = 0;
+            for (int axis = 0; axis < 3; ++axis)
+                along += box.normal[axis] * (double(corner[axis]) - tree.center[axis]);
+            extent.low = std::min(extent.low, along), extent.high = std::max(extent.high, along);
+        }
+    return extent;
+}
+
+/// Along the normal of a lane, of what lies in the box and the slab of a child: the normal is split
+/// into a part along the child's, bounded by its slab, and the rest, bounded by its box (Lemma B1).
+Extent ExtentOfChild(const Box& child, const Box& box)
+{
+    double part = 0;
+    for (int axis = 0; axis < 3; ++axis) part += double(box.normal[axis]) * child.normal[axis];
+    double middle = 0, half = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const double rest = box.normal[axis] - part * child.normal[axis];
+        middle += rest * child.center[axis], half += std::fabs(rest) * child.half[axis];
+    }
+    const double a = part * child.low, b = part * child.high;
+    return {middle - half + std::min(a, b), middle + half + std::max(a, b)};
+}
+
+Sum SumOfLeaf(const Tree& tree, Leaf leaf)
+{
+    Sum sum{};
+    for (int t = leaf.first; t < leaf.first + leaf.count; ++t) {
+        const auto& c = tree.triangle[static_cast<std::size_t>(t)].corner;
+        double p[3], q[3];
+        for (int i = 0; i < 3; ++i)
+            p[i] = double(c[1][i]) - c[0][i], q[i] = double(c[2][i]) - c[0][i];
+        for (std::size_t i = 0; i < 3; ++i) {
+            const std::size_t j = (i + 1) % 3, k = (i + 2) % 3;
+            sum[i] += p[j] * q[k] - p[k] * q[j];
+        }
+    }
+    return sum;
+}
+
+/// Slabs of all nodes, children before their parents, which stand before them.
+void BuildSlabs(Tree& tree)
+{
+    std::vector<Sum> sums(tree.node.size());
+    const double lost = 0x1p-44 * tree.Reach();
+    for (std::size_t n = tree.node.size(); n-- > 0;) {
+        Node& node = tree.node[n];
+        for (int lane = 0; lane < kLanes && node.child[lane] != kNoChild; ++lane) {
+            const std::int32_t child = node.child[lane];
+            const Handle handle = HandleOf(static_cast<std::int32_t>(n), lane);
+            const Sum sum = IsLeaf(child) ? SumOfLeaf(tree, LeafOf(child))
+                                          : sums[static_cast<std::size_t>(child)];
+            for (std::size_t axis = 0; axis < 3; ++axis) sums[n][axis] += sum[axis];
+            StoreNormal(sum, node, lane);
+            Extent extent;
+            if (IsLeaf(child)) {
+                extent = ExtentOfLeaf(tree, LeafOf(child), tree.BoxOf(handle));
+            } else {
+                for (int k = 0; k < kLanes && tree.Child(HandleOf(child, k)) != kNoChild; ++k) {
+                    const Extent of =
+                        ExtentOfChild(tree.BoxOf(HandleOf(child, k)), tree.BoxOf(handle));
+                    extent.low = std::min(extent.low, of.low);
+                    extent.high = std::max(extent.high, of.high);
+                }
+            }
+            node.low[lane] = -RoundUp(lost - extent.low);
+            node.high[lane] = RoundUp(extent.high + lost);
+        }
     }
 }
 
@@ -261,8 +362,8 @@ Tree BuildTree(Triangles triangles)
         tree.center[axis] =
             static_cast<float>(0.5 * double(whole.low[axis]) + 0.5 * double(whole.high[axis]));
     }
-    tree.node.reserve(items.size() / 6 + 2);
-    tree.node.push_back({{}, {}, {kNoChild, kNoChild, kNoChild, kNoChild}});
+    tree.node.reserve(items.size() / 5 + 2);
+    tree.node.push_back(EmptyNode());
     BuildNodes(items, tree);
     tree.node.shrink_to_fit();
     tree.source.resize(items.size());
@@ -271,6 +372,7 @@ Tree BuildTree(Triangles triangles)
     tree.triangle.resize(triangles.size());
     for (std::size_t i = 0; i < triangles.size(); ++i)
         tree.triangle[i] = triangles[static_cast<std::size_t>(tree.source[i])];
+    BuildSlabs(tree);
     return tree;
 }
 

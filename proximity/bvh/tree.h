@@ -16,12 +16,16 @@ namespace proximity
 constexpr int kMostInLeaf = 4;
 constexpr std::int32_t kNoChild = INT32_MIN;
 
-/// Up to four boxes, and what lies below each. 112 bytes for about eight triangles.
+/// Up to four boxes, and what lies below each. 192 bytes for about seven triangles.
+/// What is in a box also lies in a slab: low <= normal . p <= high. A box along the axes is as thick
+/// as it is wide where it holds a patch that faces between them; the slab is as thin as the patch.
 struct Node {
     Lanes center[3], half[3];
+    Lanes normal[3];            ///< no longer than 1, near the mean of the triangles' normals
+    Lanes low, high;
     std::int32_t child[kLanes]; ///< a node; a leaf, negative; or kNoChild, at the end only
 };
-static_assert(sizeof(Node) == 112);
+static_assert(sizeof(Node) == 192);
 
 /// Triangles first to first + count - 1 of Tree::triangle.
 struct Leaf {
@@ -36,9 +40,10 @@ constexpr Leaf LeafOf(std::int32_t child)
 constexpr bool IsLeaf(std::int32_t child) { return child < 0; }
 static_assert(std::int64_t{SCAPI_MOST_TRIANGLES} * kMostInLeaf - 1 <= INT32_MAX);
 
-/// Relative to the centre of the body.
+/// A box and its slab, relative to the centre of the body.
 struct Box {
     float center[3], half[3];
+    float normal[3], low, high;
 };
 
 /// A lane of a node, as one number: its box, and what lies below.
@@ -63,7 +68,10 @@ struct Tree {
         const Node& n = NodeOf(handle);
         const int lane = handle % kLanes;
         return {{n.center[0][lane], n.center[1][lane], n.center[2][lane]},
-                {n.half[0][lane], n.half[1][lane], n.half[2][lane]}};
+                {n.half[0][lane], n.half[1][lane], n.half[2][lane]},
+                {n.normal[0][lane], n.normal[1][lane], n.normal[2][lane]},
+                n.low[lane],
+                n.high[lane]};
     }
     /// Sum of the half extents of the body: no point of it is farther from the centre.
     double Reach() const

@@ -28,25 +28,76 @@ struct Moment {
     double size[3][3]; ///< absolute values of A's rotation transposed times B's
 };
 
+/// A box and its slab, placed.
 struct NodeBox {
-    Vec center, half; ///< center placed, half extents along the axes of the body
-    double extent;    ///< length of half, with room for poses that are not quite rigid
+    Vec center, half;  ///< center placed, half extents along the axes of the body
+    double extent;     ///< length of half, with room for poses that are not quite rigid
+    Vec normal;        ///< of the slab, placed
+    double low, high;  ///< of the slab, from the body's centre
+    Vec offset;        ///< center, from the body's centre
+    Vec bodyCenter;
+    const Mat* rotation;
+    MovingPoints points{}; ///< filled in by Place
 };
 
-NodeBox PlaceBox(const Placement& placement, const Box& box)
+/// The farthest that anything in a box and its slab lies along a direction (Lemma B1).
+double SupportOf(const NodeBox& box, const Vec& direction)
+{
+    const auto along = [&](const Vec& d) {
+        const Vec inBody = TransposedTimes(*box.rotation, d);
+        double sum = Dot(d, box.offset);
+        for (int i = 0; i < 3; ++i) sum += std::fabs(inBody[i]) * box.half[i];
+        return sum;
+    };
+    const double part = Dot(direction, box.normal);
+    const double slab = std::max(part * box.low, part * box.high) +
+                        along(direction - part * box.normal);
+    return Dot(direction, box.bodyCenter) + std::min(along(direction), slab);
+}
+
+/// How far anything in a box gets from the axis that its body turns about: a bound for its extents
+/// along two directions across the axis, one of them that of the slab.
+double RadiusOfBox(const Rates& rates, const NodeBox& box, const Vec& arm)
+{
+    const double ball = RadiusOf(rates, arm, box.extent);
+    if (rates.speed == 0) return ball;
+    const Vec axis = (1 / rates.speed) * rates.spin;
+    const Vec across = Cross(axis, box.normal);
+    const double length = Length(across);
+    if (!(length > 1e-3)) return ball;
+    const Vec second = (1 / length) * across, first = Cross(second, axis);
+    const auto farthest = [&](const Vec& d) {
+        const double at = Dot(d, rates.pivot);
+        return std::max({0.0, SupportOf(box, d) - at, SupportOf(box, -1.0 * d) + at});
+    };
+    return std::min(ball, std::hypot(farthest(first), farthest(second)) * (1 + 1e-14));
+}
+
+NodeBox PlaceBox(const Placement& placement, const Rates& rates, const Box& box)
 {
     NodeBox placed;
-    placed.center = placement.rotation * Vec{{box.center[0], box.center[1], box.center[2]}} +
-                    placement.center;
+    placed.offset = placement.rotation * Vec{{box.center[0], box.center[1], box.center[2]}};
+    placed.center = placed.offset + placement.center;
     placed.half = {{box.half[0], box.half[1], box.half[2]}};
     placed.extent = Length(placed.half) * (1 + placement.offRigid);
+    placed.normal = placement.rotation * Vec{{box.normal[0], box.normal[1], box.normal[2]}};
+    placed.low = box.low, placed.high = box.high;
+    placed.bodyCenter = placement.center;
+    placed.rotation = &placement.rotation;
+    const Vec arm = placed.center - rates.pivot;
+    placed.points = {arm, placed.half, RadiusOfBox(rates, placed, arm)};
     return placed;
 }
 
-MovingPoints PointsOf(const Rates& rates, const NodeBox& box)
+/// As SupportOf, for all angles that the body may turn to (Lemma M4).
+double SupportAtAnyAngle(const Rates& rates, const NodeBox& box, const Vec& direction)
 {
-    const Vec arm = box.center - rates.pivot;
-    return {arm, box.half, RadiusOf(rates, arm, box.extent)};
+    if (rates.speed == 0) return SupportOf(box, direction);
+    const Vec axis = (1 / rates.speed) * rates.spin;
+    const double share = Dot(direction, axis);
+    const double along = SupportOf(box, share * axis) - share * Dot(axis, rates.pivot);
+    const double across = Length(direction - share * axis) * box.points.radius;
+    return Dot(direction, rates.pivot) + along + across;
 }
 
 /// The corners of a triangle, as their motion sees them.
@@ -127,14 +178,27 @@ struct ImpactSearch {
 
     double WaitAlong(const NodeBox& x, const NodeBox& y, const Vec& direction, double gap) const
     {
-        const double left = gap - boxError - boxTolerance;
-        if (!(left > 0)) return 0;
+        const double taken = boxError + boxTolerance;
+        const Vec opposite = -1.0 * direction;
         Closing closing{speedError, 0, speedError};
-        AddClosing(moment.ratesA, moment.placed.a.rotation, PointsOf(moment.ratesA, x), direction,
-                   closing);
-        AddClosing(moment.ratesB, moment.placed.b.rotation, PointsOf(moment.ratesB, y),
-                   -1.0 * direction, closing);
-        return TimeOfGap(left, closing);
+        AddClosing(moment.ratesA, moment.placed.a.rotation, x.points, direction, closing);
+        AddClosing(moment.ratesB, moment.placed.b.rotation, y.points, opposite, closing);
+        const double wait = TimeOfGap(gap - taken, closing);
+        if (moment.ratesA.speed == 0 && moment.ratesB.speed == 0) return wait;
+        const double least = -SupportAtAnyAngle(moment.ratesA, x, direction) -
+                             SupportAtAnyAngle(moment.ratesB, y, opposite) - taken;
+        if (!(least > 0)) return wait;
+        const double straight = Dot(direction, moment.ratesA.path - moment.ratesB.path);
+        const double speed = straight + speedError;
+        return std::max(wait, speed > 0 ? least / speed * (1 - 1e-12) : HUGE_VAL);
+    }
+
+    /// The same for the normal of a slab, either way.
+    double WaitAlongNormal(const NodeBox& x, const NodeBox& y, const Vec& normal) const
+    {
+        const Vec direction = Dot(normal, y.center - x.center) < 0 ? -1.0 * normal : normal;
+        const double gap = -SupportOf(x, direction) - SupportOf(y, -1.0 * direction);
+        return WaitAlong(x, y, direction, gap);
     }
 
     /// The longest wait along the axes of one body and along the line between the boxes there.
@@ -170,8 +234,8 @@ struct ImpactSearch {
         const double enough = 1 - moment.time;
         const double wait = WaitInFrame(x, y, moment.placed.a.rotation, gapA, signA, enough);
         if (wait > enough) return wait;
-        return std::max(wait,
-                        WaitInFrame(x, y, moment.placed.b.rotation, gapB, signB, enough));
+        return std::max({wait, WaitInFrame(x, y, moment.placed.b.rotation, gapB, signB, enough),
+                         WaitAlongNormal(x, y, x.normal), WaitAlongNormal(x, y, y.normal)});
     }
 
     void DivideNodes(const Event& event)
@@ -180,12 +244,14 @@ struct ImpactSearch {
         const Tree& tree = dividesA ? a.tree : b.tree;
         const std::int32_t below = tree.Child(dividesA ? event.a : event.b);
         const Placement& placement = dividesA ? moment.placed.a : moment.placed.b;
-        const NodeBox other = dividesA ? PlaceBox(moment.placed.b, b.tree.BoxOf(event.b))
-                                       : PlaceBox(moment.placed.a, a.tree.BoxOf(event.a));
+        const Rates& rates = dividesA ? moment.ratesA : moment.ratesB;
+        const NodeBox other =
+            dividesA ? PlaceBox(moment.placed.b, moment.ratesB, b.tree.BoxOf(event.b))
+                     : PlaceBox(moment.placed.a, moment.ratesA, a.tree.BoxOf(event.a));
         for (int lane = 0; lane < kLanes; ++lane) {
             const Handle handle = HandleOf(below, lane);
             if (tree.Child(handle) == kNoChild) break;
-            const NodeBox box = PlaceBox(placement, tree.BoxOf(handle));
+            const NodeBox box = PlaceBox(placement, rates, tree.BoxOf(handle));
             const double wait = dividesA ? WaitOfBoxes(box, other) : WaitOfBoxes(other, box);
             Push(wait, static_cast<float>(box.extent + other.extent), dividesA ? handle : event.a,
                  dividesA ? event.b : handle, false);

@@ -4,6 +4,12 @@
 
 namespace proximity
 {
+namespace
+{
+
+constexpr double kNodeRoundings = 96; ///< of numbers no larger than the pair, in Lemmas N1 and N2
+
+} // namespace
 
 FrameChange MakeFrameChange(const Placement& x, const Placement& y)
 {
@@ -27,7 +33,7 @@ NodeSlack MakeNodeSlack(const Body& a, const Body& b, const PlacedPair& pair)
 {
     const double off = pair.a.offRigid + pair.b.offRigid;
     const double size = a.reach + b.reach + SumOfSizes(pair.b.center - pair.a.center);
-    return {40 * double(FLT_EPSILON / 2) * size + off * size + pair.Error(), 1 + off};
+    return {kNodeRoundings * double(FLT_EPSILON / 2) * size + off * size + pair.Error(), 1 + off};
 }
 
 float PruneLimit(const NodeSlack& slack, double limit)

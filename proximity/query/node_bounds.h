@@ -31,27 +31,69 @@ float PruneLimit(const NodeSlack& slack, double limit);
 
 /// A box of Y, prepared to be held against boxes of X.
 struct BoxInFrame {
-    float center[3], half[3]; ///< in the frame of Y
+    Box box;
     float centerX[3], halfX[3]; ///< of a box along the axes of X around it
+    float normalX[3];           ///< of the slab, in the frame of X
+    float normalOffset;         ///< what a point of X has more along the normal in the frame of Y
 };
 
 inline BoxInFrame PrepareBox(const FrameChange& change, const Box& y)
 {
-    BoxInFrame box;
+    BoxInFrame out;
+    out.box = y;
+    out.normalOffset = 0;
     for (int i = 0; i < 3; ++i) {
-        box.center[i] = y.center[i];
-        box.half[i] = y.half[i];
-        box.centerX[i] = change.m[i][0] * y.center[0] + change.m[i][1] * y.center[1] +
+        out.centerX[i] = change.m[i][0] * y.center[0] + change.m[i][1] * y.center[1] +
                          change.m[i][2] * y.center[2] + change.inX[i];
-        box.halfX[i] = change.size[i][0] * y.half[0] + change.size[i][1] * y.half[1] +
+        out.halfX[i] = change.size[i][0] * y.half[0] + change.size[i][1] * y.half[1] +
                        change.size[i][2] * y.half[2];
+        out.normalX[i] = change.m[i][0] * y.normal[0] + change.m[i][1] * y.normal[1] +
+                         change.m[i][2] * y.normal[2];
+        out.normalOffset += y.normal[i] * change.inY[i];
     }
-    return box;
+    return out;
+}
+
+/// Gaps of four boxes of X from a box of Y along the normal of Y's slab, and along those of theirs:
+/// the widest (Lemma N2).
+inline Lanes SlabGaps(const FrameChange& change, const Node& x, const BoxInFrame& y)
+{
+    // Along the normal of Y: what is in X lies in its slab for the part along X's normal, and in its
+    // box for the rest.
+    const Lanes part = x.normal[0] * y.normalX[0] + x.normal[1] * y.normalX[1] +
+                       x.normal[2] * y.normalX[2];
+    Lanes middle = Splat(y.normalOffset), half = Splat(0);
+    for (int i = 0; i < 3; ++i) {
+        const Lanes rest = y.normalX[i] - part * x.normal[i];
+        middle += rest * x.center[i];
+        half += Abs(rest) * x.half[i];
+    }
+    const Lanes a = part * x.low, b = part * x.high;
+    const Lanes alongY = Larger(middle - half + Smaller(a, b) - y.box.high,
+                                y.box.low - (middle + half + Larger(a, b)));
+    // And along each normal of X.
+    const Lanes share = part; // the same product of both normals
+    Lanes middleY = x.normal[0] * change.inX[0] + x.normal[1] * change.inX[1] +
+                    x.normal[2] * change.inX[2];
+    Lanes halfY = Splat(0);
+    for (int i = 0; i < 3; ++i) {
+        const Lanes normal = change.m[0][i] * x.normal[0] + change.m[1][i] * x.normal[1] +
+                             change.m[2][i] * x.normal[2];
+        const Lanes rest = normal - share * y.box.normal[i];
+        middleY += rest * y.box.center[i];
+        halfY += Abs(rest) * y.box.half[i];
+    }
+    const Lanes c = share * y.box.low, d = share * y.box.high;
+    const Lanes alongX = Larger(middleY - halfY + Smaller(c, d) - x.high,
+                                x.low - (middleY + halfY + Larger(c, d)));
+    return Larger(alongX, alongY);
 }
 
 /// Squares of the distances of four boxes of X from a box of Y, bounded from below along the axes
-/// of X and along those of Y (Lemma N1): the larger of the two.
-inline Lanes SquaredBounds(const FrameChange& change, const Node& x, const BoxInFrame& y)
+/// of X and along those of Y (Lemma N1), and, where that leaves any below the limit, along the
+/// normals of their slabs: the largest.
+inline Lanes SquaredBounds(const FrameChange& change, const Node& x, const BoxInFrame& y,
+                           float limit)
 {
     Lanes inX = Splat(0), inY = Splat(0);
     for (int i = 0; i < 3; ++i) {
@@ -65,10 +107,13 @@ inline Lanes SquaredBounds(const FrameChange& change, const Node& x, const BoxIn
         const Lanes half = change.size[0][i] * x.half[0] + change.size[1][i] * x.half[1] +
                            change.size[2][i] * x.half[2];
         const Lanes apart =
-            Larger(Abs(center - y.center[i]) - (half + y.half[i]), Splat(0));
+            Larger(Abs(center - y.box.center[i]) - (half + y.box.half[i]), Splat(0));
         inY += apart * apart;
     }
-    return Larger(inX, inY);
+    const Lanes boxes = Larger(inX, inY);
+    if (AllOf(boxes >= Splat(limit))) return boxes;
+    const Lanes gap = Larger(SlabGaps(change, x, y), Splat(0));
+    return Larger(boxes, gap * gap);
 }
 
 } // namespace proximity

@@ -70,7 +70,7 @@ inline int DividePair(const Tree& a, const Tree& b, const PairFrames& frames, co
     const Node& node = (dividesA ? a : b).node[static_cast<std::size_t>(below)];
     const FrameChange& change = dividesA ? frames.toA : frames.toB;
     const Box other = dividesA ? b.BoxOf(pair.b) : a.BoxOf(pair.a);
-    const Lanes bounds = SquaredBounds(change, node, PrepareBox(change, other));
+    const Lanes bounds = SquaredBounds(change, node, PrepareBox(change, other), limit);
     int count = 0;
     for (int lane = 0; lane < kLanes && node.child[lane] != kNoChild; ++lane) {
         // A bound that is not a number would be one to look into.
