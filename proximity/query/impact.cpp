@@ -103,6 +103,8 @@ double SupportAtAnyAngle(const Rates& rates, const NodeBox& box, const Vec& dire
 /// The corners of a triangle, as their motion sees them.
 struct CornerRates {
     double at[3], now[3], gain[3], most[3];
+    double straight; ///< speed of the pivot
+    double farthest; ///< of all corners, at any angle (Lemma M4)
 };
 
 CornerRates RatesAlong(const Rates& rates, const Triangle& triangle, const Vec& direction)
@@ -111,6 +113,9 @@ CornerRates RatesAlong(const Rates& rates, const Triangle& triangle, const Vec& 
     const double straight = Dot(direction, rates.path);
     const Vec turn = Cross(direction, rates.spin);
     const double size = Length(turn);
+    const bool turns = rates.speed > 0;
+    const double share = turns ? Dot(direction, rates.spin) / (rates.speed * rates.speed) : 0;
+    out.straight = straight, out.farthest = -HUGE_VAL;
     for (int i = 0; i < 3; ++i) {
         const Vec corner = VecOf(triangle.corner[i]);
         const Vec arm = corner - rates.pivot;
@@ -119,6 +124,10 @@ CornerRates RatesAlong(const Rates& rates, const Triangle& triangle, const Vec& 
         out.now[i] = straight + Dot(turn, arm);
         out.most[i] = straight + most;
         out.gain[i] = most * rates.speed;
+        const double any = turns ? Dot(direction, rates.pivot) + share * Dot(rates.spin, arm) +
+                                       most / rates.speed
+                                 : out.at[i];
+        out.farthest = std::max(out.farthest, any);
     }
     return out;
 }
@@ -274,7 +283,10 @@ struct ImpactSearch {
                                       ratesA.most[i] + ratesB.most[j] + speedError};
                 wait = std::min(wait, TimeOfGap(gap, closing));
             }
-        return wait;
+        const double always = -ratesB.farthest - ratesA.farthest - least - pointError;
+        const Closing straight{ratesA.straight + ratesB.straight + speedError, 0,
+                               ratesA.straight + ratesB.straight + speedError};
+        return std::max(wait, TimeOfGap(always, straight));
     }
 
     void DivideLeaves(Leaf inA, Leaf inB)

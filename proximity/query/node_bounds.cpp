@@ -39,7 +39,9 @@ NodeSlack MakeNodeSlack(const Body& a, const Body& b, const PlacedPair& pair)
 float PruneLimit(const NodeSlack& slack, double limit)
 {
     const double far = (limit + slack.length) * slack.factor;
-    const double square = far * far * (1 + 0x1p-20);
+    // Squares of floats below 1e-18 lose themselves among the denormal numbers, or become 0; and a
+    // limit of 0 would pass over everything.
+    const double square = far * far * (1 + 0x1p-20) + 1e-36;
     return square < double(FLT_MAX) ? static_cast<float>(square) : FLT_MAX;
 }
 

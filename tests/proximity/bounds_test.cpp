@@ -113,8 +113,18 @@ TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
     for (int i = 0; i < 4000; ++i) {
         // Near each other, and far out, where floats are coarse.
         const double far = i % 2 ? 3 : 300;
-        const Body a(random.Strip(1 + i % 4, 3, 0.01)), b(random.Strip(1 + i % 3, 3, 0.01));
-        const scapi_motion x = random.Motion(far, 0), y = random.Motion(far, 0);
+        const Triangles strip = random.Strip(1 + i % 4, 3, 0.01);
+        const bool parallel = strip.size() == 1; // a triangle over itself: its slab tells the gap
+        const Body a(strip), b(parallel ? strip : random.Strip(1 + i % 3, 3, 0.01));
+        const scapi_motion x = random.Motion(far, 0);
+        scapi_motion y = random.Motion(far, 0);
+        if (parallel) {
+            y = x;
+            const Triangle placed = PlaceTriangle(a.tree, PlacePair(a, x.start, a, x.start).a, 0);
+            const Vec p = VecOf(placed.corner[0]);
+            const Vec normal = Cross(VecOf(placed.corner[1]) - p, VecOf(placed.corner[2]) - p);
+            for (int k = 0; k < 3; ++k) y.start[4 * k + 3] += 1e-3 / Length(normal) * normal[k];
+        }
         const PlacedPair pair = PlacePair(a, x.start, b, y.start);
         double distance = HUGE_VAL;
         for (std::int32_t s = 0; s < static_cast<std::int32_t>(a.tree.triangle.size()); ++s)

@@ -242,6 +242,16 @@ TEST(ProximityMesh, DegenerateOnesAnswerWhatIsTrue)
         EXPECT_GE(result.upper, c.distance);
         EXPECT_NEAR(result.upper, c.distance, 1e-12);
     }
+    // Sizes whose squares are no floats.
+    for (const double size : {1e-10, 1e-20, 1e-30, 1e-37}) {
+        const MeshPtr small = Box({0, 0, 0}, {size, size, size});
+        EXPECT_EQ(AskWithin(small, kIdentity, small, At(0.5 * size, 0.4 * size, 0.3 * size), Within(0))
+                      .verdict,
+                  SCAPI_CONTACT)
+            << size;
+        const int apart = AskWithin(small, kIdentity, small, At(3 * size, 0, 0), Within(0)).verdict;
+        EXPECT_EQ(apart, SCAPI_CLEAR) << size;
+    }
     // One facet without area among many good ones changes nothing.
     std::vector<float> sphere = SphereFloats(60, 5, 0.05);
     const scapi_result before = Distance(FromFloats(sphere), kIdentity, box, At(8, 0, 0));
