@@ -113,9 +113,15 @@ TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
     for (int i = 0; i < 4000; ++i) {
         // Near each other, and far out, where floats are coarse.
         const double far = i % 2 ? 3 : 300;
-        const Triangles strip = random.Strip(1 + i % 4, 3, 0.01);
-        const bool parallel = strip.size() == 1; // a triangle over itself: its slab tells the gap
-        const Body a(strip), b(parallel ? strip : random.Strip(1 + i % 3, 3, 0.01));
+        // Or a small triangle over a corner of a large one: the slab tells the gap, while all that
+        // floats compute with is a hundred thousand times as large.
+        const bool parallel = i % 4 == 0;
+        const Triangles large = random.Strip(parallel ? 1 : 1 + i % 4, parallel ? 1000 : 3, 0.01);
+        Triangles small = large;
+        for (auto& corner : small[0].corner)
+            for (int k = 0; k < 3; ++k)
+                corner[k] = large[0].corner[0][k] + 0.01f * (corner[k] - large[0].corner[0][k]);
+        const Body a(large), b(parallel ? small : random.Strip(1 + i % 3, 3, 0.01));
         const scapi_motion x = random.Motion(far, 0);
         scapi_motion y = random.Motion(far, 0);
         if (parallel) {
@@ -123,7 +129,7 @@ TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
             const Triangle placed = PlaceTriangle(a.tree, PlacePair(a, x.start, a, x.start).a, 0);
             const Vec p = VecOf(placed.corner[0]);
             const Vec normal = Cross(VecOf(placed.corner[1]) - p, VecOf(placed.corner[2]) - p);
-            for (int k = 0; k < 3; ++k) y.start[4 * k + 3] += 1e-3 / Length(normal) * normal[k];
+            for (int k = 0; k < 3; ++k) y.start[4 * k + 3] += 1e-2 / Length(normal) * normal[k];
         }
         const PlacedPair pair = PlacePair(a, x.start, b, y.start);
         double distance = HUGE_VAL;
