@@ -9,7 +9,7 @@ namespace proximity
 namespace
 {
 
-/// Do a, b and the equally many signs agree in that none is against another?
+/// Of three signs: is none of them against another?
 bool NoneOpposed(int a, int b, int c)
 {
     return (a >= 0 && b >= 0 && c >= 0) || (a <= 0 && b <= 0 && c <= 0);

@@ -3,7 +3,6 @@
 #include <limits>
 
 #include "exact/intersection.h"
-#include "exact/predicates.h"
 #include "kernel/candidates.h"
 #include "kernel/certificate.h"
 #include "kernel/shared_points.h"
@@ -226,7 +225,10 @@ void Unscale(const Scaling& scaling, PairDistance& d)
 
 bool AreFinite(const Triangle& t)
 {
-    return std::all_of(t.corner[0], t.corner[0] + 9, [](double x) { return std::isfinite(x); });
+    for (const auto& corner : t.corner)
+        if (!std::all_of(corner, corner + 3, [](double x) { return std::isfinite(x); }))
+            return false;
+    return true;
 }
 
 /// Of a pair of extreme size.

@@ -168,7 +168,10 @@ TEST(Kernel, CornersThatAreNotNumbersAreNeitherClearNorContact)
 Pair Reordered(const Pair& pair, int order)
 {
     Pair out = order % 2 ? Pair{pair.b, pair.a} : pair;
-    std::rotate(out.a.corner[0], out.a.corner[order / 2 % 3], out.a.corner[0] + 9);
+    const Triangle a = out.a;
+    for (int i = 0; i < 3; ++i)
+        std::copy(a.corner[(i + order / 2) % 3], a.corner[(i + order / 2) % 3] + 3,
+                  out.a.corner[i]);
     if (order >= 6) std::swap(out.b.corner[0], out.b.corner[2]);
     return out;
 }
