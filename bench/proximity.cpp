@@ -1,8 +1,8 @@
 // Time of the calls of the proximity library, and of FCL on the same meshes and poses where it is
-// there: two bumpy spheres apart, one inside the other, 0.01 apart, in contact, and a shaft in a bore
-// with 0.05 of air all round. Each iteration asks for another pose, so that what a query remembers of
-// the last one helps no more than it does in use.
-// `sum` is of distances or times found, or a count of contacts, so that a change of an answer shows.
+// there: two bumpy spheres apart, one inside the other, 0.01 apart, in contact, and a shaft in a
+// bore with 0.05 of air all round. Each iteration asks for another pose, so that what a query
+// remembers of the last one helps no more than it does in use. `sum` is of distances or times
+// found, or a count of contacts, so that a change of an answer shows.
 #include <benchmark/benchmark.h>
 
 #include <array>

@@ -1,5 +1,5 @@
-// Calls of the proximity library in any order, with any numbers, on small meshes of any kind. Nothing
-// may fail but by a code, and an error never reads CLEAR.
+// Calls of the proximity library in any order, with any numbers, on small meshes of any kind.
+// Nothing may fail but by a code, and an error never reads CLEAR.
 #include <array>
 #include <memory>
 #include <vector>
@@ -20,7 +20,10 @@ struct Caller {
     scapi_query* query = nullptr;
     scapi_scene* scene = nullptr;
 
-    double Number() { return choices.Of(16) ? choices.Of(41) * 0.25 - 5.0 : choices.Take<double>(); }
+    double Number()
+    {
+        return choices.Of(16) ? choices.Of(41) * 0.25 - 5.0 : choices.Take<double>();
+    }
     scapi_mesh* Any() { return meshes[static_cast<std::size_t>(choices.Of(3))].get(); }
 
     scapi_motion Motion()
@@ -38,7 +41,8 @@ struct Caller {
         scapi_options options{};
         options.size = choices.Of(16) ? sizeof options : choices.Take<std::uint32_t>() % 64;
         options.flags = static_cast<std::uint32_t>(choices.Of(9));
-        options.tolerance = 0.1 * Number(), options.resolution = choices.Of(2) ? 0.01 * Number() : 0;
+        options.tolerance = 0.1 * Number(),
+        options.resolution = choices.Of(2) ? 0.01 * Number() : 0;
         options.upper_bound = choices.Of(4) ? 0 : Number();
         options.budget = choices.Of(4) ? 3000 : choices.Of(100);
         return options;
@@ -48,16 +52,23 @@ struct Caller {
         std::vector<float> corners(static_cast<std::size_t>(9 * choices.Of(20)));
         for (float& x : corners) x = TakeFloat(choices);
         scapi_mesh* mesh = nullptr;
-        const double low[3] = {Number(), Number(), Number()}, high[3] = {Number(), Number(), Number()};
+        const double low[3] = {Number(), Number(), Number()},
+                     high[3] = {Number(), Number(), Number()};
         const double profile[6] = {low[0], low[1], low[2], high[0], high[1], high[2]};
         const auto vertices = static_cast<std::int64_t>(corners.size() / 3);
         scapi_mesh_options options{};
         options.size = sizeof options, options.segments = 3 + choices.Of(8);
         int code = 0;
         switch (choices.Of(4)) {
-        case 0: code = scapi_mesh_box(low, high, nullptr, &mesh); break;
-        case 1: code = scapi_mesh_cone(low[0], low[1], high[0], &options, &mesh); break;
-        case 2: code = scapi_mesh_revolved(profile, choices.Of(4), &options, &mesh); break;
+        case 0:
+            code = scapi_mesh_box(low, high, nullptr, &mesh);
+            break;
+        case 1:
+            code = scapi_mesh_cone(low[0], low[1], high[0], &options, &mesh);
+            break;
+        case 2:
+            code = scapi_mesh_revolved(profile, choices.Of(4), &options, &mesh);
+            break;
         default:
             code = scapi_mesh_from_arrays(corners.data(), vertices, nullptr, vertices / 3, nullptr,
                                           nullptr, &mesh);
@@ -101,8 +112,10 @@ struct Caller {
         options.budget = 100;
         scapi_scene_result result;
         scapi_pair room[2];
-        const int code = scapi_scene_check(scene, query, &options, room, 2, nullptr, nullptr, &result);
-        Require(code == SCAPI_OK || result.verdict == SCAPI_INDETERMINATE, "an error is never clear");
+        const int code =
+            scapi_scene_check(scene, query, &options, room, 2, nullptr, nullptr, &result);
+        Require(code == SCAPI_OK || result.verdict == SCAPI_INDETERMINATE,
+                "an error is never clear");
     }
     void Look()
     {
@@ -126,10 +139,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     scapi_scene_create(&caller.scene);
     while (caller.choices.left) {
         switch (caller.choices.Of(4)) {
-        case 0: caller.Make(); break;
-        case 1: caller.Ask(); break;
-        case 2: caller.Stage(); break;
-        default: caller.Look();
+        case 0:
+            caller.Make();
+            break;
+        case 1:
+            caller.Ask();
+            break;
+        case 2:
+            caller.Stage();
+            break;
+        default:
+            caller.Look();
         }
     }
     scapi_scene_destroy(caller.scene);

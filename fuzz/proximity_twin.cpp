@@ -28,9 +28,11 @@ scapi_mesh* MakeMesh(Choices& choices)
     std::vector<float> corners(static_cast<std::size_t>(9 * (1 + choices.Of(12))));
     const bool grid = choices.Of(2) != 0;
     for (float& x : corners)
-        x = grid ? static_cast<float>(choices.Of(5)) : static_cast<float>(choices.Take<std::int16_t>()) * 1e-4f;
+        x = grid ? static_cast<float>(choices.Of(5))
+                 : static_cast<float>(choices.Take<std::int16_t>()) * 1e-4f;
     const auto vertices = static_cast<std::int64_t>(corners.size() / 3);
-    scapi_mesh_from_arrays(corners.data(), vertices, nullptr, vertices / 3, nullptr, nullptr, &mesh);
+    scapi_mesh_from_arrays(corners.data(), vertices, nullptr, vertices / 3, nullptr, nullptr,
+                           &mesh);
     return mesh;
 }
 

@@ -21,10 +21,10 @@ int ReadMeshOptions(const scapi_mesh_options* given, scapi_mesh_options& options
     const int code = CopyOptions(given, SCAPI_SWAP_MARKERS, options);
     if (code != SCAPI_OK) return code;
     if (options.scale == 0) options.scale = 1;
-    const bool good = options.scale > 0 && options.scale <= SCAPI_MOST_COORDINATE &&
-                      options.chord_tolerance >= 0 && options.reserved == 0 &&
-                      (options.segments == 0 ||
-                       (3 <= options.segments && options.segments <= kMostSegments));
+    const bool good =
+        options.scale > 0 && options.scale <= SCAPI_MOST_COORDINATE &&
+        options.chord_tolerance >= 0 && options.reserved == 0 &&
+        (options.segments == 0 || (3 <= options.segments && options.segments <= kMostSegments));
     return good ? SCAPI_OK : SCAPI_ERROR_OPTIONS;
 }
 
@@ -86,12 +86,11 @@ extern "C" {
 int scapi_mesh_from_stl(const char* path, const scapi_mesh_options* options,
                         scapi_mesh_report* report, scapi_mesh** out)
 {
-    return MakeMesh(options, report, out,
-                    [&](const scapi_mesh_options& read, Triangles& triangles) -> Failure {
-                        if (!path) return {SCAPI_ERROR_NULL, -1};
-                        return ReadStl(path, (read.flags & SCAPI_SWAP_MARKERS) != 0, read.scale,
-                                       triangles);
-                    });
+    return MakeMesh(
+        options, report, out, [&](const scapi_mesh_options& read, Triangles& triangles) -> Failure {
+            if (!path) return {SCAPI_ERROR_NULL, -1};
+            return ReadStl(path, (read.flags & SCAPI_SWAP_MARKERS) != 0, read.scale, triangles);
+        });
 }
 
 int scapi_mesh_from_arrays(const float* vertices, std::int64_t vertex_count,
@@ -165,11 +164,11 @@ int scapi_mesh_get_info(const scapi_mesh* mesh, scapi_mesh_info* info)
         const Tree& tree = mesh->body.tree;
         const Topology& topology = mesh->body.GetTopology();
         info->triangles = static_cast<std::int64_t>(tree.triangle.size());
-        info->bytes = static_cast<std::int64_t>(
-            sizeof *mesh + tree.node.capacity() * sizeof(Node) +
-            tree.triangle.capacity() * sizeof(FloatTriangle) +
-            tree.source.capacity() * sizeof(std::int32_t) +
-            topology.shellPoint.capacity() * sizeof topology.shellPoint[0]);
+        info->bytes = static_cast<std::int64_t>(sizeof *mesh + tree.node.capacity() * sizeof(Node) +
+                                                tree.triangle.capacity() * sizeof(FloatTriangle) +
+                                                tree.source.capacity() * sizeof(std::int32_t) +
+                                                topology.shellPoint.capacity() *
+                                                    sizeof topology.shellPoint[0]);
         std::copy(tree.low, tree.low + 3, info->low);
         std::copy(tree.high, tree.high + 3, info->high);
         info->closed = topology.closed;

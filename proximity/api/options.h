@@ -9,8 +9,8 @@
 namespace proximity
 {
 
-/// Copies options of an older library (fewer fields: the rest is zero, which is the default) or of a
-/// newer one (fields that are not known here must be zero).
+/// Copies options of an older library (fewer fields: the rest is zero, which is the default) or of
+/// a newer one (fields that are not known here must be zero).
 /// @param given  null for defaults
 template <class Options>
 int CopyOptions(const Options* given, std::uint32_t knownFlags, Options& options)

@@ -109,11 +109,10 @@ int scapi_time_of_impact(scapi_query* query, const scapi_mesh* a, const scapi_mo
                          const scapi_mesh* b, const scapi_motion* motion_b,
                          const scapi_options* options, scapi_impact* result)
 {
-    return Ask(query, a, motion_a, b, motion_b, options, CheckMotionAt, result,
-               [&](const Limits& limits) {
-                   return AnswerImpact(a->body, *motion_a, b->body, *motion_b, limits,
-                                       query->scratch);
-               });
+    return Ask(
+        query, a, motion_a, b, motion_b, options, CheckMotionAt, result, [&](const Limits& limits) {
+            return AnswerImpact(a->body, *motion_a, b->body, *motion_b, limits, query->scratch);
+        });
 }
 
 } // extern "C"

@@ -62,8 +62,8 @@ Bounds CentersOf(std::span<const Item> items)
 Range MakeRange(std::span<const Item> items, std::int32_t first, std::int32_t count, int splits)
 {
     Range range{first, count, splits, {}, {}};
-    for (const Item& item : items.subspan(static_cast<std::size_t>(first),
-                                          static_cast<std::size_t>(count)))
+    for (const Item& item :
+         items.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(count)))
         range.box.Add(item.low, item.high);
     return range;
 }
@@ -202,9 +202,9 @@ void StoreBox(const Bounds& box, const float* center, Node& node, int lane)
         const double high = double(box.high[axis]) - center[axis];
         const auto middle = static_cast<float>(0.5 * low + 0.5 * high);
         const double half = std::max(high - middle, middle - low);
-        const double lost = 0x1p-50 * (std::fabs(double(box.low[axis])) +
-                                       std::fabs(double(box.high[axis])) +
-                                       std::fabs(double(center[axis])));
+        const double lost =
+            0x1p-50 * (std::fabs(double(box.low[axis])) + std::fabs(double(box.high[axis])) +
+                       std::fabs(double(center[axis])));
         node.center[axis][lane] = middle;
         node.half[axis][lane] = RoundUp(half > 0 ? half + lost : lost);
     }
@@ -354,8 +354,7 @@ Tree BuildTree(Triangles triangles)
 {
     std::vector<Item> items = MakeItems(triangles);
     Tree tree;
-    const Bounds whole =
-        MakeRange(items, 0, static_cast<std::int32_t>(items.size()), 0).box;
+    const Bounds whole = MakeRange(items, 0, static_cast<std::int32_t>(items.size()), 0).box;
     for (int axis = 0; axis < 3; ++axis) {
         tree.low[axis] = whole.low[axis];
         tree.high[axis] = whole.high[axis];

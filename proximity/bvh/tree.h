@@ -17,11 +17,12 @@ constexpr int kMostInLeaf = 4;
 constexpr std::int32_t kNoChild = INT32_MIN;
 
 /// Up to four boxes, and what lies below each. 192 bytes for about seven triangles.
-/// What is in a box also lies in a slab: low <= normal . p <= high. A box along the axes is as thick
-/// as it is wide where it holds a patch that faces between them; the slab is as thin as the patch.
+/// What is in a box also lies in a slab: low <= normal . p <= high. A box along the axes is as
+/// thick as it is wide where it holds a patch that faces between them; the slab is as thin as the
+/// patch.
 struct Node {
     Lanes center[3], half[3];
-    Lanes normal[3];            ///< no longer than 1, near the mean of the triangles' normals
+    Lanes normal[3]; ///< no longer than 1, near the mean of the triangles' normals
     Lanes low, high;
     std::int32_t child[kLanes]; ///< a node; a leaf, negative; or kNoChild, at the end only
 };

@@ -22,7 +22,8 @@ void AddTriangle(const Point& a, const Point& b, const Point& c, Triangles& tria
     triangles.push_back(triangle);
 }
 
-/// Segments of a full turn whose chords stay within the tolerance: r (1 - cos(pi / n)) <= tolerance.
+/// Segments of a full turn whose chords stay within the tolerance: r (1 - cos(pi / n)) <=
+/// tolerance.
 /// @return 0 when that takes more than the most
 int SegmentsFor(const Chords& chords, double radius)
 {
@@ -108,8 +109,7 @@ int MakeRevolved(std::span<const ProfilePoint> profile, const Chords& chords, do
                                                  static_cast<float>(r * std::sin(angle)),
                                                  static_cast<float>(closed[i].z * scale)};
         }
-        if (i)
-            AddBand(below, ring, closed[i - 1].radius == 0, closed[i].radius == 0, triangles);
+        if (i) AddBand(below, ring, closed[i - 1].radius == 0, closed[i].radius == 0, triangles);
         below = ring;
     }
     return triangles.empty() ? SCAPI_ERROR_SHAPE : SCAPI_OK;

@@ -14,7 +14,7 @@ namespace proximity
 struct EdgeUse {
     std::int32_t low, high; ///< vertices, low < high
     std::int32_t triangle;
-    bool forward;           ///< from low to high
+    bool forward; ///< from low to high
 };
 
 /// All uses of edges, those of one edge together, in order of triangles. Sides of length zero are
@@ -42,7 +42,7 @@ std::vector<std::int32_t> ShellsOf(const Welded& welded, std::int32_t& count);
 
 /// What containment needs to know of a mesh.
 struct Topology {
-    bool closed = false;                        ///< all edges are balanced
+    bool closed = false;                          ///< all edges are balanced
     std::vector<std::array<float, 3>> shellPoint; ///< a corner of each connected part
 };
 

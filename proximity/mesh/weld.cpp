@@ -87,8 +87,8 @@ struct Grid {
 };
 
 /// Joins a point with those near it that the grid holds.
-void JoinNear(const Grid& grid, const std::vector<std::array<float, 3>>& vertex,
-              std::int32_t point, DisjointSets& sets)
+void JoinNear(const Grid& grid, const std::vector<std::array<float, 3>>& vertex, std::int32_t point,
+              DisjointSets& sets)
 {
     const auto& at = vertex[static_cast<std::size_t>(point)];
     const PointTable::Key cell = grid.CellOf(at);

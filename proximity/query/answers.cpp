@@ -144,8 +144,8 @@ scapi_contacts_result AnswerContacts(const Body& a, const double* poseA, const B
     result.tests = found.tests;
     const bool apart = found.finished && found.apart > 0;
     if (apart)
-        result.relation = complete.surfacesOnly ? int(SCAPI_APART)
-                                                : RelationApart(a, b, pair, found.apart);
+        result.relation =
+            complete.surfacesOnly ? int(SCAPI_APART) : RelationApart(a, b, pair, found.apart);
     else
         result.relation = RelationOfContacts(result, contacts);
     const bool clear = found.finished && found.count == 0;

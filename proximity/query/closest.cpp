@@ -21,8 +21,8 @@ struct Search {
     PlacedLeaf leafA, leafB;
 
     Search(const Body& bodyA, const Body& bodyB, const PlacedPair& placed, const Limits& given)
-        : a(bodyA), b(bodyB), pair(placed), limits(given), slack(MakeNodeSlack(bodyA, bodyB, placed)),
-          error(placed.Error())
+        : a(bodyA), b(bodyB), pair(placed), limits(given),
+          slack(MakeNodeSlack(bodyA, bodyB, placed)), error(placed.Error())
     {
     }
 
@@ -97,7 +97,7 @@ struct ClosestSearch : Search {
 };
 
 struct WithinSearch : Search {
-    double near;    ///< what is farther apart than this need not be looked at
+    double near;         ///< what is farther apart than this need not be looked at
     bool certain = true; ///< no pair so far that may or may not be within the tolerance
     float limit;
 
@@ -194,8 +194,7 @@ int Judge(const Body& a, const Body& b, const PlacedPair& pair, const Limits& li
     relation = closest.crosses ? SCAPI_CROSSING : SCAPI_UNKNOWN;
     const bool apart = closest.finished && closest.apart > 0;
     if (apart)
-        relation =
-            limits.surfacesOnly ? SCAPI_APART : RelationApart(a, b, pair, closest.apart);
+        relation = limits.surfacesOnly ? SCAPI_APART : RelationApart(a, b, pair, closest.apart);
     else if (closest.finished && closest.upper <= limits.tolerance + limits.resolution &&
              !closest.crosses)
         relation = SCAPI_TOUCHING;

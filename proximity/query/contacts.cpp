@@ -77,10 +77,14 @@ struct ContactSearch {
 int KindOf(const PairContact& contact)
 {
     switch (contact.relation) {
-    case PairRelation::kTouching: return SCAPI_KIND_TOUCHING;
-    case PairRelation::kCrossing: return SCAPI_KIND_CROSSING;
-    case PairRelation::kCoplanar: return SCAPI_KIND_COPLANAR;
-    case PairRelation::kApart: break;
+    case PairRelation::kTouching:
+        return SCAPI_KIND_TOUCHING;
+    case PairRelation::kCrossing:
+        return SCAPI_KIND_CROSSING;
+    case PairRelation::kCoplanar:
+        return SCAPI_KIND_COPLANAR;
+    case PairRelation::kApart:
+        break;
     }
     return SCAPI_KIND_NEAR;
 }
@@ -97,8 +101,7 @@ ContactSearchResult FindContacts(const Body& a, const Body& b, const PlacedPair&
                                  Scratch& scratch)
 {
     ContactSearch search(a, b, pair, limits, within, capacity);
-    search.result.finished =
-        WalkPairs(a.tree, b.tree, PairFrames(pair), scratch.stack, search);
+    search.result.finished = WalkPairs(a.tree, b.tree, PairFrames(pair), scratch.stack, search);
     std::sort_heap(search.result.pairs.begin(), search.result.pairs.end());
     return std::move(search.result);
 }

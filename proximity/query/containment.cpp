@@ -103,8 +103,8 @@ bool IsInBox(const Tree& tree, const Vec& p)
     return true;
 }
 
-/// The point of body coordinates that is placed at x. The inverse, not the transpose: a pose that is
-/// rigid within 1e-6 only would move the point by more than rounding.
+/// The point of body coordinates that is placed at x. The inverse, not the transpose: a pose that
+/// is rigid within 1e-6 only would move the point by more than rounding.
 Vec BodyPoint(const Tree& tree, const Placement& placement, const Vec& x)
 {
     const Mat& r = placement.rotation;
@@ -122,11 +122,10 @@ Side AnyShellInside(const Body& outer, const Placement& outerAt, const Body& inn
 {
     Side side = Side::kOutside;
     for (const auto& point : inner.GetTopology().shellPoint) {
-        const Vec p =
-            BodyPoint(outer.tree, outerAt, PlacePoint(inner.tree, innerAt, point.data()));
+        const Vec p = BodyPoint(outer.tree, outerAt, PlacePoint(inner.tree, innerAt, point.data()));
         if (exactEnough && !IsInBox(outer.tree, p)) continue;
-        const Side here = exactEnough && outer.GetTopology().closed ? SideOf(outer, p.x)
-                                                                    : Side::kUnknown;
+        const Side here =
+            exactEnough && outer.GetTopology().closed ? SideOf(outer, p.x) : Side::kUnknown;
         if (here == Side::kInside) return here;
         if (here == Side::kUnknown) side = here;
     }

@@ -8,8 +8,8 @@ namespace proximity
 
 enum class Side { kOutside, kInside, kUnknown };
 
-/// Is a point inside a closed body? By two rays in different directions, with the exact signs of all
-/// crossings: both must give the winding number, and that must be 0, 1 or -1.
+/// Is a point inside a closed body? By two rays in different directions, with the exact signs of
+/// all crossings: both must give the winding number, and that must be 0, 1 or -1.
 /// @param point  body coordinates, not on the surface
 Side SideOf(const Body& body, const double* point);
 

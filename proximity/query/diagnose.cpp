@@ -72,8 +72,8 @@ void JudgeEdges(const Triangles& triangles, const Welded& welded, scapi_diagnosi
     });
 }
 
-/// The corners of a triangle with the least first, in their cyclic order, and whether that had to be
-/// reversed to be the lower of both orders.
+/// The corners of a triangle with the least first, in their cyclic order, and whether that had to
+/// be reversed to be the lower of both orders.
 struct Corners {
     std::array<std::int32_t, 3> vertex;
     bool reversed;
@@ -216,8 +216,7 @@ void FindSelfCrossings(const Body& body, std::int64_t budget, scapi_diagnosis& o
         }
     } visitor{body, pair, PruneLimit(MakeNodeSlack(body, body, pair), 0), budget, crossings};
     std::vector<NodePair> stack;
-    out.self_crossings_complete =
-        WalkPairs(body.tree, body.tree, PairFrames(pair), stack, visitor);
+    out.self_crossings_complete = WalkPairs(body.tree, body.tree, PairFrames(pair), stack, visitor);
 }
 
 } // namespace
@@ -226,11 +225,11 @@ scapi_diagnosis Diagnose(const Body& body, const DiagnoseLimits& limits)
 {
     scapi_diagnosis out{};
     const Triangles triangles = InInputOrder(body.tree);
-    const Welded welded =
-        limits.weld > 0 ? WeldNear(triangles, limits.weld) : WeldEqual(triangles);
+    const Welded welded = limits.weld > 0 ? WeldNear(triangles, limits.weld) : WeldEqual(triangles);
     out.triangles = static_cast<std::int64_t>(triangles.size());
     std::vector<std::int32_t> used;
-    for (const auto& triangle : welded.triangle) used.insert(used.end(), triangle.begin(), triangle.end());
+    for (const auto& triangle : welded.triangle)
+        used.insert(used.end(), triangle.begin(), triangle.end());
     std::sort(used.begin(), used.end());
     out.vertices = std::unique(used.begin(), used.end()) - used.begin();
     JudgeEdges(triangles, welded, out);

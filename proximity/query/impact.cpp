@@ -30,11 +30,11 @@ struct Moment {
 
 /// A box and its slab, placed.
 struct NodeBox {
-    Vec center, half;  ///< center placed, half extents along the axes of the body
-    double extent;     ///< length of half, with room for poses that are not quite rigid
-    Vec normal;        ///< of the slab, placed
-    double low, high;  ///< of the slab, from the body's centre
-    Vec offset;        ///< center, from the body's centre
+    Vec center, half; ///< center placed, half extents along the axes of the body
+    double extent;    ///< length of half, with room for poses that are not quite rigid
+    Vec normal;       ///< of the slab, placed
+    double low, high; ///< of the slab, from the body's centre
+    Vec offset;       ///< center, from the body's centre
     Vec bodyCenter;
     const Mat* rotation;
     MovingPoints points{}; ///< filled in by Place
@@ -50,8 +50,8 @@ double SupportOf(const NodeBox& box, const Vec& direction)
         return sum;
     };
     const double part = Dot(direction, box.normal);
-    const double slab = std::max(part * box.low, part * box.high) +
-                        along(direction - part * box.normal);
+    const double slab =
+        std::max(part * box.low, part * box.high) + along(direction - part * box.normal);
     return Dot(direction, box.bodyCenter) + std::min(along(direction), slab);
 }
 
@@ -124,9 +124,9 @@ CornerRates RatesAlong(const Rates& rates, const Triangle& triangle, const Vec& 
         out.now[i] = straight + Dot(turn, arm);
         out.most[i] = straight + most;
         out.gain[i] = most * rates.speed;
-        const double any = turns ? Dot(direction, rates.pivot) + share * Dot(rates.spin, arm) +
-                                       most / rates.speed
-                                 : out.at[i];
+        const double any =
+            turns ? Dot(direction, rates.pivot) + share * Dot(rates.spin, arm) + most / rates.speed
+                  : out.at[i];
         out.farthest = std::max(out.farthest, any);
     }
     return out;
@@ -141,8 +141,8 @@ struct ImpactSearch {
     std::vector<Event>& events;
     Impact impact;
     Moment moment;
-    double size = 0;       ///< of the scene: no coordinate that is computed with is larger
-    double fastest = 0;    ///< no point moves faster against another
+    double size = 0;    ///< of the scene: no coordinate that is computed with is larger
+    double fastest = 0; ///< no point moves faster against another
     double boxError = 0, pointError = 0, speedError = 0; ///< of gaps and speeds (Lemma M3)
     double boxTolerance = 0;
 
@@ -172,8 +172,8 @@ struct ImpactSearch {
         if (!turns) return;
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j)
-                moment.size[i][j] = std::fabs(Dot(Column(moment.placed.a.rotation, i),
-                                                  Column(moment.placed.b.rotation, j)));
+                moment.size[i][j] = std::fabs(
+                    Dot(Column(moment.placed.a.rotation, i), Column(moment.placed.b.rotation, j)));
     }
 
     void Push(double wait, float size_, std::int32_t x, std::int32_t y, bool triangles)
@@ -254,9 +254,9 @@ struct ImpactSearch {
         const std::int32_t below = tree.Child(dividesA ? event.a : event.b);
         const Placement& placement = dividesA ? moment.placed.a : moment.placed.b;
         const Rates& rates = dividesA ? moment.ratesA : moment.ratesB;
-        const NodeBox other =
-            dividesA ? PlaceBox(moment.placed.b, moment.ratesB, b.tree.BoxOf(event.b))
-                     : PlaceBox(moment.placed.a, moment.ratesA, a.tree.BoxOf(event.a));
+        const NodeBox other = dividesA
+                                  ? PlaceBox(moment.placed.b, moment.ratesB, b.tree.BoxOf(event.b))
+                                  : PlaceBox(moment.placed.a, moment.ratesA, a.tree.BoxOf(event.a));
         for (int lane = 0; lane < kLanes; ++lane) {
             const Handle handle = HandleOf(below, lane);
             if (tree.Child(handle) == kNoChild) break;
@@ -333,8 +333,8 @@ struct ImpactSearch {
     double WaitOfExempt(const Triangle& x, const Triangle& y, const PairDistance& distance,
                         double least, bool& deeper) const
     {
-        const Directions directions = SeparatingDirections(
-            x, y, VecOf(distance.pointB) - VecOf(distance.pointA));
+        const Directions directions =
+            SeparatingDirections(x, y, VecOf(distance.pointB) - VecOf(distance.pointA));
         double wait = 0, gap = distance.lower > 0 ? distance.lower : -HUGE_VAL;
         for (int i = 0; i < directions.count; ++i) {
             gap = std::max(gap, directions.gap[i]);
@@ -361,8 +361,8 @@ struct ImpactSearch {
         const Directions directions = SeparatingDirections(x, y, {});
         for (int i = 0; i < directions.count; ++i)
             if (directions.gap[i] > limits.tolerance)
-                wait = std::max(
-                    wait, WaitOfCorners(x, y, directions.direction[i], limits.tolerance));
+                wait =
+                    std::max(wait, WaitOfCorners(x, y, directions.direction[i], limits.tolerance));
         return wait;
     }
 

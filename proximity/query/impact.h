@@ -17,8 +17,8 @@ struct Exempt {
 
 struct Impact {
     bool contact = false;
-    bool finished = false;  ///< contact, or clear to the end; else the budget or rounding stopped it
-    double timeClear = 0;   ///< shown to be clear at all times below
+    bool finished = false; ///< contact, or clear to the end; else the budget or rounding stopped it
+    double timeClear = 0;  ///< shown to be clear at all times below
     std::int32_t a = -1, b = -1;
     double lower = 0, upper = 0;
     Vec pointA{}, pointB{}, normal{};

@@ -9,9 +9,9 @@ namespace proximity
 
 /// Bounds on how fast points of A close in on points of B along a direction from A to B.
 struct Closing {
-    double now = 0;   ///< at the moment looked at
-    double gain = 0;  ///< how fast that can grow, at any moment
-    double most = 0;  ///< at any moment
+    double now = 0;  ///< at the moment looked at
+    double gain = 0; ///< how fast that can grow, at any moment
+    double most = 0; ///< at any moment
 };
 
 /// Points of a body, as their motion sees them.
@@ -23,10 +23,10 @@ struct MovingPoints {
 
 /// A motion at a moment.
 struct Rates {
-    Vec path;  ///< velocity of the pivot
-    Vec spin;  ///< angular velocity
+    Vec path;     ///< velocity of the pivot
+    Vec spin;     ///< angular velocity
     double speed; ///< of the rotation, the length of spin
-    Vec pivot; ///< where it is, relative to the origin of the pair
+    Vec pivot;    ///< where it is, relative to the origin of the pair
 };
 
 Rates RatesAt(const MovingBody& body, double time);

@@ -58,10 +58,10 @@ inline BoxInFrame PrepareBox(const FrameChange& change, const Box& y)
 /// the widest (Lemma N2).
 inline Lanes SlabGaps(const FrameChange& change, const Node& x, const BoxInFrame& y)
 {
-    // Along the normal of Y: what is in X lies in its slab for the part along X's normal, and in its
-    // box for the rest.
-    const Lanes part = x.normal[0] * y.normalX[0] + x.normal[1] * y.normalX[1] +
-                       x.normal[2] * y.normalX[2];
+    // Along the normal of Y: what is in X lies in its slab for the part along X's normal, and in
+    // its box for the rest.
+    const Lanes part =
+        x.normal[0] * y.normalX[0] + x.normal[1] * y.normalX[1] + x.normal[2] * y.normalX[2];
     Lanes middle = Splat(y.normalOffset), half = Splat(0);
     for (int i = 0; i < 3; ++i) {
         const Lanes rest = y.normalX[i] - part * x.normal[i];
@@ -73,8 +73,8 @@ inline Lanes SlabGaps(const FrameChange& change, const Node& x, const BoxInFrame
                                 y.box.low - (middle + half + Larger(a, b)));
     // And along each normal of X.
     const Lanes share = part; // the same product of both normals
-    Lanes middleY = x.normal[0] * change.inX[0] + x.normal[1] * change.inX[1] +
-                    x.normal[2] * change.inX[2];
+    Lanes middleY =
+        x.normal[0] * change.inX[0] + x.normal[1] * change.inX[1] + x.normal[2] * change.inX[2];
     Lanes halfY = Splat(0);
     for (int i = 0; i < 3; ++i) {
         const Lanes normal = change.m[0][i] * x.normal[0] + change.m[1][i] * x.normal[1] +
@@ -84,8 +84,8 @@ inline Lanes SlabGaps(const FrameChange& change, const Node& x, const BoxInFrame
         halfY += Abs(rest) * y.box.half[i];
     }
     const Lanes c = share * y.box.low, d = share * y.box.high;
-    const Lanes alongX = Larger(middleY - halfY + Smaller(c, d) - x.high,
-                                x.low - (middleY + halfY + Larger(c, d)));
+    const Lanes alongX =
+        Larger(middleY - halfY + Smaller(c, d) - x.high, x.low - (middleY + halfY + Larger(c, d)));
     return Larger(alongX, alongY);
 }
 

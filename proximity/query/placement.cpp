@@ -10,10 +10,7 @@ namespace
 
 constexpr double kRigidWithin = 1e-6;
 
-Mat RotationOf(const double* pose)
-{
-    return {{VecOf(pose), VecOf(pose + 4), VecOf(pose + 8)}};
-}
+Mat RotationOf(const double* pose) { return {{VecOf(pose), VecOf(pose + 4), VecOf(pose + 8)}}; }
 Vec TranslationOf(const double* pose) { return {{pose[3], pose[7], pose[11]}}; }
 
 double Determinant(const Mat& m) { return Dot(m.row[0], Cross(m.row[1], m.row[2])); }
@@ -74,7 +71,10 @@ Mat operator*(const Mat& a, const Mat& b)
     return m;
 }
 
-Vec CenterOf(const Body& body) { return {{body.tree.center[0], body.tree.center[1], body.tree.center[2]}}; }
+Vec CenterOf(const Body& body)
+{
+    return {{body.tree.center[0], body.tree.center[1], body.tree.center[2]}};
+}
 
 /// Lemma P1: 16 roundings of numbers no larger than these together.
 double PlacingError(double reach, const Vec& bodyCenter, const Vec& translation, const Vec& center)
@@ -146,17 +146,15 @@ PlacedPair PlacePair(const Body& a, const double* poseA, const Body& b, const do
 MovingPair MakeMovingPair(const Body& a, const scapi_motion& motionA, const Body& b,
                           const scapi_motion& motionB)
 {
-    const Vec origin =
-        RotationOf(motionA.start) * CenterOf(a) + TranslationOf(motionA.start);
+    const Vec origin = RotationOf(motionA.start) * CenterOf(a) + TranslationOf(motionA.start);
     return {MakeMoving(a, motionA, origin), MakeMoving(b, motionB, origin), origin};
 }
 
 Placement PlaceAt(const MovingBody& body, double time)
 {
     Placement placement{};
-    placement.rotation = body.angle != 0
-                             ? RotationBy(body.axis, time * body.angle) * body.start
-                             : body.start;
+    placement.rotation =
+        body.angle != 0 ? RotationBy(body.axis, time * body.angle) * body.start : body.start;
     placement.center = body.pivotStart + time * body.path + placement.rotation * body.arm;
     placement.error = body.error;
     placement.offRigid = body.offRigid;
@@ -179,8 +177,7 @@ void PoseAt(const scapi_motion& motion, double time, double* pose)
     }
 }
 
-int MotionBetween(const double* start, const double* end, const double* pivot,
-                  scapi_motion& motion)
+int MotionBetween(const double* start, const double* end, const double* pivot, scapi_motion& motion)
 {
     motion = {};
     std::copy(start, start + 12, motion.start);

@@ -23,7 +23,7 @@ int CheckMotion(const scapi_motion& motion);
 struct Placement {
     Mat rotation;
     Vec center;
-    double error;  ///< no placed point is farther from its true place (Lemma P1)
+    double error;    ///< no placed point is farther from its true place (Lemma P1)
     double offRigid; ///< bounds the norm of R^T R - I
 };
 
@@ -42,9 +42,9 @@ struct MovingBody {
     Vec arm;        ///< tree.center - pivot, body coordinates
     Vec pivotStart; ///< world, relative to the origin
     Vec path;
-    Vec axis;       ///< unit, or zeros
+    Vec axis; ///< unit, or zeros
     double angle;
-    double error;     ///< Lemma P2
+    double error; ///< Lemma P2
     double offRigid;
 };
 

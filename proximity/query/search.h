@@ -86,7 +86,8 @@ inline int DividePair(const Tree& a, const Tree& b, const PairFrames& frames, co
 }
 
 /// Walks over the pairs of leaves whose bounds are below a limit, nearest first.
-/// @param visitor  has Limit() as PruneLimit gives it, asked again and again; Spend(), false ends the
+/// @param visitor  has Limit() as PruneLimit gives it, asked again and again; Spend(), false ends
+/// the
 ///                 walk; VisitLeaves(Leaf, Leaf), false ends it too
 /// @return false when it was ended
 template <class Visitor>

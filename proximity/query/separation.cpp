@@ -24,7 +24,8 @@ void AddDirection(const Triangle& a, const Triangle& b, const Vec& along, Direct
     Vec direction = (1 / length) * along;
     double gap = GapAlong(a, b, direction);
     const Vec opposite = -1.0 * direction;
-    if (const double other = GapAlong(a, b, opposite); other > gap) direction = opposite, gap = other;
+    if (const double other = GapAlong(a, b, opposite); other > gap)
+        direction = opposite, gap = other;
     if (!(gap > -HUGE_VAL)) return;
     const int at = directions.count++;
     directions.direction[at] = direction;

@@ -14,9 +14,9 @@ struct SweptBox {
     double low[3], high[3];
 };
 
-/// The pivot goes straight; around it, no point leaves the ball about the axis that it starts in, or
-/// for a body that doesn't turn, the box that it starts in. Room for rounding and for poses that are
-/// not quite rigid is added (Lemma S1).
+/// The pivot goes straight; around it, no point leaves the ball about the axis that it starts in,
+/// or for a body that doesn't turn, the box that it starts in. Room for rounding and for poses that
+/// are not quite rigid is added (Lemma S1).
 SweptBox SweptBoxOf(const SceneBody& body)
 {
     const scapi_motion& motion = body.motion;

@@ -19,7 +19,8 @@ struct Random {
     Vec Direction()
     {
         for (;;)
-            if (const Vec v = Vector(1); Dot(v, v) > 0.01 && Dot(v, v) < 1) return (1 / Length(v)) * v;
+            if (const Vec v = Vector(1); Dot(v, v) > 0.01 && Dot(v, v) < 1)
+                return (1 / Length(v)) * v;
     }
     scapi_motion Motion(double distance, double turn)
     {
@@ -89,8 +90,11 @@ TEST(ProximityTree, BoxesAndSlabsHoldAllBelowThem)
                 if (body.tree.Child(handle) == kNoChild) continue;
                 const Box box = body.tree.BoxOf(handle);
                 ForEachBelow(body.tree, handle, [&](std::int32_t t) {
-                    if (n == 0) ++seen[static_cast<std::size_t>(body.tree.source[static_cast<std::size_t>(t)])];
-                    for (const auto& corner : body.tree.triangle[static_cast<std::size_t>(t)].corner) {
+                    if (n == 0)
+                        ++seen[static_cast<std::size_t>(
+                            body.tree.source[static_cast<std::size_t>(t)])];
+                    for (const auto& corner :
+                         body.tree.triangle[static_cast<std::size_t>(t)].corner) {
                         double along = 0;
                         for (int i = 0; i < 3; ++i) {
                             const double q = double(corner[i]) - body.tree.center[i];
@@ -139,8 +143,8 @@ TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
                                                          PlaceTriangle(b.tree, pair.b, t))
                                                   .upper);
         const FrameChange change = MakeFrameChange(pair.a, pair.b);
-        const float bound =
-            SquaredBounds(change, a.tree.node[0], PrepareBox(change, b.tree.BoxOf(kRoot)), HUGE_VALF)[0];
+        const float bound = SquaredBounds(change, a.tree.node[0],
+                                          PrepareBox(change, b.tree.BoxOf(kRoot)), HUGE_VALF)[0];
         const NodeSlack slack = MakeNodeSlack(a, b, pair);
         ASSERT_LT(bound, PruneLimit(slack, distance + pair.Error())) << i;
         needed += bound > distance * distance;
@@ -162,7 +166,8 @@ TEST(ProximityBounds, OfGapsAreNeverLateAndNotMuchTooEarly)
         const Rates rates = RatesAt(moving.a, 0);
         const Box box = body.tree.BoxOf(kRoot);
         const Vec half{{box.half[0], box.half[1], box.half[2]}};
-        const Vec center = now.rotation * Vec{{box.center[0], box.center[1], box.center[2]}} + now.center;
+        const Vec center =
+            now.rotation * Vec{{box.center[0], box.center[1], box.center[2]}} + now.center;
         const Vec arm = center - rates.pivot, direction = random.Direction();
         Closing closing;
         AddClosing(rates, now.rotation, {arm, half, RadiusOf(rates, arm, Length(half))}, direction,

@@ -124,9 +124,9 @@ TEST(ProximityRelation, InsideIsToldByClosedSurfacesOnly)
     EXPECT_GT(unknown.lower, 2.9);
     EXPECT_EQ(Distance(open, kIdentity, small, At(20, 4, 4)).verdict, SCAPI_CLEAR)
         << "nothing lies inside what its box is clear of";
-    EXPECT_EQ(Distance(open, kIdentity, small, At(4, 4, 4), Within(0, 0, SCAPI_SURFACES_ONLY))
-                  .verdict,
-              SCAPI_CLEAR);
+    EXPECT_EQ(
+        Distance(open, kIdentity, small, At(4, 4, 4), Within(0, 0, SCAPI_SURFACES_ONLY)).verdict,
+        SCAPI_CLEAR);
 
     // Two overlapping shells: parity and winding number contradict each other where they overlap.
     corners = BoxFloats({0, 0, 0}, {10, 10, 10});
@@ -174,9 +174,9 @@ TEST(ProximityDistance, MovingBothBodiesOrShufflingTrianglesChangesNothing)
         for (std::size_t k : {3u, 7u, 11u}) tinyA[k] /= 1024, tinyB[k] /= 1024;
         scapi_result tiny = Distance(small, tinyA, small, tinyB);
         tiny.lower *= 1024, tiny.upper *= 1024;
-        const scapi_result results[] = {
-            Distance(a, poseB, a, poseA), Distance(other, poseA, a, poseB), tiny,
-            Distance(a, Compose(both, poseA), a, Compose(both, poseB))};
+        const scapi_result results[] = {Distance(a, poseB, a, poseA),
+                                        Distance(other, poseA, a, poseB), tiny,
+                                        Distance(a, Compose(both, poseA), a, Compose(both, poseB))};
         for (const scapi_result& result : results) {
             EXPECT_EQ(result.verdict, plain.verdict) << i;
             EXPECT_LE(result.lower, plain.upper + kSlack) << i;
@@ -215,7 +215,8 @@ TEST(ProximityRegression, FineChamferOnALargeFrameIsHit)
     for (int i = 0; i < 5; ++i) {
         const int j = (i + 1) % 5;
         add(i, 0), add(j, 0), add(j, s), add(i, 0), add(j, s), add(i, s);
-        if (0 < i && i < 4) add(0, s), add(i, s), add(i + 1, s), add(0, 0), add(i + 1, 0), add(i, 0);
+        if (0 < i && i < 4)
+            add(0, s), add(i, s), add(i + 1, s), add(0, 0), add(i + 1, 0), add(i, 0);
     }
     const MeshPtr block = FromFloats(corners);
     scapi_mesh_info info{};

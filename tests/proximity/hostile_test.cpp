@@ -20,7 +20,10 @@ struct StlFile {
     std::string path;
 
     explicit StlFile(const std::string& bytes, const char* name = "proximity.stl")
-        : path((std::filesystem::temp_directory_path() / (std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + std::to_string(std::hash<std::thread::id>()(std::this_thread::get_id())) + name)).string())
+        : path((std::filesystem::temp_directory_path() /
+                (std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
+                 std::to_string(std::hash<std::thread::id>()(std::this_thread::get_id())) + name))
+                   .string())
     {
         std::ofstream(path, std::ios::binary) << bytes;
     }
@@ -92,7 +95,8 @@ TEST(ProximityStl, DamagedFilesNameTheFacet)
         {"TextWithoutAnEnd", head + good + good, SCAPI_OK, -1},
         {"TextWithADamagedFacet", head + good + good + good + "facet nrmal 0\n" + good + tail,
          SCAPI_ERROR_FACET, 3},
-        {"TextCutInAFacet", (head + good + good + good + good).substr(0, 300), SCAPI_ERROR_FACET, 3},
+        {"TextCutInAFacet", (head + good + good + good + good).substr(0, 300), SCAPI_ERROR_FACET,
+         3},
         {"TextWithNaN", head + good + good + good + TextFacet("nan 1 0") + tail,
          SCAPI_ERROR_COORDINATE, 3},
         {"TextWithTwoNumbers", head + good + good + good + TextFacet("5 1") + tail,
@@ -153,11 +157,13 @@ TEST(ProximityMesh, IsReadBackAsItWasGiven)
     EXPECT_TRUE(std::equal(part.begin(), part.end(), sphere.begin() + 180));
     std::vector<std::int32_t> indices(sphere.size() / 3);
     std::vector<float> vertices(sphere.size());
-    const std::int64_t vertexCount = scapi_mesh_indexed(mesh.get(), vertices.data(), indices.data());
+    const std::int64_t vertexCount =
+        scapi_mesh_indexed(mesh.get(), vertices.data(), indices.data());
     EXPECT_EQ(2 * vertexCount - 4, count) << "Euler's formula";
     for (std::size_t i = 0; i < indices.size(); ++i)
         for (std::size_t axis = 0; axis < 3; ++axis)
-            ASSERT_EQ(vertices[3 * static_cast<std::size_t>(indices[i]) + axis], sphere[3 * i + axis]);
+            ASSERT_EQ(vertices[3 * static_cast<std::size_t>(indices[i]) + axis],
+                      sphere[3 * i + axis]);
 }
 
 TEST(ProximityMesh, ShapesAreClosedAndHaveTheirVolume)
@@ -205,8 +211,8 @@ TEST(ProximityMesh, ArraysThatLieAreRefused)
     scapi_mesh_report report{};
     scapi_mesh* mesh = nullptr;
     const auto make = [&](const std::int32_t* indices, std::int64_t triangles, std::int64_t count) {
-        const int code = scapi_mesh_from_arrays(vertices, count, indices, triangles, nullptr,
-                                                &report, &mesh);
+        const int code =
+            scapi_mesh_from_arrays(vertices, count, indices, triangles, nullptr, &report, &mesh);
         scapi_mesh_release(mesh);
         return code;
     };
@@ -245,9 +251,10 @@ TEST(ProximityMesh, DegenerateOnesAnswerWhatIsTrue)
     // Sizes whose squares are no floats.
     for (const double size : {1e-10, 1e-20, 1e-30, 1e-37}) {
         const MeshPtr small = Box({0, 0, 0}, {size, size, size});
-        EXPECT_EQ(AskWithin(small, kIdentity, small, At(0.5 * size, 0.4 * size, 0.3 * size), Within(0))
-                      .verdict,
-                  SCAPI_CONTACT)
+        EXPECT_EQ(
+            AskWithin(small, kIdentity, small, At(0.5 * size, 0.4 * size, 0.3 * size), Within(0))
+                .verdict,
+            SCAPI_CONTACT)
             << size;
         const int apart = AskWithin(small, kIdentity, small, At(3 * size, 0, 0), Within(0)).verdict;
         EXPECT_EQ(apart, SCAPI_CLEAR) << size;
@@ -290,7 +297,8 @@ TEST(ProximityCalls, BadArgumentsAreNeverClear)
     const MeshPtr box = Box({0, 0, 0}, {1, 1, 1});
     const QueryPtr query = MakeQuery();
     const double nan = kNaN;
-    Pose transposed{1, 0, 0, 0, 0, -1, 0, 1, 0, 5, 6, 7}; // nine of a rotation, by columns, then three
+    Pose transposed{1, 0, 0, 0, 0, -1,
+                    0, 1, 0, 5, 6, 7}; // nine of a rotation, by columns, then three
     struct Case {
         const char* fault;
         Pose pose;
@@ -332,11 +340,13 @@ TEST(ProximityCalls, BadArgumentsAreNeverClear)
     scapi_motion turn = Turn(At(5, 0, 0), {0, 0, 0}, {0, 0, 2}, 1);
     scapi_impact impact{};
     const scapi_motion rest = Rest(kIdentity);
-    EXPECT_EQ(scapi_time_of_impact(query.get(), box.get(), &rest, box.get(), &turn, nullptr, &impact),
-              SCAPI_ERROR_AXIS);
+    EXPECT_EQ(
+        scapi_time_of_impact(query.get(), box.get(), &rest, box.get(), &turn, nullptr, &impact),
+        SCAPI_ERROR_AXIS);
     turn.angle = nan;
-    EXPECT_EQ(scapi_time_of_impact(query.get(), box.get(), &rest, box.get(), &turn, nullptr, &impact),
-              SCAPI_ERROR_POSE_NUMBER);
+    EXPECT_EQ(
+        scapi_time_of_impact(query.get(), box.get(), &rest, box.get(), &turn, nullptr, &impact),
+        SCAPI_ERROR_POSE_NUMBER);
     for (const double tolerance : {-1.0, nan, 1e300}) {
         const scapi_options options = Within(tolerance);
         scapi_result result{};

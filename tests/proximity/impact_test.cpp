@@ -25,9 +25,9 @@ TEST(ProximityImpact, OfStraightMotions)
     // From 20 to 10 + tolerance, of a path of 100.
     ExpectTime(Impact(a, rest, b, Straight(At(30, 4, 4), {-100, 0, 0}), options), 0.1999, 1e-6);
     // Both move: the speeds add up.
-    ExpectTime(Impact(a, Straight(kIdentity, {50, 0, 0}), b, Straight(At(30, 4, 4), {-50, 0, 0}),
-                      options),
-               0.1999, 1e-6);
+    ExpectTime(
+        Impact(a, Straight(kIdentity, {50, 0, 0}), b, Straight(At(30, 4, 4), {-50, 0, 0}), options),
+        0.1999, 1e-6);
     // Through and out on the other side: both ends are clear.
     ExpectTime(Impact(a, rest, b, Straight(At(4, 4, 500), {0, 0, -1000}), options), 0.48999, 1e-6);
     // The one that is asked first may be the one that moves.
@@ -46,8 +46,8 @@ TEST(ProximityImpact, OfStraightMotions)
 TEST(ProximityImpact, NormalAndPointsAreWhereItHappens)
 {
     const MeshPtr a = Box({0, 0, 0}, {10, 10, 10}), b = Box({0, 0, 0}, {2, 2, 2});
-    const scapi_impact impact = Impact(a, Rest(kIdentity), b,
-                                       Straight(At(30, 4, 4), {-100, 0, 0}), Within(0.01, 1e-5));
+    const scapi_impact impact =
+        Impact(a, Rest(kIdentity), b, Straight(At(30, 4, 4), {-100, 0, 0}), Within(0.01, 1e-5));
     EXPECT_NEAR(impact.normal[0], 1, 1e-9);
     EXPECT_NEAR(impact.point_a[0], 10, 1e-9);
     EXPECT_NEAR(impact.point_b[0], 10.01, 1.1e-5);
@@ -58,8 +58,8 @@ TEST(ProximityImpact, NormalAndPointsAreWhereItHappens)
 
 TEST(ProximityImpact, SpinningBarMeetsAThinPost)
 {
-    // The bar of half width w turns about the origin; the post stands at radius r and angle phi. Its
-    // leading side touches at phi - asin(w / r).
+    // The bar of half width w turns about the origin; the post stands at radius r and angle phi.
+    // Its leading side touches at phi - asin(w / r).
     const double w = 1, r = 20, phi = 1.2, thin = 1e-3;
     const MeshPtr bar = Box({0, -w, -1}, {25, w, 1});
     const MeshPtr post = Box({-thin, -thin, -5}, {thin, thin, 5});
@@ -109,7 +109,9 @@ MeshPtr HelicalRib(double inner, double outer, double pitch, double half, double
         return {static_cast<float>(r * std::cos(turn)), static_cast<float>(r * std::sin(turn)),
                 static_cast<float>(z)};
     };
-    const auto add = [&](std::array<float, 3> p) { corners.insert(corners.end(), p.begin(), p.end()); };
+    const auto add = [&](std::array<float, 3> p) {
+        corners.insert(corners.end(), p.begin(), p.end());
+    };
     for (int step = 0; step < steps; ++step)
         for (int k = 0; k < 4; ++k) {
             const auto a = at(step, k), b = at(step, (k + 1) % 4);
@@ -170,9 +172,8 @@ TEST(ProximityImpact, ContactAtTheStartIsItsOwnVerdictAndCanBeLeft)
     std::vector<float> both = BoxFloats({-10, -10, -1}, {10, 10, 0});
     const std::vector<float> shelf = BoxFloats({-10, -10, 4}, {10, 10, 5});
     both.insert(both.end(), shelf.begin(), shelf.end());
-    const scapi_impact lifted =
-        Impact(FromFloats(both), Rest(kIdentity), part, Straight(kIdentity, {0, 0, 10}),
-               Within(0.01, 1e-3, ignore));
+    const scapi_impact lifted = Impact(FromFloats(both), Rest(kIdentity), part,
+                                       Straight(kIdentity, {0, 0, 10}), Within(0.01, 1e-3, ignore));
     ExpectTime(lifted, 0.199, 1.1e-4);
 }
 

@@ -29,8 +29,8 @@ TEST(ProximityScene, FindsThePairsThatASearchOfAllPairsFinds)
     const scapi_options options = Within(0.3);
     std::vector<scapi_pair> pairs(kBodies * kBodies);
     scapi_scene_result result{};
-    ASSERT_EQ(scapi_scene_check(scene.get(), query.get(), &options, pairs.data(),
-                                kBodies * kBodies, nullptr, nullptr, &result),
+    ASSERT_EQ(scapi_scene_check(scene.get(), query.get(), &options, pairs.data(), kBodies * kBodies,
+                                nullptr, nullptr, &result),
               SCAPI_OK);
     std::int64_t at = 0, all = 0;
     for (int i = 0; i < kBodies; ++i)
@@ -75,9 +75,9 @@ TEST(ProximityScene, CancelEndsAndIsNotClear)
               SCAPI_ERROR_CANCELLED);
     EXPECT_EQ(calls, 3);
     EXPECT_EQ(result.verdict, SCAPI_INDETERMINATE);
-    EXPECT_EQ(scapi_scene_check(scene.get(), MakeQuery().get(), &wide, few, 2, nullptr, nullptr,
-                                &result),
-              SCAPI_OK);
+    EXPECT_EQ(
+        scapi_scene_check(scene.get(), MakeQuery().get(), &wide, few, 2, nullptr, nullptr, &result),
+        SCAPI_OK);
     EXPECT_EQ(result.count, 5);
     EXPECT_EQ(result.stored, 2);
     EXPECT_TRUE(result.truncated);
@@ -90,14 +90,16 @@ TEST(ProximityScene, CancelEndsAndIsNotClear)
 
 TEST(ProximityThreads, ShareMeshesAndGetTheAnswersOfOne)
 {
-    const MeshPtr a = FromFloats(SphereFloats(20, 5, 0.1)), b = FromFloats(SphereFloats(10, 1, 0.1));
+    const MeshPtr a = FromFloats(SphereFloats(20, 5, 0.1)),
+                  b = FromFloats(SphereFloats(10, 1, 0.1));
     std::mt19937 random(23);
     std::vector<Pose> poses;
     for (int i = 0; i < 30; ++i) poses.push_back(RandomPose(random, 4));
     std::vector<scapi_result> expected;
     {
         // On copies, so that the threads are the first to ask the shared ones for their shells.
-        const MeshPtr x = FromFloats(SphereFloats(20, 5, 0.1)), y = FromFloats(SphereFloats(10, 1, 0.1));
+        const MeshPtr x = FromFloats(SphereFloats(20, 5, 0.1)),
+                      y = FromFloats(SphereFloats(10, 1, 0.1));
         for (const Pose& pose : poses) expected.push_back(Distance(x, kIdentity, y, pose));
     }
     std::atomic<int> wrong{0};

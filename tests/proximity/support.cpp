@@ -10,7 +10,8 @@ Pose Compose(const Pose& outer, const Pose& inner)
     Pose out{};
     for (std::size_t i = 0; i < 3; ++i)
         for (std::size_t j = 0; j < 4; ++j) {
-            for (std::size_t k = 0; k < 3; ++k) out[4 * i + j] += outer[4 * i + k] * inner[4 * k + j];
+            for (std::size_t k = 0; k < 3; ++k)
+                out[4 * i + j] += outer[4 * i + k] * inner[4 * k + j];
             if (j == 3) out[4 * i + j] += outer[4 * i + 3];
         }
     return out;
@@ -24,9 +25,10 @@ Pose RandomPose(std::mt19937& random, double distance)
     for (double& x : q) x /= std::sqrt(length);
     std::uniform_real_distribution<double> along(-distance, distance);
     const double w = q[0], x = q[1], y = q[2], z = q[3];
-    return {1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y), along(random),
-            2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x), along(random),
-            2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y), along(random)};
+    return {1 - 2 * (y * y + z * z), 2 * (x * y - w * z),     2 * (x * z + w * y),
+            along(random),           2 * (x * y + w * z),     1 - 2 * (x * x + z * z),
+            2 * (y * z - w * x),     along(random),           2 * (x * z - w * y),
+            2 * (y * z + w * x),     1 - 2 * (x * x + y * y), along(random)};
 }
 
 Point Place(const Pose& pose, const Point& point)
@@ -73,7 +75,8 @@ MeshPtr FromFloats(const std::vector<float>& corners)
 {
     scapi_mesh* mesh = nullptr;
     const auto vertices = static_cast<std::int64_t>(corners.size() / 3);
-    scapi_mesh_from_arrays(corners.data(), vertices, nullptr, vertices / 3, nullptr, nullptr, &mesh);
+    scapi_mesh_from_arrays(corners.data(), vertices, nullptr, vertices / 3, nullptr, nullptr,
+                           &mesh);
     return MeshPtr(mesh);
 }
 
