@@ -44,7 +44,7 @@ int main(int, char** arguments)
         }
     std::mt19937 random(1);
     for (number = 0; number < 20; ++number)
-        for (const char* target : {"calls", "twin"}) {
+        for (const char* target : {"calls", "twin", "proximity_calls", "proximity_twin"}) {
             std::string bytes(400, 0);
             for (char& byte : bytes) byte = static_cast<char>(random());
             Write(folder / target / std::to_string(number), bytes);

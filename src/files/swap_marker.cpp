@@ -12,22 +12,30 @@ constexpr std::array<std::string_view, 2> kMarkers{"(STL_SWAP_ZXY)", "(STL_SWAP_
 
 } // namespace
 
-std::string StlStripSwapMarker(const char* path)
+int FindSwapMarker(const char* path, std::string& name)
 {
-    const std::string_view name = path;
-    StlSwapMode = 0;
+    name = path;
     for (std::size_t i = 0; i < kMarkers.size(); ++i) {
         const std::size_t at = name.find(kMarkers[i]);
         if (at == name.npos || at + kMarkers[i].size() != name.size()) continue;
-        StlSwapMode = static_cast<int>(i) + 1;
-        return std::string(name.substr(0, at));
+        name.resize(at);
+        return static_cast<int>(i) + 1;
     }
-    return std::string(name);
+    return 0;
 }
 
-void CycleAxes(float* triple)
+void CycleAxes(float* triple, int mode)
 {
     const std::array<float, 3> old{triple[0], triple[1], triple[2]};
     for (std::size_t axis = 0; axis < 3; ++axis)
-        triple[axis] = old[(axis + static_cast<std::size_t>(StlSwapMode)) % 3];
+        triple[axis] = old[(axis + static_cast<std::size_t>(mode)) % 3];
 }
+
+std::string StlStripSwapMarker(const char* path)
+{
+    std::string name;
+    StlSwapMode = FindSwapMarker(path, name);
+    return name;
+}
+
+void CycleAxes(float* triple) { CycleAxes(triple, StlSwapMode); }

@@ -47,7 +47,8 @@ Crossing EdgeCrossesPlane(const float (*edge)[3], const float (*corners)[3], Cro
     const double T = kContact;
     const double s0 = dot(state.plane, edge[0]) + state.plane[3];
     const double s1 = dot(state.plane, edge[1]) + state.plane[3];
-    if (!(std::fabs(s0) > T) && !(std::fabs(s1) > T)) return asCrossing(CrossesSides(edge, corners));
+    if (!(std::fabs(s0) > T) && !(std::fabs(s1) > T))
+        return asCrossing(CrossesSides(edge, corners));
     if (!(s0 >= -T && s1 < T) && !(s0 <= T && s1 > -T)) return Crossing::kNone;
     const double D = s1 - s0;
     if (std::fabs(D) > T) {

@@ -27,7 +27,8 @@ Pair Spheres(int rings)
 }
 
 /// A sphere in one cell of its octree, since boxes far off make that large, among facets without
-/// area, one after each so many, on a line that passes between the edges of the larger sphere around.
+/// area, one after each so many, on a line that passes between the edges of the larger sphere
+/// around.
 Pair Crowded(int rings, int apart)
 {
     Mesh mesh;

@@ -1,0 +1,207 @@
+#include "proximity/query/closest.h"
+
+#include "proximity/query/containment.h"
+#include "proximity/query/leaf_cache.h"
+
+namespace proximity
+{
+namespace
+{
+
+/// State of a search, shared by both kinds.
+struct Search {
+    const Body& a;
+    const Body& b;
+    const PlacedPair& pair;
+    const Limits& limits;
+    NodeSlack slack;
+    double error; ///< of placing
+    Closest closest;
+    double leastLower = HUGE_VAL;
+    PlacedLeaf leafA, leafB;
+
+    Search(const Body& bodyA, const Body& bodyB, const PlacedPair& placed, const Limits& given)
+        : a(bodyA), b(bodyB), pair(placed), limits(given),
+          slack(MakeNodeSlack(bodyA, bodyB, placed)), error(placed.Error())
+    {
+    }
+
+    bool Spend() { return ++closest.tests <= limits.budget; }
+
+    /// Adds a certified pair to what is known. @return whether it crosses
+    bool Note(const Triangle& triangleA, const Triangle& triangleB, std::int32_t numberA,
+              std::int32_t numberB, const PairDistance& distance)
+    {
+        leastLower = std::min(leastLower, std::max(0.0, distance.lower - error));
+        const double upper = distance.upper + error;
+        if (upper < closest.upper) {
+            closest.upper = upper;
+            closest.a = numberA, closest.b = numberB;
+            closest.pointA = VecOf(distance.pointA), closest.pointB = VecOf(distance.pointB);
+        }
+        if (distance.upper > 0) return false;
+        closest.touches = true;
+        if (ContactOf(triangleA, triangleB).relation != PairRelation::kCrossing) return false;
+        closest.crosses = true;
+        closest.a = numberA, closest.b = numberB;
+        closest.pointA = VecOf(distance.pointA), closest.pointB = VecOf(distance.pointB);
+        return true;
+    }
+
+    bool HasHint(const Scratch& scratch) const
+    {
+        return scratch.lastA >= 0 && scratch.lastB >= 0 &&
+               static_cast<std::size_t>(scratch.lastA) < a.tree.triangle.size() &&
+               static_cast<std::size_t>(scratch.lastB) < b.tree.triangle.size();
+    }
+
+    void Finish(bool walked, Scratch& scratch)
+    {
+        closest.finished = walked;
+        scratch.lastA = closest.a, scratch.lastB = closest.b;
+    }
+};
+
+struct ClosestSearch : Search {
+    float limit = 0;
+
+    using Search::Search;
+
+    /// Nothing at this distance or farther is of interest.
+    double Far() const { return std::min(closest.upper, limits.upperBound); }
+    float Limit() const { return limit; }
+    void UpdateLimit() { limit = PruneLimit(slack, Far()); }
+
+    bool Test(const Triangle& x, const Triangle& y, std::int32_t numberA, std::int32_t numberB)
+    {
+        if (Far() < HUGE_VAL && FartherThan(x, y, Far() + error)) return true;
+        const double before = closest.upper;
+        const bool crosses = Note(x, y, numberA, numberB, DistanceOf(x, y, error));
+        if (closest.upper < before) UpdateLimit();
+        return !crosses;
+    }
+
+    bool VisitLeaves(Leaf inA, Leaf inB)
+    {
+        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
+        for (int i = 0; i < leafA.count; ++i)
+            for (int j = 0; j < leafB.count; ++j) {
+                const double far = Far() + error;
+                if (SquaredBoxGap(leafA, i, leafB, j) > far * far * (1 + 0x1p-40)) continue;
+                if (!Spend()) return false;
+                if (!Test(leafA.triangle[i], leafB.triangle[j], inA.first + i, inB.first + j))
+                    return false;
+            }
+        return true;
+    }
+};
+
+struct WithinSearch : Search {
+    double near;         ///< what is farther apart than this need not be looked at
+    bool certain = true; ///< no pair so far that may or may not be within the tolerance
+    float limit;
+
+    WithinSearch(const Body& bodyA, const Body& bodyB, const PlacedPair& placed,
+                 const Limits& given)
+        : Search(bodyA, bodyB, placed, given)
+    {
+        // Far enough for containment too, where the tolerance is 0.
+        SetNear(std::max(given.tolerance, 2 * ContainmentMargin(bodyA, bodyB, placed)));
+    }
+    void SetNear(double distance)
+    {
+        near = distance;
+        limit = PruneLimit(slack, distance);
+    }
+    float Limit() const { return limit; }
+    bool InContact() const { return closest.upper <= limits.tolerance + limits.resolution; }
+
+    /// @return false where the answer is found
+    bool Test(const Triangle& x, const Triangle& y, std::int32_t numberA, std::int32_t numberB)
+    {
+        if (FartherThan(x, y, near + error)) return true;
+        const PairDistance distance = DistanceOf(x, y, 0.25 * limits.resolution);
+        if (Note(x, y, numberA, numberB, distance)) return false;
+        if (!(distance.lower > limits.tolerance + error)) certain = false;
+        if (!InContact()) return true;
+        // What crosses shares a point, so nothing farther apart matters from here on.
+        if (limits.wantRelation) SetNear(0);
+        return limits.wantRelation;
+    }
+
+    bool VisitLeaves(Leaf inA, Leaf inB)
+    {
+        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
+        for (int i = 0; i < leafA.count; ++i)
+            for (int j = 0; j < leafB.count; ++j) {
+                const double far = near + error;
+                if (SquaredBoxGap(leafA, i, leafB, j) > far * far * (1 + 0x1p-40)) continue;
+                if (!Spend()) return false;
+                if (!Test(leafA.triangle[i], leafB.triangle[j], inA.first + i, inB.first + j))
+                    return false;
+            }
+        return true;
+    }
+};
+
+template <class Any>
+bool TestHint(Any& search, const Scratch& scratch)
+{
+    return search.Test(PlaceTriangle(search.a.tree, search.pair.a, scratch.lastA),
+                       PlaceTriangle(search.b.tree, search.pair.b, scratch.lastB), scratch.lastA,
+                       scratch.lastB);
+}
+
+} // namespace
+
+Closest FindClosest(const Body& a, const Body& b, const PlacedPair& pair, const Limits& limits,
+                    Scratch& scratch)
+{
+    ClosestSearch search(a, b, pair, limits);
+    search.UpdateLimit();
+    const bool goesOn = !search.HasHint(scratch) || TestHint(search, scratch);
+    const bool walked =
+        goesOn && WalkPairs(a.tree, b.tree, PairFrames(pair), scratch.stack, search);
+    search.Finish(walked, scratch);
+    // All pairs that were passed over are at least as far apart as the least upper bound.
+    Closest& closest = search.closest;
+    if (walked) closest.lower = closest.apart = std::min(search.leastLower, search.Far());
+    closest.clear = closest.lower > limits.tolerance;
+    return search.closest;
+}
+
+Closest FindWithin(const Body& a, const Body& b, const PlacedPair& pair, const Limits& limits,
+                   Scratch& scratch)
+{
+    WithinSearch search(a, b, pair, limits);
+    const bool goesOn = !search.HasHint(scratch) || TestHint(search, scratch);
+    const bool walked =
+        goesOn && WalkPairs(a.tree, b.tree, PairFrames(pair), scratch.stack, search);
+    Closest& closest = search.closest;
+    if (!search.InContact()) closest.a = closest.b = -1, closest.upper = HUGE_VAL;
+    search.Finish(walked, scratch);
+    closest.clear = walked && search.certain;
+    if (closest.clear) {
+        closest.lower = limits.tolerance;
+        closest.apart = std::min(search.leastLower, search.near);
+    }
+    return closest;
+}
+
+int Judge(const Body& a, const Body& b, const PlacedPair& pair, const Limits& limits,
+          const Closest& closest, int& relation)
+{
+    relation = closest.crosses ? SCAPI_CROSSING : SCAPI_UNKNOWN;
+    const bool apart = closest.finished && closest.apart > 0;
+    if (apart)
+        relation = limits.surfacesOnly ? SCAPI_APART : RelationApart(a, b, pair, closest.apart);
+    else if (closest.finished && closest.upper <= limits.tolerance + limits.resolution &&
+             !closest.crosses)
+        relation = SCAPI_TOUCHING;
+    if (closest.upper <= limits.tolerance + limits.resolution) return SCAPI_CONTACT;
+    if (!closest.clear) return SCAPI_INDETERMINATE;
+    if (relation == SCAPI_A_IN_B || relation == SCAPI_B_IN_A) return SCAPI_INSIDE;
+    return relation == SCAPI_APART ? SCAPI_CLEAR : SCAPI_INDETERMINATE;
+}
+
+} // namespace proximity

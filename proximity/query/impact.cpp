@@ -1,0 +1,451 @@
+// Conservative advancement (Mirtich 1996), for each pair of nodes by itself: a pair is shown to be
+// clear up to a time of its own and is looked at again at that time, so most pairs are never placed
+// where they are near nothing. The pair whose time is the earliest comes next, so all that is found
+// at a time is known to be the first.
+#include "proximity/query/impact.h"
+
+#include "proximity/query/leaf_cache.h"
+#include "proximity/query/motion_bounds.h"
+#include "proximity/query/separation.h"
+
+namespace proximity
+{
+namespace
+{
+
+/// What comes next is on top of the heap: the earliest, and of those the smallest, since it leads
+/// to a contact soonest.
+bool ComesLater(const Event& x, const Event& y)
+{
+    return x.time != y.time ? x.time > y.time : x.size > y.size;
+}
+
+/// Everything that depends on the time alone.
+struct Moment {
+    double time = -1;
+    PlacedPair placed{};
+    Rates ratesA{}, ratesB{};
+    double size[3][3]; ///< absolute values of A's rotation transposed times B's
+};
+
+/// A box and its slab, placed.
+struct NodeBox {
+    Vec center, half; ///< center placed, half extents along the axes of the body
+    double extent;    ///< length of half, with room for poses that are not quite rigid
+    Vec normal;       ///< of the slab, placed
+    double low, high; ///< of the slab, from the body's centre
+    Vec offset;       ///< center, from the body's centre
+    Vec bodyCenter;
+    const Mat* rotation;
+    MovingPoints points{}; ///< filled in by Place
+};
+
+/// The farthest that anything in a box and its slab lies along a direction (Lemma B1).
+double SupportOf(const NodeBox& box, const Vec& direction)
+{
+    const auto along = [&](const Vec& d) {
+        const Vec inBody = TransposedTimes(*box.rotation, d);
+        double sum = Dot(d, box.offset);
+        for (int i = 0; i < 3; ++i) sum += std::fabs(inBody[i]) * box.half[i];
+        return sum;
+    };
+    const double part = Dot(direction, box.normal);
+    const double slab =
+        std::max(part * box.low, part * box.high) + along(direction - part * box.normal);
+    return Dot(direction, box.bodyCenter) + std::min(along(direction), slab);
+}
+
+/// How far anything in a box gets from the axis that its body turns about: a bound for its extents
+/// along two directions across the axis, one of them that of the slab.
+double RadiusOfBox(const Rates& rates, const NodeBox& box, const Vec& arm)
+{
+    const double ball = RadiusOf(rates, arm, box.extent);
+    if (rates.speed == 0) return ball;
+    const Vec axis = (1 / rates.speed) * rates.spin;
+    const Vec across = Cross(axis, box.normal);
+    const double length = Length(across);
+    if (!(length > 1e-3)) return ball;
+    const Vec second = (1 / length) * across, first = Cross(second, axis);
+    const auto farthest = [&](const Vec& d) {
+        const double at = Dot(d, rates.pivot);
+        return std::max({0.0, SupportOf(box, d) - at, SupportOf(box, -1.0 * d) + at});
+    };
+    return std::min(ball, std::hypot(farthest(first), farthest(second)) * (1 + 1e-14));
+}
+
+NodeBox PlaceBox(const Placement& placement, const Rates& rates, const Box& box)
+{
+    NodeBox placed;
+    placed.offset = placement.rotation * Vec{{box.center[0], box.center[1], box.center[2]}};
+    placed.center = placed.offset + placement.center;
+    placed.half = {{box.half[0], box.half[1], box.half[2]}};
+    placed.extent = Length(placed.half) * (1 + placement.offRigid);
+    placed.normal = placement.rotation * Vec{{box.normal[0], box.normal[1], box.normal[2]}};
+    placed.low = box.low, placed.high = box.high;
+    placed.bodyCenter = placement.center;
+    placed.rotation = &placement.rotation;
+    const Vec arm = placed.center - rates.pivot;
+    placed.points = {arm, placed.half, RadiusOfBox(rates, placed, arm)};
+    return placed;
+}
+
+/// As SupportOf, for all angles that the body may turn to (Lemma M4).
+double SupportAtAnyAngle(const Rates& rates, const NodeBox& box, const Vec& direction)
+{
+    if (rates.speed == 0) return SupportOf(box, direction);
+    const Vec axis = (1 / rates.speed) * rates.spin;
+    const double share = Dot(direction, axis);
+    const double along = SupportOf(box, share * axis) - share * Dot(axis, rates.pivot);
+    const double across = Length(direction - share * axis) * box.points.radius;
+    return Dot(direction, rates.pivot) + along + across;
+}
+
+/// The corners of a triangle, as their motion sees them.
+struct CornerRates {
+    double at[3], now[3], gain[3], most[3];
+    double straight; ///< speed of the pivot
+    double farthest; ///< of all corners, at any angle (Lemma M4)
+};
+
+CornerRates RatesAlong(const Rates& rates, const Triangle& triangle, const Vec& direction)
+{
+    CornerRates out;
+    const double straight = Dot(direction, rates.path);
+    const Vec turn = Cross(direction, rates.spin);
+    const double size = Length(turn);
+    const bool turns = rates.speed > 0;
+    const double share = turns ? Dot(direction, rates.spin) / (rates.speed * rates.speed) : 0;
+    out.straight = straight, out.farthest = -HUGE_VAL;
+    for (int i = 0; i < 3; ++i) {
+        const Vec corner = VecOf(triangle.corner[i]);
+        const Vec arm = corner - rates.pivot;
+        const double most = size * RadiusOf(rates, arm, 0);
+        out.at[i] = Dot(direction, corner);
+        out.now[i] = straight + Dot(turn, arm);
+        out.most[i] = straight + most;
+        out.gain[i] = most * rates.speed;
+        const double any =
+            turns ? Dot(direction, rates.pivot) + share * Dot(rates.spin, arm) + most / rates.speed
+                  : out.at[i];
+        out.farthest = std::max(out.farthest, any);
+    }
+    return out;
+}
+
+struct ImpactSearch {
+    const Body& a;
+    const Body& b;
+    const MovingPair& moving;
+    const Limits& limits;
+    std::span<const Exempt> exempt;
+    std::vector<Event>& events;
+    Impact impact;
+    Moment moment;
+    double size = 0;    ///< of the scene: no coordinate that is computed with is larger
+    double fastest = 0; ///< no point moves faster against another
+    double boxError = 0, pointError = 0, speedError = 0; ///< of gaps and speeds (Lemma M3)
+    double boxTolerance = 0;
+
+    ImpactSearch(const Body& bodyA, const Body& bodyB, const MovingPair& pair, const Limits& given,
+                 std::span<const Exempt> exempted, Scratch& scratch)
+        : a(bodyA), b(bodyB), moving(pair), limits(given), exempt(exempted), events(scratch.events)
+    {
+        const double off = pair.a.offRigid + pair.b.offRigid;
+        for (const auto& [body, motion] : {std::pair{&a, &pair.a}, std::pair{&b, &pair.b}}) {
+            const double turned = body->reach + SumOfSizes(motion->arm);
+            size += turned + SumOfSizes(motion->pivotStart) + SumOfSizes(motion->path);
+            fastest += (Length(motion->path) + std::fabs(motion->angle) * turned) * (1 + off);
+        }
+        pointError = 2 * (pair.a.error + pair.b.error) + 64 * kUnit * size;
+        boxError = pointError + off * size;
+        boxTolerance = limits.tolerance * (1 + off);
+        speedError = 256 * kUnit * fastest;
+    }
+
+    void GoTo(double time)
+    {
+        if (moment.time == time) return;
+        const bool turns = moving.a.angle != 0 || moving.b.angle != 0 || moment.time < 0;
+        moment.time = time;
+        moment.placed = {PlaceAt(moving.a, time), PlaceAt(moving.b, time), moving.origin};
+        moment.ratesA = RatesAt(moving.a, time), moment.ratesB = RatesAt(moving.b, time);
+        if (!turns) return;
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j)
+                moment.size[i][j] = std::fabs(
+                    Dot(Column(moment.placed.a.rotation, i), Column(moment.placed.b.rotation, j)));
+    }
+
+    void Push(double wait, float size_, std::int32_t x, std::int32_t y, bool triangles)
+    {
+        // Rounded down: the sum loses at most two units in the last place of 1.
+        const double time = moment.time + wait - 2 * kUnit;
+        if (time > 1) return;
+        events.push_back({std::max(time, moment.time), size_, x, y, triangles});
+        std::push_heap(events.begin(), events.end(), ComesLater);
+    }
+
+    double WaitAlong(const NodeBox& x, const NodeBox& y, const Vec& direction, double gap) const
+    {
+        const double taken = boxError + boxTolerance;
+        const Vec opposite = -1.0 * direction;
+        Closing closing{speedError, 0, speedError};
+        AddClosing(moment.ratesA, moment.placed.a.rotation, x.points, direction, closing);
+        AddClosing(moment.ratesB, moment.placed.b.rotation, y.points, opposite, closing);
+        const double wait = TimeOfGap(gap - taken, closing);
+        if (moment.ratesA.speed == 0 && moment.ratesB.speed == 0) return wait;
+        const double least = -SupportAtAnyAngle(moment.ratesA, x, direction) -
+                             SupportAtAnyAngle(moment.ratesB, y, opposite) - taken;
+        if (!(least > 0)) return wait;
+        const double straight = Dot(direction, moment.ratesA.path - moment.ratesB.path);
+        const double speed = straight + speedError;
+        return std::max(wait, speed > 0 ? least / speed * (1 - 1e-12) : HUGE_VAL);
+    }
+
+    /// The same for the normal of a slab, either way.
+    double WaitAlongNormal(const NodeBox& x, const NodeBox& y, const Vec& normal) const
+    {
+        const Vec direction = Dot(normal, y.center - x.center) < 0 ? -1.0 * normal : normal;
+        const double gap = -SupportOf(x, direction) - SupportOf(y, -1.0 * direction);
+        return WaitAlong(x, y, direction, gap);
+    }
+
+    /// The longest wait along the axes of one body and along the line between the boxes there.
+    double WaitInFrame(const NodeBox& x, const NodeBox& y, const Mat& rotation, const Vec& gap,
+                       const Vec& sign, double enough) const
+    {
+        Vec between{};
+        for (int i = 0; i < 3; ++i) between[i] = gap[i] > 0 ? sign[i] * gap[i] : 0.0;
+        const double length = Length(between);
+        if (!(length - boxError > boxTolerance)) return 0;
+        double wait = WaitAlong(x, y, rotation * ((1 / length) * between), length);
+        for (int i = 0; i < 3 && wait < enough; ++i)
+            if (gap[i] > 0)
+                wait = std::max(wait, WaitAlong(x, y, sign[i] * Column(rotation, i), gap[i]));
+        return wait;
+    }
+
+    /// How long two boxes stay farther apart than the tolerance, at the least.
+    double WaitOfBoxes(const NodeBox& x, const NodeBox& y) const
+    {
+        const Vec between = y.center - x.center;
+        const Vec inA = TransposedTimes(moment.placed.a.rotation, between);
+        const Vec inB = TransposedTimes(moment.placed.b.rotation, between);
+        Vec gapA, gapB, signA, signB;
+        for (int i = 0; i < 3; ++i) {
+            gapA[i] = std::fabs(inA[i]) - x.half[i], gapB[i] = std::fabs(inB[i]) - y.half[i];
+            for (int j = 0; j < 3; ++j) {
+                gapA[i] -= moment.size[i][j] * y.half[j];
+                gapB[i] -= moment.size[j][i] * x.half[j];
+            }
+            signA[i] = inA[i] < 0 ? -1 : 1, signB[i] = inB[i] < 0 ? -1 : 1;
+        }
+        const double enough = 1 - moment.time;
+        const double wait = WaitInFrame(x, y, moment.placed.a.rotation, gapA, signA, enough);
+        if (wait > enough) return wait;
+        return std::max({wait, WaitInFrame(x, y, moment.placed.b.rotation, gapB, signB, enough),
+                         WaitAlongNormal(x, y, x.normal), WaitAlongNormal(x, y, y.normal)});
+    }
+
+    void DivideNodes(const Event& event)
+    {
+        const bool dividesA = DividesA(a.tree, b.tree, event.a, event.b);
+        const Tree& tree = dividesA ? a.tree : b.tree;
+        const std::int32_t below = tree.Child(dividesA ? event.a : event.b);
+        const Placement& placement = dividesA ? moment.placed.a : moment.placed.b;
+        const Rates& rates = dividesA ? moment.ratesA : moment.ratesB;
+        const NodeBox other = dividesA
+                                  ? PlaceBox(moment.placed.b, moment.ratesB, b.tree.BoxOf(event.b))
+                                  : PlaceBox(moment.placed.a, moment.ratesA, a.tree.BoxOf(event.a));
+        for (int lane = 0; lane < kLanes; ++lane) {
+            const Handle handle = HandleOf(below, lane);
+            if (tree.Child(handle) == kNoChild) break;
+            const NodeBox box = PlaceBox(placement, rates, tree.BoxOf(handle));
+            const double wait = dividesA ? WaitOfBoxes(box, other) : WaitOfBoxes(other, box);
+            Push(wait, static_cast<float>(box.extent + other.extent), dividesA ? handle : event.a,
+                 dividesA ? event.b : handle, false);
+        }
+    }
+
+    /// How long the gap of two triangles along a direction stays above `least` (Lemma M2, for each
+    /// pair of corners).
+    double WaitOfCorners(const Triangle& x, const Triangle& y, const Vec& direction,
+                         double least) const
+    {
+        const CornerRates ratesA = RatesAlong(moment.ratesA, x, direction);
+        const CornerRates ratesB = RatesAlong(moment.ratesB, y, -1.0 * direction);
+        double wait = HUGE_VAL;
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j) {
+                const double gap = -ratesB.at[j] - ratesA.at[i] - least - pointError;
+                const Closing closing{ratesA.now[i] + ratesB.now[j] + speedError,
+                                      ratesA.gain[i] + ratesB.gain[j],
+                                      ratesA.most[i] + ratesB.most[j] + speedError};
+                wait = std::min(wait, TimeOfGap(gap, closing));
+            }
+        const double always = -ratesB.farthest - ratesA.farthest - least - pointError;
+        const Closing straight{ratesA.straight + ratesB.straight + speedError, 0,
+                               ratesA.straight + ratesB.straight + speedError};
+        return std::max(wait, TimeOfGap(always, straight));
+    }
+
+    void DivideLeaves(Leaf inA, Leaf inB)
+    {
+        PlacedLeaf x, y;
+        x.Place(a.tree, moment.placed.a, inA), y.Place(b.tree, moment.placed.b, inB);
+        for (int i = 0; i < x.count; ++i)
+            for (int j = 0; j < y.count; ++j) {
+                Vec between{};
+                for (int axis = 0; axis < 3; ++axis) {
+                    if (y.low[j][axis] > x.high[i][axis])
+                        between[axis] = y.low[j][axis] - x.high[i][axis];
+                    if (x.low[i][axis] > y.high[j][axis])
+                        between[axis] = y.high[j][axis] - x.low[i][axis];
+                }
+                const double length = Length(between);
+                const double wait = length > limits.tolerance
+                                        ? WaitOfCorners(x.triangle[i], y.triangle[j],
+                                                        (1 / length) * between, limits.tolerance)
+                                        : 0.0;
+                Push(wait, 0, inA.first + i, inB.first + j, true);
+            }
+    }
+
+    const Exempt* FindExempt(std::int32_t x, std::int32_t y) const
+    {
+        const Exempt wanted{x, y, 0};
+        const auto at = std::lower_bound(exempt.begin(), exempt.end(), wanted);
+        return at != exempt.end() && !(wanted < *at) ? &*at : nullptr;
+    }
+
+    void NoteContact(const Event& event, const Triangle& x, const Triangle& y,
+                     const PairDistance& distance)
+    {
+        impact.contact = true;
+        impact.a = event.a, impact.b = event.b;
+        impact.lower = std::max(0.0, distance.lower - moment.placed.Error());
+        impact.upper = distance.upper + moment.placed.Error();
+        impact.pointA = VecOf(distance.pointA), impact.pointB = VecOf(distance.pointB);
+        impact.normal = ContactNormal(x, y, distance);
+    }
+
+    /// Waits for a pair that was in contact at the start: until it comes deeper.
+    double WaitOfExempt(const Triangle& x, const Triangle& y, const PairDistance& distance,
+                        double least, bool& deeper) const
+    {
+        const Directions directions =
+            SeparatingDirections(x, y, VecOf(distance.pointB) - VecOf(distance.pointA));
+        double wait = 0, gap = distance.lower > 0 ? distance.lower : -HUGE_VAL;
+        for (int i = 0; i < directions.count; ++i) {
+            gap = std::max(gap, directions.gap[i]);
+            wait = std::max(wait, WaitOfCorners(x, y, directions.direction[i], least));
+        }
+        deeper = gap <= least + 0.5 * limits.resolution;
+        return wait;
+    }
+
+    double WaitOfTriangles(const Triangle& x, const Triangle& y, const PairDistance& distance) const
+    {
+        const double error = moment.placed.Error();
+        const double left = distance.lower - error - limits.tolerance;
+        double wait = left > 0 && fastest > 0 ? left / fastest * (1 - 1e-12) : 0;
+        if (left > 0 && fastest == 0) return HUGE_VAL;
+        const Vec between = VecOf(distance.pointB) - VecOf(distance.pointA);
+        const double length = Length(between);
+        const double floor = wait;
+        if (length > 0)
+            wait = std::max(wait, WaitOfCorners(x, y, (1 / length) * between, limits.tolerance));
+        // Of points that are near each other the direction is mostly rounding: faces that slide
+        // along each other are told by their normals.
+        if (wait > 2 * floor) return wait;
+        const Directions directions = SeparatingDirections(x, y, {});
+        for (int i = 0; i < directions.count; ++i)
+            if (directions.gap[i] > limits.tolerance)
+                wait =
+                    std::max(wait, WaitOfCorners(x, y, directions.direction[i], limits.tolerance));
+        return wait;
+    }
+
+    /// @return false where the search ends
+    bool TestTriangles(const Event& event)
+    {
+        const Triangle x = PlaceTriangle(a.tree, moment.placed.a, event.a);
+        const Triangle y = PlaceTriangle(b.tree, moment.placed.b, event.b);
+        const PairDistance distance = DistanceOf(x, y, 0.25 * limits.resolution);
+        const double upper = distance.upper + moment.placed.Error();
+        double wait = 0;
+        bool contact = upper <= limits.tolerance + limits.resolution;
+        if (const Exempt* known = FindExempt(event.a, event.b)) {
+            wait = WaitOfExempt(x, y, distance, known->least, contact);
+        } else {
+            impact.clearance = std::min(impact.clearance, upper);
+            if (!contact) wait = WaitOfTriangles(x, y, distance);
+        }
+        if (contact) {
+            NoteContact(event, x, y, distance);
+            impact.finished = true;
+            return false;
+        }
+        // Rounding holds the pair where it is: nothing can be shown beyond this time.
+        if (!(wait > 4 * kUnit)) return false;
+        Push(wait, 0, event.a, event.b, true);
+        return true;
+    }
+
+    bool Take(const Event& event)
+    {
+        GoTo(event.time);
+        impact.timeClear = event.time;
+        if (++impact.tests > limits.budget) return false;
+        if (event.triangles) return TestTriangles(event);
+        const std::int32_t childA = a.tree.Child(event.a), childB = b.tree.Child(event.b);
+        if (IsLeaf(childA) && IsLeaf(childB))
+            DivideLeaves(LeafOf(childA), LeafOf(childB));
+        else
+            DivideNodes(event);
+        return true;
+    }
+
+    void Run()
+    {
+        events.assign(1, {0.0, HUGE_VALF, kRoot, kRoot, false});
+        while (!events.empty()) {
+            std::pop_heap(events.begin(), events.end(), ComesLater);
+            const Event event = events.back();
+            events.pop_back();
+            if (!Take(event)) return;
+        }
+        impact.timeClear = 1;
+        impact.finished = true;
+    }
+};
+
+} // namespace
+
+Impact FindImpact(const Body& a, const Body& b, const MovingPair& moving, const Limits& limits,
+                  std::span<const Exempt> exempt, Scratch& scratch)
+{
+    ImpactSearch search(a, b, moving, limits, exempt, scratch);
+    search.Run();
+    return search.impact;
+}
+
+double WidestGap(const Triangle& a, const Triangle& b)
+{
+    const PairDistance distance = DistanceOf(a, b);
+    const Directions directions =
+        SeparatingDirections(a, b, VecOf(distance.pointB) - VecOf(distance.pointA));
+    const double widest = directions.widest < 0 ? 0.0 : directions.gap[directions.widest];
+    return distance.lower > 0 ? std::max(distance.lower, widest) : widest;
+}
+
+Vec ContactNormal(const Triangle& a, const Triangle& b, const PairDistance& distance)
+{
+    const Vec between = VecOf(distance.pointB) - VecOf(distance.pointA);
+    const double length = Length(between);
+    if (distance.lower > 0 && length > 0) return (1 / length) * between;
+    const Directions directions = SeparatingDirections(a, b, {});
+    return directions.widest < 0 ? Vec{} : directions.direction[directions.widest];
+}
+
+} // namespace proximity

@@ -1,0 +1,41 @@
+// When do two moving bodies first touch?
+#ifndef PROXIMITY_QUERY_IMPACT_H
+#define PROXIMITY_QUERY_IMPACT_H
+
+#include "proximity/query/search.h"
+
+namespace proximity
+{
+
+/// A pair of triangles that is in contact at the start, and how near or deep it may come.
+struct Exempt {
+    std::int32_t a, b; ///< in the order of the trees
+    double least;      ///< gap, negative for depth
+
+    bool operator<(const Exempt& other) const { return a != other.a ? a < other.a : b < other.b; }
+};
+
+struct Impact {
+    bool contact = false;
+    bool finished = false; ///< contact, or clear to the end; else the budget or rounding stopped it
+    double timeClear = 0;  ///< shown to be clear at all times below
+    std::int32_t a = -1, b = -1;
+    double lower = 0, upper = 0;
+    Vec pointA{}, pointB{}, normal{};
+    double clearance = HUGE_VAL; ///< least upper bound of the distances that were met
+    std::int64_t tests = 0;
+};
+
+/// @param exempt  sorted
+Impact FindImpact(const Body& a, const Body& b, const MovingPair& moving, const Limits& limits,
+                  std::span<const Exempt> exempt, Scratch& scratch);
+
+/// How near or deep two triangles are: the widest gap between them, negative for depth.
+double WidestGap(const Triangle& a, const Triangle& b);
+
+/// From A to B at a contact: along the points where they are apart, else along the widest gap.
+Vec ContactNormal(const Triangle& a, const Triangle& b, const PairDistance& distance);
+
+} // namespace proximity
+
+#endif

@@ -1,0 +1,221 @@
+// Each bound of the proximity library by itself, against what it bounds.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "proximity/query/motion_bounds.h"
+#include "proximity/query/node_bounds.h"
+
+namespace
+{
+
+using namespace proximity;
+
+struct Random {
+    std::mt19937 engine;
+
+    double Unit() { return std::uniform_real_distribution<double>(-1, 1)(engine); }
+    Vec Vector(double size) { return {{size * Unit(), size * Unit(), size * Unit()}}; }
+    Vec Direction()
+    {
+        for (;;)
+            if (const Vec v = Vector(1); Dot(v, v) > 0.01 && Dot(v, v) < 1)
+                return (1 / Length(v)) * v;
+    }
+    scapi_motion Motion(double distance, double turn)
+    {
+        // A rotation from two directions.
+        const Vec x = Direction(), other = Direction();
+        const Vec z = (1 / Length(Cross(x, other))) * Cross(x, other), y = Cross(z, x);
+        scapi_motion motion{};
+        const Vec rows[3] = {x, y, z}, t = Vector(distance), path = Vector(5), pivot = Vector(5),
+                  axis = Direction();
+        for (int i = 0; i < 3; ++i) {
+            std::copy(rows[i].x, rows[i].x + 3, motion.start + 4 * i);
+            motion.start[4 * i + 3] = t[i];
+        }
+        std::copy(path.x, path.x + 3, motion.path);
+        std::copy(pivot.x, pivot.x + 3, motion.pivot);
+        std::copy(axis.x, axis.x + 3, motion.axis);
+        motion.angle = turn * Unit();
+        return motion;
+    }
+    /// A strip of `count` triangles, flat where `flat` is small.
+    Triangles Strip(int count, double size, double flat)
+    {
+        Triangles triangles;
+        const Vec at = Vector(size), along = Vector(size), across = Vector(size);
+        Vec last[2] = {at, at + across};
+        for (int i = 0; i < count; ++i) {
+            const Vec next = last[0] + (1.0 / count) * along + Vector(flat);
+            FloatTriangle triangle;
+            for (int axis = 0; axis < 3; ++axis) {
+                triangle.corner[0][axis] = static_cast<float>(last[0][axis]);
+                triangle.corner[1][axis] = static_cast<float>(last[1][axis]);
+                triangle.corner[2][axis] = static_cast<float>(next[axis]);
+            }
+            triangles.push_back(triangle);
+            last[0] = last[1], last[1] = next;
+        }
+        return triangles;
+    }
+};
+
+/// Calls visit(triangle) for what lies below a lane.
+template <class Visit>
+void ForEachBelow(const Tree& tree, Handle handle, Visit visit)
+{
+    const std::int32_t child = tree.Child(handle);
+    if (IsLeaf(child)) {
+        const Leaf leaf = LeafOf(child);
+        for (int i = 0; i < leaf.count; ++i) visit(leaf.first + i);
+        return;
+    }
+    for (int lane = 0; lane < kLanes && tree.Child(HandleOf(child, lane)) != kNoChild; ++lane)
+        ForEachBelow(tree, HandleOf(child, lane), visit);
+}
+
+TEST(ProximityTree, BoxesAndSlabsHoldAllBelowThem)
+{
+    Random random{std::mt19937(1)};
+    for (const double offset : {0.0, 1e3, 1e8}) {
+        Triangles triangles = random.Strip(300, 10, 0.3);
+        for (FloatTriangle& t : triangles)
+            for (auto& corner : t.corner) corner[1] += static_cast<float>(offset);
+        const Body body(triangles);
+        std::vector<int> seen(300);
+        for (std::size_t n = 0; n < body.tree.node.size(); ++n)
+            for (int lane = 0; lane < kLanes; ++lane) {
+                const Handle handle = HandleOf(static_cast<std::int32_t>(n), lane);
+                if (body.tree.Child(handle) == kNoChild) continue;
+                const Box box = body.tree.BoxOf(handle);
+                ForEachBelow(body.tree, handle, [&](std::int32_t t) {
+                    if (n == 0)
+                        ++seen[static_cast<std::size_t>(
+                            body.tree.source[static_cast<std::size_t>(t)])];
+                    for (const auto& corner :
+                         body.tree.triangle[static_cast<std::size_t>(t)].corner) {
+                        double along = 0;
+                        for (int i = 0; i < 3; ++i) {
+                            const double q = double(corner[i]) - body.tree.center[i];
+                            ASSERT_LE(std::fabs(q - box.center[i]), box.half[i]);
+                            along += q * box.normal[i];
+                        }
+                        ASSERT_LE(box.low, along + 1e-15 * body.reach);
+                        ASSERT_GE(box.high, along - 1e-15 * body.reach);
+                    }
+                });
+            }
+        EXPECT_EQ(std::count(seen.begin(), seen.end(), 1), 300) << "each triangle once";
+    }
+}
+
+TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
+{
+    Random random{std::mt19937(2)};
+    int needed = 0, tight = 0;
+    for (int i = 0; i < 4000; ++i) {
+        // Near each other, and far out, where floats are coarse.
+        const double far = i % 2 ? 3 : 300;
+        // Or a small triangle over a corner of a large one: the slab tells the gap, while all that
+        // floats compute with is a hundred thousand times as large.
+        const bool parallel = i % 4 == 0;
+        const Triangles large = random.Strip(parallel ? 1 : 1 + i % 4, parallel ? 1000 : 3, 0.01);
+        Triangles small = large;
+        for (auto& corner : small[0].corner)
+            for (int k = 0; k < 3; ++k)
+                corner[k] = large[0].corner[0][k] + 0.01f * (corner[k] - large[0].corner[0][k]);
+        const Body a(large), b(parallel ? small : random.Strip(1 + i % 3, 3, 0.01));
+        const scapi_motion x = random.Motion(far, 0);
+        scapi_motion y = random.Motion(far, 0);
+        if (parallel) {
+            y = x;
+            const Triangle placed = PlaceTriangle(a.tree, PlacePair(a, x.start, a, x.start).a, 0);
+            const Vec p = VecOf(placed.corner[0]);
+            const Vec normal = Cross(VecOf(placed.corner[1]) - p, VecOf(placed.corner[2]) - p);
+            for (int k = 0; k < 3; ++k) y.start[4 * k + 3] += 1e-2 / Length(normal) * normal[k];
+        }
+        const PlacedPair pair = PlacePair(a, x.start, b, y.start);
+        double distance = HUGE_VAL;
+        for (std::int32_t s = 0; s < static_cast<std::int32_t>(a.tree.triangle.size()); ++s)
+            for (std::int32_t t = 0; t < static_cast<std::int32_t>(b.tree.triangle.size()); ++t)
+                distance = std::min(distance, DistanceOf(PlaceTriangle(a.tree, pair.a, s),
+                                                         PlaceTriangle(b.tree, pair.b, t))
+                                                  .upper);
+        const FrameChange change = MakeFrameChange(pair.a, pair.b);
+        const float bound = SquaredBounds(change, a.tree.node[0],
+                                          PrepareBox(change, b.tree.BoxOf(kRoot)), HUGE_VALF)[0];
+        const NodeSlack slack = MakeNodeSlack(a, b, pair);
+        ASSERT_LT(bound, PruneLimit(slack, distance + pair.Error())) << i;
+        needed += bound > distance * distance;
+        tight += bound > 0.25 * distance * distance;
+    }
+    EXPECT_GT(needed, 0) << "without a margin the bound would be wrong here";
+    EXPECT_GT(tight, 1000);
+}
+
+TEST(ProximityBounds, OfGapsAreNeverLateAndNotMuchTooEarly)
+{
+    Random random{std::mt19937(3)};
+    int late = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const Body body(random.Strip(1, 2, 0.1));
+        const scapi_motion motion = random.Motion(10, i % 3 ? 4 : 0);
+        const MovingPair moving = MakeMovingPair(body, motion, body, motion);
+        const Placement now = PlaceAt(moving.a, 0);
+        const Rates rates = RatesAt(moving.a, 0);
+        const Box box = body.tree.BoxOf(kRoot);
+        const Vec half{{box.half[0], box.half[1], box.half[2]}};
+        const Vec center =
+            now.rotation * Vec{{box.center[0], box.center[1], box.center[2]}} + now.center;
+        const Vec arm = center - rates.pivot, direction = random.Direction();
+        Closing closing;
+        AddClosing(rates, now.rotation, {arm, half, RadiusOf(rates, arm, Length(half))}, direction,
+                   closing);
+        const double gap = 0.5 * std::fabs(random.Unit());
+        const double wait = TimeOfGap(gap, closing);
+        // The corners of the box, against a wall across the direction, `gap` beyond the farthest.
+        const auto farthest = [&](double time) {
+            const Placement at = PlaceAt(moving.a, time);
+            double most = -HUGE_VAL;
+            for (int k = 0; k < 8; ++k) {
+                Vec q{};
+                for (int axis = 0; axis < 3; ++axis)
+                    q[axis] = box.center[axis] + (k >> axis & 1 ? half[axis] : -half[axis]);
+                most = std::max(most, Dot(direction, at.rotation * q + at.center));
+            }
+            return most;
+        };
+        const double wall = farthest(0) + gap;
+        for (int k = 1; k <= 20; ++k) {
+            const double time = std::min(wait, 3.0) * k / 20;
+            ASSERT_LE(farthest(time), wall + 1e-12) << i;
+        }
+        if (wait < 1) late += farthest(1.5 * wait) > wall;
+    }
+    EXPECT_GT(late, 100) << "waiting half as long again would often be too long";
+}
+
+TEST(ProximityBounds, OfPlacingHoldsAgainstLongDouble)
+{
+    Random random{std::mt19937(4)};
+    for (int i = 0; i < 2000; ++i) {
+        const double far = std::pow(10.0, i % 9);
+        const Body a(random.Strip(3, far, 1)), b(random.Strip(3, 10, 1));
+        const scapi_motion x = random.Motion(far, 0), y = random.Motion(1e3, 0);
+        const PlacedPair pair = PlacePair(a, x.start, b, y.start);
+        const FloatTriangle& t = a.tree.triangle[0];
+        const Triangle placed = PlaceTriangle(a.tree, pair.a, 0);
+        long double square = 0;
+        for (int row = 0; row < 3; ++row) {
+            long double exact = x.start[4 * row + 3] - static_cast<long double>(pair.origin[row]);
+            for (int k = 0; k < 3; ++k)
+                exact += static_cast<long double>(x.start[4 * row + k]) * t.corner[0][k];
+            const long double off = exact - placed.corner[0][row];
+            square += off * off;
+        }
+        ASSERT_LE(std::sqrt(static_cast<double>(square)), pair.a.error) << i;
+    }
+}
+
+} // namespace

@@ -1,0 +1,129 @@
+// Many bodies at once, and many threads on shared meshes.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "support.h"
+
+namespace
+{
+
+TEST(ProximityScene, FindsThePairsThatASearchOfAllPairsFinds)
+{
+    std::mt19937 random(17);
+    const MeshPtr meshes[] = {Box({-1, -1, -1}, {1, 1, 1}), FromFloats(SphereFloats(5, 1.5, 0.1))};
+    const ScenePtr scene = MakeScene();
+    const QueryPtr query = MakeQuery();
+    std::vector<scapi_motion> motions;
+    constexpr int kBodies = 40;
+    std::uniform_real_distribution<double> along(-3, 3);
+    for (int i = 0; i < kBodies; ++i) {
+        motions.push_back(i % 3 ? Rest(RandomPose(random, 12))
+                                : Turn(RandomPose(random, 12), {1, 0, 0}, {0, 0, 1}, along(random),
+                                       {along(random), along(random), along(random)}));
+        ASSERT_EQ(scapi_scene_add(scene.get(), meshes[i % 2].get(), i % 5 == 0 ? 7 : 0), i);
+        ASSERT_EQ(scapi_scene_move(scene.get(), i, &motions.back()), SCAPI_OK);
+    }
+    ASSERT_EQ(scapi_scene_ignore(scene.get(), 3, 1), SCAPI_OK);
+    const scapi_options options = Within(0.3);
+    std::vector<scapi_pair> pairs(kBodies * kBodies);
+    scapi_scene_result result{};
+    ASSERT_EQ(scapi_scene_check(scene.get(), query.get(), &options, pairs.data(), kBodies * kBodies,
+                                nullptr, nullptr, &result),
+              SCAPI_OK);
+    std::int64_t at = 0, all = 0;
+    for (int i = 0; i < kBodies; ++i)
+        for (int j = i + 1; j < kBodies; ++j) {
+            if ((i % 5 == 0 && j % 5 == 0) || (i == 1 && j == 3)) continue;
+            ++all;
+            const scapi_impact alone =
+                Impact(meshes[i % 2], motions[static_cast<std::size_t>(i)], meshes[j % 2],
+                       motions[static_cast<std::size_t>(j)], options);
+            if (alone.verdict == SCAPI_CLEAR) continue;
+            ASSERT_LT(at, result.stored);
+            const scapi_pair& pair = pairs[static_cast<std::size_t>(at++)];
+            EXPECT_EQ(pair.body_a, i);
+            EXPECT_EQ(pair.body_b, j);
+            EXPECT_EQ(pair.impact.verdict, alone.verdict);
+        }
+    EXPECT_EQ(at, result.count);
+    EXPECT_EQ(all, result.pairs);
+    EXPECT_LT(result.examined, all);
+    EXPECT_GT(at, 3);
+    EXPECT_EQ(result.verdict, SCAPI_CONTACT);
+}
+
+TEST(ProximityScene, CancelEndsAndIsNotClear)
+{
+    const MeshPtr box = Box({0, 0, 0}, {1, 1, 1});
+    const ScenePtr scene = MakeScene();
+    for (int i = 0; i < 6; ++i) {
+        scapi_scene_add(scene.get(), box.get(), 0);
+        scapi_scene_place(scene.get(), i, At(1.1 * i, 0, 0).data());
+    }
+    const scapi_options options = Within(0.05);
+    scapi_options wide = Within(0.2);
+    int calls = 0;
+    const auto stopAtThird = [](void* user, std::int64_t, std::int64_t) {
+        return int(++*static_cast<int*>(user) == 3);
+    };
+    scapi_scene_result result{};
+    scapi_pair few[2];
+    EXPECT_EQ(scapi_scene_check(scene.get(), MakeQuery().get(), &wide, few, 2, stopAtThird, &calls,
+                                &result),
+              SCAPI_ERROR_CANCELLED);
+    EXPECT_EQ(calls, 3);
+    EXPECT_EQ(result.verdict, SCAPI_INDETERMINATE);
+    EXPECT_EQ(
+        scapi_scene_check(scene.get(), MakeQuery().get(), &wide, few, 2, nullptr, nullptr, &result),
+        SCAPI_OK);
+    EXPECT_EQ(result.count, 5);
+    EXPECT_EQ(result.stored, 2);
+    EXPECT_TRUE(result.truncated);
+    EXPECT_EQ(scapi_scene_check(scene.get(), MakeQuery().get(), &options, nullptr, 0, nullptr,
+                                nullptr, &result),
+              SCAPI_OK);
+    EXPECT_EQ(result.verdict, SCAPI_CLEAR);
+    EXPECT_EQ(scapi_scene_place(scene.get(), 6, kIdentity.data()), SCAPI_ERROR_BODY);
+}
+
+TEST(ProximityThreads, ShareMeshesAndGetTheAnswersOfOne)
+{
+    const MeshPtr a = FromFloats(SphereFloats(20, 5, 0.1)),
+                  b = FromFloats(SphereFloats(10, 1, 0.1));
+    std::mt19937 random(23);
+    std::vector<Pose> poses;
+    for (int i = 0; i < 30; ++i) poses.push_back(RandomPose(random, 4));
+    std::vector<scapi_result> expected;
+    {
+        // On copies, so that the threads are the first to ask the shared ones for their shells.
+        const MeshPtr x = FromFloats(SphereFloats(20, 5, 0.1)),
+                      y = FromFloats(SphereFloats(10, 1, 0.1));
+        for (const Pose& pose : poses) expected.push_back(Distance(x, kIdentity, y, pose));
+    }
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            scapi_query* query = nullptr;
+            scapi_query_create(&query);
+            scapi_mesh_retain(a.get());
+            for (std::size_t k = 0; k < poses.size(); ++k) {
+                const std::size_t i = (k + static_cast<std::size_t>(7 * t)) % poses.size();
+                scapi_result result{};
+                scapi_distance(query, a.get(), kIdentity.data(), b.get(), poses[i].data(), nullptr,
+                               &result);
+                if (result.verdict != expected[i].verdict ||
+                    result.relation != expected[i].relation || result.lower > expected[i].upper ||
+                    result.upper < expected[i].lower)
+                    ++wrong;
+            }
+            scapi_mesh_release(a.get());
+            scapi_query_destroy(query);
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+} // namespace
