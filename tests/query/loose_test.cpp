@@ -55,8 +55,7 @@ struct LooseHit {
         double height = plane[3];
         for (int r = 0; r < 3; ++r) height += plane[r] * at[r];
         for (int r = 0; r < 3; ++r) {
-            const double foot = at[r] - height * plane[r],
-                         on = foot + along[r] * part * 6 + beside;
+            const double foot = at[r] - height * plane[r], on = foot + along[r] * part * 6 + beside;
             corner[0][r] = float(at[r]), corner[1][r] = float(at[r] + 0.3 * along[r]);
             corner[2][r] = float(at[r] + 0.1 * along[r]);
             const double step = size * length * draw.Between(-1, 1);
