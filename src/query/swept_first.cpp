@@ -204,7 +204,9 @@ void BoxAround(const SOLIDC& a, float* around)
 
 bool IsFiniteEdge(const float (*ends)[3])
 {
-    return std::all_of(ends[0], ends[0] + 6, [](float x) { return std::isfinite(x); });
+    const auto isFinite = [](float x) { return std::isfinite(x); };
+    return std::all_of(ends[0], ends[0] + 3, isFinite) &&
+           std::all_of(ends[1], ends[1] + 3, isFinite);
 }
 
 /// The walks that edges tell to be worth while.
