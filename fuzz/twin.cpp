@@ -1,14 +1,15 @@
-// Fast detection against the plain walk, both ways round.
+// Fast detection against the plain walk, both ways round, on solids as loaded or as treated.
 #include "host.h"
 #include "query/deferred_sweep.h"
 #include "query/fast_detect.h"
-#include "support/scenes.h"
+#include "support/treatment.h"
 #include "sweep/define.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices{data, size};
-    Scene scene = RandomScene([&] { return choices.Take<std::uint32_t>(); });
+    const auto take = [&] { return choices.Take<std::uint32_t>(); };
+    Scene scene = RandomScene(take);
     for (int order = 0; order < 2; ++order) {
         DefineSweepDeferred(*scene.b, Rows(scene.start), Rows(scene.end));
         const int fast = DetectFast(*scene.a, *scene.b);
@@ -16,6 +17,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(fast == SolidInternals::WalkPlainly(*scene.a, *scene.b), "one answer");
         std::swap(scene.a, scene.b);
         if (choices.Of(2)) scene.a->isSwept = 0;
+    }
+    if (choices.Of(2)) scene = RandomCrowdedScene(take);
+    for (int order = 0; order < 2; ++order) {
+        const auto [fast, plain] = AskTreated(scene, RandomTreatment(take, scene));
+        Require(fast == plain, "one answer on treated solids");
+        std::swap(scene.a, scene.b);
     }
     return 0;
 }

@@ -64,14 +64,30 @@ struct Search {
     }
 };
 
+void Collect(const IndexBoxes& boxes, const float* box, std::size_t at, std::size_t count,
+             std::vector<int>& found)
+{
+    const IndexBoxes::Node& node = boxes.node[at];
+    if (!BboxesMeet(box, node.bounds, boxes.solid.tolerance)) return;
+    if (count == 1) {
+        found.push_back(node.least);
+        return;
+    }
+    const std::size_t half = count / 2;
+    Collect(boxes, box, at + 1, half, found);
+    Collect(boxes, box, at + 2 * half, count - half, found);
+}
+
 } // namespace
 
-IndexBoxes::IndexBoxes(const SOLIDC& swept) : solid(swept)
+IndexBoxes::IndexBoxes(const SOLIDC& swept, const float* around) : solid(swept)
 {
     for (int t = 0; t < solid.triangleCount; ++t) {
         const float* box = solid.triangles[t].sweepBbox;
         // A box with a NaN meets nothing, and must not hide the others.
-        if (std::none_of(box, box + 6, [](float x) { return std::isnan(x); })) order.push_back(t);
+        if (std::none_of(box, box + 6, [](float x) { return std::isnan(x); }) &&
+            BboxesMeet(around, box, solid.tolerance))
+            order.push_back(t);
     }
     node.resize(2 * order.size());
     if (!order.empty()) Build(solid, order, node.data());
@@ -82,4 +98,11 @@ int IndexBoxes::Next(const float* box, int index) const
     Search search{*this, box, index, solid.triangleCount};
     if (!order.empty()) search.Below(0, order.size());
     return search.found;
+}
+
+void IndexBoxes::FindAll(const float* box, std::vector<int>& found) const
+{
+    found.clear();
+    if (!order.empty()) Collect(*this, box, 0, order.size(), found);
+    std::ranges::sort(found);
 }

@@ -17,9 +17,12 @@ struct IndexBoxes {
     std::vector<int> order;
     std::vector<Node> node; ///< each followed by those below it, the first half first
 
-    explicit IndexBoxes(const SOLIDC& swept);
+    /// @param around  holds all boxes that will be asked about: what does not meet it is left out
+    IndexBoxes(const SOLIDC& swept, const float* around);
     /// The first triangle from `index` on whose sweepBbox meets a box, or triangleCount.
     int Next(const float* box, int index) const;
+    /// All of them, in order. Less work than Next for each.
+    void FindAll(const float* box, std::vector<int>& found) const;
 };
 
 #endif

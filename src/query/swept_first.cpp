@@ -27,21 +27,24 @@ struct SweptPair {
     SOLIDC& b;
     const IndexBoxes boxes;   ///< of b
     std::vector<char> walked; ///< by triangle of a
+    std::vector<int> found{}; ///< triangles of b, for the triangle being walked
 
     /// Calls `take` with the edges that the walk over b gives to a triangle of a, until it is true.
-    template <class Take>
-    bool WalkEdges(float* box, Take take);
+    /// @param nextFrom  gives the first triangle of b from an index on whose box meets the
+    /// triangle's
+    template <class Next, class Take>
+    bool WalkEdges(float* box, Next nextFrom, Take take);
     /// The walk for one triangle of a, unless it has found nothing before.
     bool TriangleHits(int t);
 };
 
-template <class Take>
-bool SweptPair::WalkEdges(float* box, Take take)
+template <class Next, class Take>
+bool SweptPair::WalkEdges(float* box, Next nextFrom, Take take)
 {
     EdgeBuffer buffer;
     for (int cursor = 0;;) {
         if (cursor % 10 >= b.edgeCount) return false; // as the walk ends there
-        const int next = boxes.Next(box, cursor / 10);
+        const int next = nextFrom(cursor / 10);
         if (next >= b.triangleCount) return false;
         cursor = std::max(cursor, 10 * next);
         const int limit = 10 * (next + 1);
@@ -60,14 +63,21 @@ bool SweptPair::WalkEdges(float* box, Take take)
 
 bool SweptPair::TriangleHits(int t)
 {
-    char& walked_ = walked[static_cast<std::size_t>(t)];
-    if (walked_) return false;
-    walked_ = 1;
+    char& done = walked[static_cast<std::size_t>(t)];
+    if (done) return false;
+    done = 1;
     const T_LIST& triangle = a.triangles[t];
     float box[6];
     TriangleBbox(triangle.corners, box);
+    boxes.FindAll(box, found);
+    querySteps.edges += static_cast<std::int64_t>(found.size());
     CrossingState state;
-    return WalkEdges(box, [&](const float(*edge)[3]) {
+    std::size_t at = 0;
+    const auto nextFrom = [&](int index) {
+        while (at < found.size() && found[at] < index) ++at;
+        return at < found.size() ? found[at] : b.triangleCount;
+    };
+    return WalkEdges(box, nextFrom, [&](const float(*edge)[3]) {
         return EdgeCrossesTriangle(edge, triangle.corners, state) != 0;
     });
 }
@@ -81,7 +91,8 @@ bool StartsInside(SweptPair& pair, int t)
     if (!CalcPlane(triangle.corners[0], 3, plane)) return false;
     TriangleBbox(triangle.corners, box);
     bool inside = false;
-    pair.WalkEdges(box, [&](const float(*edge)[3]) {
+    const auto nextFrom = [&](int index) { return pair.boxes.Next(box, index); };
+    pair.WalkEdges(box, nextFrom, [&](const float(*edge)[3]) {
         inside = PointInsideTriangle(triangle.corners, plane, edge[0], kContact) != 0;
         return true;
     });
@@ -179,9 +190,41 @@ bool CanFirstTriangleHit(SOLIDC& b)
            b.Triangle_to_SolidBEdges(b.triangles, &b) != 0;
 }
 
+/// Holds the boxes of all triangles of a, but for NaNs, which meet nothing.
+void BoxAround(const SOLIDC& a, float* around)
+{
+    ClearBbox(around);
+    for (int t = 0; t < a.triangleCount; ++t) {
+        float box[6];
+        TriangleBbox(a.triangles[t].corners, box);
+        ExtendBbox(around, box);
+        ExtendBbox(around, box + 3);
+    }
+}
+
 bool IsFiniteEdge(const float (*ends)[3])
 {
-    return std::all_of(ends[0], ends[0] + 6, [](float x) { return std::isfinite(x); });
+    const auto isFinite = [](float x) { return std::isfinite(x); };
+    return std::all_of(ends[0], ends[0] + 3, isFinite) &&
+           std::all_of(ends[1], ends[1] + 3, isFinite);
+}
+
+/// The walks that edges tell to be worth while.
+int WalkWhereEdgesHit(SweptPair& pair)
+{
+    SOLIDC &a = pair.a, &b = pair.b;
+    const EdgeSearch search{pair, RestingTargets(a, b.tolerance)};
+    for (int t = 0; t < a.triangleCount; ++t)
+        if (!IsNearbyTriangle(a.triangles[t].corners) && pair.TriangleHits(t)) return 1;
+    if (search.targets.target.empty()) return 0;
+    for (const int t : pair.boxes.order)
+        if (AnyPieceHits(b, t, [&](const float(*ends)[3]) {
+                return IsFiniteEdge(ends) && search.Hits(ends);
+            }))
+            return 1;
+    for (int t = 0; t < a.triangleCount; ++t)
+        if (StartsInside(pair, t) && pair.TriangleHits(t)) return 1;
+    return 0;
 }
 
 } // namespace
@@ -193,17 +236,15 @@ int DetectSweptFirst(SOLIDC& a, SOLIDC& b)
         ++querySteps.plainWalks;
         return a.SC_DetectIntersection(&b);
     }
-    SweptPair pair{a, b, IndexBoxes(b), std::vector<char>(std::size_t(a.triangleCount))};
-    const EdgeSearch search{pair, RestingTargets(a, b.tolerance)};
-    for (int t = 0; t < a.triangleCount; ++t)
-        if (!IsNearbyTriangle(a.triangles[t].corners) && pair.TriangleHits(t)) return 1;
-    if (search.targets.target.empty()) return 0;
-    for (int t = 0; t < b.triangleCount; ++t)
-        if (AnyPieceHits(b, t, [&](const float(*ends)[3]) {
-                return IsFiniteEdge(ends) && search.Hits(ends);
-            }))
-            return 1;
-    for (int t = 0; t < a.triangleCount; ++t)
-        if (StartsInside(pair, t) && pair.TriangleHits(t)) return 1;
-    return 0;
+    float around[6];
+    BoxAround(a, around);
+    SweptPair pair{a, b, IndexBoxes(b, around), std::vector<char>(std::size_t(a.triangleCount))};
+    if (pair.boxes.order.empty()) return 0;
+    // As long as few boxes overlap, the walks themselves are the shortest way.
+    const std::int64_t most = querySteps.edges + a.triangleCount + b.triangleCount;
+    for (int t = 0; querySteps.edges < most; ++t) {
+        if (t == a.triangleCount) return 0;
+        if (pair.TriangleHits(t)) return 1;
+    }
+    return WalkWhereEdgesHit(pair);
 }

@@ -63,7 +63,7 @@ TEST(Growth, NoKnownFamilyCostsTheSquareAgain)
     divided[3][0] = 0.01f;
     // Long edges beside the first sphere, whose boxes all overlap it.
     for (std::size_t r = 0; r < 3; ++r)
-        sheared[r] = {30, -30, float(r), r == 0 ? 4.0f : -4.0f * float(r == 1)};
+        sheared[r] = {30, -30, float(r), r == 0 ? 2.5f : -2.5f * float(r == 1)};
     Matrix shearedOn = sheared;
     shearedOn[2][3] += 1;
     struct Family {

@@ -9,12 +9,11 @@
 #include "bvh/hit_region.h"
 #include "geometry/bbox.h"
 #include "geometry/predicates.h"
-#include "query/deferred_sweep.h"
+#include "mesh/triangle.h"
 #include "query/edge_by_edge.h"
 #include "query/edge_search.h"
 #include "query/fast_detect.h"
 #include "support/meshes.h"
-#include "sweep/define.h"
 
 namespace
 {
@@ -130,6 +129,43 @@ TEST(Loose, LoneEdgesAreNotKeptFromTargetsThatTheyHitByRounding)
         ++hits;
     }
     EXPECT_GT(hits, 5000);
+}
+
+TEST(Loose, TrianglesOfSweptSolidsAreHitByTheStartOfTheFirstEdge)
+{
+    // Triangles in the plane z = 0, and edges that come near it nowhere near them, or not at all.
+    Draws draw{std::mt19937(3)};
+    int hits = 0;
+    for (int n = 0; n < 3000; ++n) {
+        Mesh flat;
+        for (int i = 0; i < 40; ++i) {
+            const auto x = float(draw.Between(0, 9)), y = float(draw.Between(0, 9));
+            flat.push_back({Point{x, y, 0}, Point{x + 1, y, 0}, Point{x, y + 1, 0}});
+        }
+        const auto a = BareSolid(flat), b = LoadedSolid(BoxMesh({0, 0, 0}, {1, 1, 1}));
+        a->isSwept = 1;
+        Matrix start = Translation(0, 0, 0), end = Translation(0, 0, 1);
+        b->SC_GTsweep(Rows(start), Rows(end));
+        b->tolerance = 1e-3f; // gives edges that stay off the plane
+        const float heights[] = {5, 1.05e-4f, 1.5e-4f, 1.9e-4f, 0.95e-4f};
+        const int least = draw.Below(2);
+        for (int v = 0; v < b->vertexCount; ++v) {
+            VertexRec& vertex = b->vertices[v];
+            for (int r = 0; r < 2; ++r) vertex.sweepStart[r] = float(draw.Between(-30, 40));
+            vertex.sweepStart[2] = heights[draw.Below(v == 0 ? 5 : 4 + least)];
+            std::copy_n(vertex.sweepStart, 3, vertex.sweepEnd);
+        }
+        for (int t = 0; t < b->triangleCount; ++t) {
+            float corners[3][3];
+            SweptCorners(*b, b->triangles[t], corners);
+            TriangleBbox(corners, b->triangles[t].sweepBbox);
+        }
+        const int fast = DetectFast(*a, *b);
+        ASSERT_EQ(fast, SolidInternals::WalkPlainly(*a, *b)) << n;
+        hits += fast;
+    }
+    EXPECT_GT(hits, 100);
+    EXPECT_LT(hits, 2900);
 }
 
 } // namespace

@@ -29,7 +29,7 @@ void ExpectBothAnswers(int hits, unsigned count)
 
 TEST(Treated, FacetsWithoutAreaAreJudgedAsTheirChainJudgesThem)
 {
-    const SceneRange range(6000);
+    const SceneRange range(2000);
     int hits = 0;
     for (unsigned seed = range.first; seed != range.first + range.count; ++seed) {
         std::mt19937 random(seed);
@@ -45,7 +45,7 @@ TEST(Treated, FacetsWithoutAreaAreJudgedAsTheirChainJudgesThem)
 
 TEST(Treated, RotatedAndGarbledSolidsAreAnsweredAsByThePlainWalk)
 {
-    const SceneRange range(6000);
+    const SceneRange range(2000);
     int hits = 0, swept = 0;
     for (unsigned seed = range.first; seed != range.first + range.count; ++seed) {
         std::mt19937 random(seed);
