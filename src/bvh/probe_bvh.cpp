@@ -119,7 +119,8 @@ struct CornerHistogram {
     }
 };
 
-/// The widest stretch without a corner: long triangles in rows leave most of a node cornerGap.
+/// Finds the widest interval of the first axis without a corner: rows of long triangles have
+/// corners at their ends only.
 void SetCornerGap(const CornerHistogram& histogram, double longest, ProbeNodes& nodes, int lane)
 {
     float from = 0, to = 0;

@@ -48,8 +48,8 @@ Point3 ChooseNormal(const NormalBounds& normals, std::span<const Point3> points,
     return mean;
 }
 
-/// Two axes across a normal, normalOffset to where the second moments of the points have no mixed
-/// term.
+/// The principal axes of the points in the plane across a normal: there their mixed second moment
+/// is zero.
 void ChooseOthers(const Point3& normal, std::span<const Point3> points, const Point3& middle,
                   Point3& u, Point3& v)
 {

@@ -25,7 +25,7 @@ Lanes BesideMargin(const Motion& motion, const PlacedNodes& probes, const Target
 {
     Lanes edgeCosine[3];
     for (int k = 0; k < 3; ++k) {
-        edgeCosine[k] = Lanes{};
+        edgeCosine[k] = probes.directionError;
         for (int i = 0; i < 3; ++i) edgeCosine[k] += Abs(cosine[k][i]) * probes.maxCosine[i];
         edgeCosine[k] = Min(edgeCosine[k], Splat(1));
     }

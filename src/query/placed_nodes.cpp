@@ -60,6 +60,7 @@ void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& pl
             : none;
     placed.besideLongEdges = along > none ? kParallelBeside / along : unbounded;
     placed.parallelAcross = shortest > none ? kParallelAcross / shortest : unbounded;
+    placed.directionError = shortest > none ? 2 * motion.error / shortest : unbounded;
     const Lanes perStretch = shortest > none ? 1 / motion.minStretch : unbounded;
     for (int i = 0; i < 3; ++i) placed.maxCosine[i] = nodes.maxCosine[i] * perStretch;
     const auto sideEnd = [&](Lanes least, Lanes most) {

@@ -21,6 +21,7 @@ struct PlacedNodes {
     Lanes parallelAcross;  ///< component of a parallel side across any edge, at most
     Lanes besideLongEdges; ///< so far an end of an edge along the first axis can lie beside a side
     Lanes sideEndMargin;   ///< so far an end of a side can lie beside an edge
+    Lanes directionError;  ///< of a unit vector along an edge, by the rounding of its ends
     Lanes maxCosine[3];    ///< greatest component of the unit vector of another edge on each axis
     Lanes halfArea;        ///< of the box at rest
 };

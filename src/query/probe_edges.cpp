@@ -146,12 +146,20 @@ bool IsFinite(const float (*m)[4])
     return true;
 }
 
+/// Whether two matrices differ in their translation alone.
+bool DifferByTranslation(const float (*a)[4], const float (*b)[4])
+{
+    for (int i = 0; i < 9; ++i)
+        if (a[i / 3][i % 3] != b[i / 3][i % 3]) return false;
+    return true;
+}
+
 } // namespace
 
 bool IsPlainMotion(const SOLIDC& solid)
 {
     return IsFinite(solid.sweepStart) && IsAffine(solid.sweepStart) && IsFinite(solid.sweepEnd) &&
-           IsAffine(solid.sweepEnd);
+           IsAffine(solid.sweepEnd) && DifferByTranslation(solid.sweepStart, solid.sweepEnd);
 }
 
 void CollectOwnEdges(const SOLIDC& solid, const Probe& probe, bool trailing, const float* box,

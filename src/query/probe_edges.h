@@ -32,7 +32,8 @@ void CollectSweptQuadEdges(const SOLIDC& solid, const Probe& probe, const float*
                            PlacedEdges& edges);
 
 /// Whether both matrices of the motion are finite and affine, so that the position of each vertex
-/// depends on nothing before.
+/// depends on nothing before, and differ by a translation, as SC_GTsweep makes them: a C++ host can
+/// write others.
 bool IsPlainMotion(const SOLIDC& solid);
 
 #endif
