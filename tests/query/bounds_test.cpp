@@ -150,7 +150,8 @@ TEST(Bounds, NoEdgeIsKeptFromATargetThatItHits)
         PlaceLeafEdges(*contact.a, *contact.b, at.probes, motion,
                        at.probes.bvh.wide[leaf.wide].items[leaf.lane], placed);
         EXPECT_TRUE(std::any_of(placed.edge, placed.edge + placed.count, [&](const auto& one) {
-            return std::equal(one.ends[0], one.ends[0] + 6, contact.edge.ends[0]);
+            return std::ranges::equal(one.ends[0], contact.edge.ends[0]) &&
+                   std::ranges::equal(one.ends[1], contact.edge.ends[1]);
         }));
         placed.count = 1;
         placed.edge[0] = contact.edge;
