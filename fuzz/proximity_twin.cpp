@@ -8,19 +8,14 @@
 namespace
 {
 
-struct Scene {
-    scapi_mesh *a = nullptr, *b = nullptr;
-    scapi_query* query = nullptr;
-    scapi_motion rest{}, motion{};
-    scapi_options options{};
-};
+constexpr scapi_motion kRest{{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}, {}, {}, {}, 0};
 
 /// Coordinates on a coarse grid, so that much of it touches, or anywhere.
 scapi_mesh* MakeMesh(Choices& choices)
 {
     scapi_mesh* mesh = nullptr;
     if (choices.Of(2)) {
-        const double low[3] = {0, 0, 0};
+        const double low[3] = {};
         const double high[3] = {1.0 + choices.Of(4), 1.0 + choices.Of(4), 1.0 + choices.Of(4)};
         scapi_mesh_box(low, high, nullptr, &mesh);
         return mesh;
@@ -28,8 +23,7 @@ scapi_mesh* MakeMesh(Choices& choices)
     std::vector<float> corners(static_cast<std::size_t>(9 * (1 + choices.Of(12))));
     const bool grid = choices.Of(2) != 0;
     for (float& x : corners)
-        x = grid ? static_cast<float>(choices.Of(5))
-                 : static_cast<float>(choices.Take<std::int16_t>()) * 1e-4f;
+        x = static_cast<float>(grid ? choices.Of(5) : choices.Take<std::int16_t>() * 1e-4);
     const auto vertices = static_cast<std::int64_t>(corners.size() / 3);
     scapi_mesh_from_arrays(corners.data(), vertices, nullptr, vertices / 3, nullptr, nullptr,
                            &mesh);
@@ -38,8 +32,7 @@ scapi_mesh* MakeMesh(Choices& choices)
 
 scapi_motion MakeMotion(Choices& choices)
 {
-    scapi_motion motion{};
-    for (int i : {0, 5, 10}) motion.start[i] = 1;
+    scapi_motion motion = kRest;
     if (choices.Of(2)) {
         const double angle = choices.Of(256) * 0.0245;
         motion.start[0] = motion.start[5] = std::cos(angle);
@@ -54,19 +47,19 @@ scapi_motion MakeMotion(Choices& choices)
 
 bool IsContact(int verdict) { return verdict == SCAPI_CONTACT || verdict == SCAPI_START_CONTACT; }
 
-void HoldAgainstEachOther(const Scene& s)
+void HoldAgainstEachOther(const scapi_mesh* a, const scapi_mesh* b, scapi_query* query,
+                          const scapi_motion& motion, const scapi_options& options)
 {
     scapi_result within, distance;
     scapi_contacts_result contacts;
     scapi_contact room[8];
     scapi_impact impact;
-    scapi_within(s.query, s.a, s.rest.start, s.b, s.motion.start, &s.options, &within);
-    scapi_distance(s.query, s.a, s.rest.start, s.b, s.motion.start, &s.options, &distance);
-    scapi_contacts(s.query, s.a, s.rest.start, s.b, s.motion.start, &s.options, room, 8, &contacts);
-    scapi_time_of_impact(s.query, s.a, &s.rest, s.b, &s.motion, &s.options, &impact);
-    const double tolerance = s.options.tolerance, most = tolerance + s.options.resolution;
-    const int verdicts[] = {within.verdict, distance.verdict, contacts.verdict};
-    for (const int verdict : verdicts) {
+    scapi_within(query, a, kRest.start, b, motion.start, &options, &within);
+    scapi_distance(query, a, kRest.start, b, motion.start, &options, &distance);
+    scapi_contacts(query, a, kRest.start, b, motion.start, &options, room, 8, &contacts);
+    scapi_time_of_impact(query, a, &kRest, b, &motion, &options, &impact);
+    const double tolerance = options.tolerance, most = tolerance + options.resolution;
+    for (const int verdict : {within.verdict, distance.verdict, contacts.verdict}) {
         Require(verdict != SCAPI_CLEAR || distance.upper > tolerance, "clear, but near");
         Require(!IsContact(verdict) || distance.lower <= most, "contact, but far");
         Require((verdict == SCAPI_INSIDE) == (distance.verdict == SCAPI_INSIDE) ||
@@ -80,8 +73,8 @@ void HoldAgainstEachOther(const Scene& s)
     for (int k = 0; k <= 8; ++k) {
         double pose[12];
         const double time = end * k / 8.0;
-        Require(scapi_motion_pose(&s.motion, time, pose) == SCAPI_OK, "a pose");
-        scapi_distance(s.query, s.a, s.rest.start, s.b, pose, &s.options, &distance);
+        Require(scapi_motion_pose(&motion, time, pose) == SCAPI_OK, "a pose");
+        scapi_distance(query, a, kRest.start, b, pose, &options, &distance);
         // The pose is rounded, the motion is not.
         Require(distance.upper > tolerance - 1e-9, "contact before the time of impact");
     }
@@ -93,17 +86,12 @@ void HoldAgainstEachOther(const Scene& s)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     Choices choices{data, size};
-    Scene s;
-    s.a = MakeMesh(choices), s.b = MakeMesh(choices);
-    scapi_query_create(&s.query);
-    for (int i : {0, 5, 10}) s.rest.start[i] = 1;
-    s.options.size = sizeof s.options;
-    s.options.tolerance = 0.01 * choices.Of(20), s.options.resolution = 1e-3;
-    for (int i = 0; i < 4; ++i) {
-        s.motion = MakeMotion(choices);
-        HoldAgainstEachOther(s);
-    }
-    scapi_query_destroy(s.query);
-    scapi_mesh_release(s.a), scapi_mesh_release(s.b);
+    scapi_mesh *a = MakeMesh(choices), *b = MakeMesh(choices);
+    scapi_query* query = nullptr;
+    scapi_query_create(&query);
+    const scapi_options options{sizeof options, 0, 0.01 * choices.Of(20), 1e-3, 0, 0};
+    for (int i = 0; i < 4; ++i) HoldAgainstEachOther(a, b, query, MakeMotion(choices), options);
+    scapi_query_destroy(query);
+    scapi_mesh_release(a), scapi_mesh_release(b);
     return 0;
 }

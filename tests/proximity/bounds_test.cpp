@@ -5,6 +5,7 @@
 
 #include "proximity/query/motion_bounds.h"
 #include "proximity/query/node_bounds.h"
+#include "support.h"
 
 namespace
 {
@@ -24,21 +25,9 @@ struct Random {
     }
     scapi_motion Motion(double distance, double turn)
     {
-        // A rotation from two directions.
-        const Vec x = Direction(), other = Direction();
-        const Vec z = (1 / Length(Cross(x, other))) * Cross(x, other), y = Cross(z, x);
-        scapi_motion motion{};
-        const Vec rows[3] = {x, y, z}, t = Vector(distance), path = Vector(5), pivot = Vector(5),
-                  axis = Direction();
-        for (int i = 0; i < 3; ++i) {
-            std::copy(rows[i].x, rows[i].x + 3, motion.start + 4 * i);
-            motion.start[4 * i + 3] = t[i];
-        }
-        std::copy(path.x, path.x + 3, motion.path);
-        std::copy(pivot.x, pivot.x + 3, motion.pivot);
-        std::copy(axis.x, axis.x + 3, motion.axis);
-        motion.angle = turn * Unit();
-        return motion;
+        const auto point = [](const Vec& v) { return Point{v[0], v[1], v[2]}; };
+        return Turn(RandomPose(engine, distance), point(Vector(5)), point(Direction()),
+                    turn * Unit(), point(Vector(5)));
     }
     /// A strip of `count` triangles, flat where `flat` is small.
     Triangles Strip(int count, double size, double flat)
@@ -48,13 +37,10 @@ struct Random {
         Vec last[2] = {at, at + across};
         for (int i = 0; i < count; ++i) {
             const Vec next = last[0] + (1.0 / count) * along + Vector(flat);
-            FloatTriangle triangle;
-            for (int axis = 0; axis < 3; ++axis) {
-                triangle.corner[0][axis] = static_cast<float>(last[0][axis]);
-                triangle.corner[1][axis] = static_cast<float>(last[1][axis]);
-                triangle.corner[2][axis] = static_cast<float>(next[axis]);
-            }
-            triangles.push_back(triangle);
+            const Vec corner[3] = {last[0], last[1], next};
+            triangles.emplace_back();
+            for (int k = 0; k < 9; ++k)
+                triangles.back().corner[k / 3][k % 3] = static_cast<float>(corner[k / 3][k % 3]);
             last[0] = last[1], last[1] = next;
         }
         return triangles;
@@ -88,7 +74,7 @@ TEST(ProximityTree, BoxesAndSlabsHoldAllBelowThem)
             for (int lane = 0; lane < kLanes; ++lane) {
                 const Handle handle = HandleOf(static_cast<std::int32_t>(n), lane);
                 if (body.tree.Child(handle) == kNoChild) continue;
-                const Box box = body.tree.BoxOf(handle);
+                const proximity::Box box = body.tree.BoxOf(handle);
                 ForEachBelow(body.tree, handle, [&](std::int32_t t) {
                     if (n == 0)
                         ++seen[static_cast<std::size_t>(
@@ -164,7 +150,7 @@ TEST(ProximityBounds, OfGapsAreNeverLateAndNotMuchTooEarly)
         const MovingPair moving = MakeMovingPair(body, motion, body, motion);
         const Placement now = PlaceAt(moving.a, 0);
         const Rates rates = RatesAt(moving.a, 0);
-        const Box box = body.tree.BoxOf(kRoot);
+        const proximity::Box box = body.tree.BoxOf(kRoot);
         const Vec half{{box.half[0], box.half[1], box.half[2]}};
         const Vec center =
             now.rotation * Vec{{box.center[0], box.center[1], box.center[2]}} + now.center;

@@ -20,24 +20,6 @@ namespace
 mpq_class Exact(double x) { return x; }
 mpq_class Exact(DoubleDouble x) { return mpq_class(x.hi) + mpq_class(x.lo); }
 
-DoubleDouble Draw(Random& random)
-{
-    return ExactSum(Uniform(random, -1, 1), Uniform(random, -0x1p-53, 0x1p-53));
-}
-
-template <class Real>
-Real FromWords(double high, double low);
-template <>
-double FromWords<double>(double high, double)
-{
-    return high;
-}
-template <>
-DoubleDouble FromWords<DoubleDouble>(double high, double low)
-{
-    return ExactSum(high, low);
-}
-
 struct Attack {
     Pair pair;
     double direction[3], low[3]; ///< of the direction, its high and low words
@@ -94,14 +76,15 @@ double Climb(Ratio ratio, bool wide, long starts)
     return worst;
 }
 
-Point ExactPoint(const double* corner) { return {corner[0], corner[1], corner[2]}; }
-
 template <class Real>
 double GapRatio(const Attack& attack)
 {
     Vector<Real> direction;
     for (std::size_t k = 0; k < 3; ++k)
-        direction[k] = FromWords<Real>(attack.direction[k], attack.low[k]);
+        if constexpr (std::is_same_v<Real, double>)
+            direction[k] = attack.direction[k];
+        else
+            direction[k] = ExactSum(attack.direction[k], attack.low[k]);
     const auto along = [&](const double* corner) {
         mpq_class sum = 0;
         for (std::size_t k = 0; k < 3; ++k) sum += Exact(direction[k]) * mpq_class(corner[k]);
@@ -126,7 +109,7 @@ Point PointAt(const Triangle& t, const PointOn<Real>& on)
     if (sum > 1) first /= sum, second /= sum;
     const double* corner = t.corner[on.corner];
     const double *next = t.corner[(on.corner + 1) % 3], *last = t.corner[(on.corner + 2) % 3];
-    Point out = ExactPoint(corner);
+    Point out{corner[0], corner[1], corner[2]};
     for (std::size_t k = 0; k < 3; ++k)
         out[k] += first * (mpq_class(next[k]) - mpq_class(corner[k])) +
                   second * (mpq_class(last[k]) - mpq_class(corner[k]));
@@ -179,13 +162,15 @@ TEST(DoubleDouble, ErrorsAreThoseThatTheLemmasCount)
 {
     Random random(2);
     double worstSum = 0, worstProduct = 0;
+    const auto draw = [&] {
+        return ExactSum(Uniform(random, -1, 1), Uniform(random, -0x1p-53, 0x1p-53));
+    };
     for (long n = 0; n < PairCount(20000); ++n) {
-        const DoubleDouble x = Draw(random);
-        DoubleDouble y = Draw(random);
+        const DoubleDouble x = draw(), drawn = draw();
         // Of another scale, or all but cancelled.
         const double scale = std::ldexp(1, -static_cast<int>(random() % 53));
-        y = n % 2 ? ExactSum(-x.hi * (1 + scale * y.hi), scale * y.lo)
-                  : DoubleDouble(scale * y.hi, scale * y.lo);
+        const DoubleDouble y = n % 2 ? ExactSum(-x.hi * (1 + scale * drawn.hi), scale * drawn.lo)
+                                     : DoubleDouble(scale * drawn.hi, scale * drawn.lo);
         const mpq_class sum = Exact(x) + Exact(y), product = Exact(x) * Exact(y);
         worstSum = std::max(worstSum, mpq_class(abs(Exact(x + y) / sum - 1)).get_d());
         worstProduct = std::max(worstProduct, mpq_class(abs(Exact(x * y) / product - 1)).get_d());

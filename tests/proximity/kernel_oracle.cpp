@@ -1,7 +1,6 @@
 #include "kernel_oracle.h"
 
 #include <algorithm>
-#include <bit>
 #include <climits>
 #include <cmath>
 
@@ -16,53 +15,44 @@ using Whole = std::array<mpz_class, 3>;
 
 Whole Minus(const Whole& a, const Whole& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
 mpz_class Dot(const Whole& a, const Whole& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-Whole Cross(const Whole& a, const Whole& b)
+template <class V>
+V Cross(const V& a, const V& b)
 {
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
-bool IsZero(const Whole& a) { return a[0] == 0 && a[1] == 0 && a[2] == 0; }
 
+/// The exponent of a bit that is no higher than any of the coordinates.
 int UnitOf(const Triangle& a, const Triangle& b)
 {
     int unit = INT_MAX;
     for (const Triangle* t : {&a, &b})
         for (const auto& corner : t->corner)
-            for (double x : corner) {
-                if (x == 0) continue;
-                int exponent;
-                const double mantissa = std::ldexp(std::frexp(x, &exponent), 53);
-                const auto bits = static_cast<std::uint64_t>(std::fabs(mantissa));
-                unit = std::min(unit, exponent - 53 + std::countr_zero(bits));
-            }
+            for (double x : corner)
+                if (x != 0) unit = std::min(unit, std::ilogb(x) - 52);
     return unit == INT_MAX ? 0 : unit;
 }
 
-mpz_class WholeOf(double x, int unit)
+mpq_class PowerOfTwo(int exponent)
 {
-    int exponent;
-    mpz_class out(std::ldexp(std::frexp(x, &exponent), 53));
-    exponent -= 53 + unit;
-    if (exponent >= 0) return out << static_cast<mp_bitcnt_t>(exponent);
-    return out >> static_cast<mp_bitcnt_t>(-exponent);
+    const mpz_class power = mpz_class(1) << static_cast<mp_bitcnt_t>(std::abs(exponent));
+    return exponent < 0 ? mpq_class(mpz_class(1), power) : mpq_class(power);
 }
 
 using Corners = std::array<Whole, 3>;
 
-Corners CornersOf(const Triangle& t, int unit)
+Corners CornersOf(const Triangle& t, const mpq_class& unit)
 {
     Corners out;
     for (std::size_t i = 0; i < 3; ++i)
-        for (std::size_t k = 0; k < 3; ++k) out[i][k] = WholeOf(t.corner[i][k], unit);
+        for (std::size_t k = 0; k < 3; ++k) out[i][k] = mpq_class(t.corner[i][k] / unit).get_num();
     return out;
 }
 
 /// One pair of sub-simplices, as sets of corners (bits): the nearest points of their affine hulls,
 /// where those are unique and have weights of no corner below zero.
 struct Solution {
-    bool isValid = false;
-    mpz_class numerator, denominator; ///< the squared distance
-    std::array<mpz_class, 3> weightA; ///< times `scale`
-    mpz_class scale;
+    mpz_class numerator, scale;       ///< the squared distance, times `scale`; 0 if there are none
+    std::array<mpz_class, 3> weightA; ///< the same
 };
 
 Solution Solve(const Corners& a, unsigned setA, const Corners& b, unsigned setB)
@@ -103,8 +93,7 @@ Solution Solve(const Corners& a, unsigned setA, const Corners& b, unsigned setB)
         (n + 1 < cornersA.size() ? restA : restB) -= x[n];
     }
     if (restA < 0 || restB < 0) return out;
-    out.isValid = true;
-    out.scale = out.denominator = determinant;
+    out.scale = determinant;
     out.numerator = Dot(target, target) * determinant - Dot(right, x);
     out.weightA[cornersA[0]] = restA;
     for (std::size_t n = 1; n < cornersA.size(); ++n) out.weightA[cornersA[n]] = x[n - 1];
@@ -126,33 +115,24 @@ Point PointOf(const Corners& a, const Solution& solution)
 /// Number of dimensions of a triangle.
 int DimensionOf(const Corners& t)
 {
-    if (!IsZero(Cross(Minus(t[1], t[0]), Minus(t[2], t[0])))) return 2;
-    return IsZero(Minus(t[1], t[0])) && IsZero(Minus(t[2], t[0])) ? 0 : 1;
+    if (Cross(Minus(t[1], t[0]), Minus(t[2], t[0])) != Whole{}) return 2;
+    return t[1] == t[0] && t[2] == t[0] ? 0 : 1;
 }
 
 /// Is a point of the closed triangle, given that it is one, off its border?
 bool IsInside(const Corners& t, const Point& p)
 {
-    const auto at = [&](std::size_t i, std::size_t k) { return mpq_class(t[i][k]); };
-    if (DimensionOf(t) == 2) {
-        for (std::size_t i = 0; i < 3; ++i) {
-            const std::size_t j = (i + 1) % 3;
-            bool onEdge = true;
-            for (std::size_t k = 0; k < 3; ++k) {
-                const std::size_t l = (k + 1) % 3;
-                onEdge = onEdge && (at(j, k) - at(i, k)) * (p[l] - at(i, l)) ==
-                                       (at(j, l) - at(i, l)) * (p[k] - at(i, k));
-            }
-            if (onEdge) return false;
-        }
-        return true;
+    const int dimension = DimensionOf(t);
+    std::array<Point, 3> to;
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t k = 0; k < 3; ++k) to[i][k] = mpq_class(t[i][k]) - p[k];
+    for (std::size_t i = 0; i < 3; ++i) {
+        const Point &a = to[i], &b = to[(i + 1) % 3];
+        if (dimension == 2 && Cross(a, b) == Point{}) return false;
+        for (std::size_t k = 0; k < 3 && dimension == 1; ++k)
+            if (a[k] * b[k] < 0) return true;
     }
-    for (std::size_t k = 0; k < 3; ++k) {
-        const mpq_class low = std::min({at(0, k), at(1, k), at(2, k)});
-        const mpq_class high = std::max({at(0, k), at(1, k), at(2, k)});
-        if (low < high) return low < p[k] && p[k] < high;
-    }
-    return true;
+    return dimension != 1;
 }
 
 /// The mean of points that have all corners of the shared set among them is inside it; and where
@@ -175,42 +155,34 @@ PairRelation RelationOf(const Corners& a, const Corners& b, const std::vector<Po
     return dimensionA + dimensionB == 4 ? PairRelation::kCoplanar : PairRelation::kTouching;
 }
 
-mpq_class PowerOfTwo(int exponent)
-{
-    const mpz_class power = mpz_class(1) << static_cast<mp_bitcnt_t>(std::abs(exponent));
-    return exponent < 0 ? mpq_class(mpz_class(1), power) : mpq_class(power);
-}
-
 } // namespace
 
 // The pairs of nearest points form a convex set. An end of it lies inside two sub-simplices whose
 // hulls have no other nearest points: with others it could be moved both ways.
 Truth TruthOf(const Triangle& a, const Triangle& b)
 {
-    const int unit = UnitOf(a, b);
+    const mpq_class unit = PowerOfTwo(UnitOf(a, b));
     const Corners cornersA = CornersOf(a, unit), cornersB = CornersOf(b, unit);
     Solution least;
     std::vector<Point> shared;
     for (unsigned setA = 1; setA < 8; ++setA)
         for (unsigned setB = 1; setB < 8; ++setB) {
             Solution next = Solve(cornersA, setA, cornersB, setB);
-            if (!next.isValid) continue;
+            if (next.scale == 0) continue;
             if (next.numerator == 0) {
                 Point p = PointOf(cornersA, next);
                 if (std::find(shared.begin(), shared.end(), p) == shared.end())
                     shared.push_back(std::move(p));
             }
-            if (!least.isValid ||
-                next.numerator * least.denominator < least.numerator * next.denominator)
+            if (least.scale == 0 || next.numerator * least.scale < least.numerator * next.scale)
                 least = std::move(next);
         }
     const PairRelation relation = RelationOf(cornersA, cornersB, shared);
-    const mpq_class scale = PowerOfTwo(unit);
     for (Point& p : shared)
-        for (mpq_class& x : p) x *= scale;
-    mpq_class square(least.numerator, least.denominator);
+        for (mpq_class& x : p) x *= unit;
+    mpq_class square(least.numerator, least.scale);
     square.canonicalize();
-    return {square * scale * scale, std::move(shared), relation};
+    return {square * unit * unit, std::move(shared), relation};
 }
 
 mpf_class RootOf(const mpq_class& square) { return sqrt(mpf_class(square, 256)); }

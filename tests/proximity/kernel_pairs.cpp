@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 using proximity::Triangle;
 
@@ -12,45 +12,40 @@ namespace
 
 int Below(Random& random, int count) { return static_cast<int>(random() % unsigned(count)); }
 
-void SetCorner(Random& random, double size, double* corner)
-{
-    for (int k = 0; k < 3; ++k) corner[k] = Uniform(random, -size, size);
-}
-
-Triangle RandomTriangle(Random& random, double size)
-{
-    Triangle out;
-    for (auto& corner : out.corner) SetCorner(random, size, corner);
-    return out;
-}
-
-void Move(Triangle& t, const double* by)
-{
-    for (auto& corner : t.corner)
-        for (int k = 0; k < 3; ++k) corner[k] += by[k];
-}
-
-/// Onto a point of the triangle, rounded.
-void Project(Random& random, const Triangle& t, double* out)
-{
-    const double s = Uniform(random, 0, 1), r = Uniform(random, 0, 1 - s);
-    for (int k = 0; k < 3; ++k)
-        out[k] = t.corner[0][k] + s * (t.corner[1][k] - t.corner[0][k]) +
-                 r * (t.corner[2][k] - t.corner[0][k]);
-}
-
 /// 2^low to 2^high.
 double Power(Random& random, double low, double high)
 {
     return std::exp2(Uniform(random, low, high));
 }
 
+/// Of sizes a and b.
+Pair RandomPair(Random& random, double a, double b)
+{
+    Pair out;
+    int n = 0;
+    ForEachCoordinate(out, [&](double& x) { x = Uniform(random, -1, 1) * (n++ < 9 ? a : b); });
+    return out;
+}
+
+/// All by the same.
+void Move(Random& random, double size, std::initializer_list<Triangle*> triangles)
+{
+    for (int k = 0; k < 3; ++k) {
+        const double by = Uniform(random, -size, size);
+        for (Triangle* t : triangles)
+            for (auto& corner : t->corner) corner[k] += by;
+    }
+}
+
+double Between(const Triangle& t, int from, int to, double part, int axis)
+{
+    return t.corner[from][axis] + part * (t.corner[to][axis] - t.corner[from][axis]);
+}
+
 Pair Anywhere(Random& random)
 {
-    Pair out{RandomTriangle(random, 1), RandomTriangle(random, Power(random, -6, 6))};
-    double by[3];
-    SetCorner(random, Power(random, -3, 6), by);
-    Move(out.b, by);
+    Pair out = RandomPair(random, 1, Power(random, -6, 6));
+    Move(random, Power(random, -3, 6), {&out.b});
     return out;
 }
 
@@ -59,9 +54,7 @@ Pair OnGrid(Random& random)
 {
     Pair out;
     const int size = 2 + Below(random, 3);
-    for (Triangle* t : {&out.a, &out.b})
-        for (auto& corner : t->corner)
-            for (double& x : corner) x = Below(random, size);
+    ForEachCoordinate(out, [&](double& x) { x = Below(random, size); });
     return out;
 }
 
@@ -80,63 +73,45 @@ Pair Coplanar(Random& random)
 
 Pair Parallel(Random& random)
 {
-    Pair out{RandomTriangle(random, 1), {}};
+    Pair out = RandomPair(random, 1, 1);
     out.b = out.a;
-    double by[3];
-    SetCorner(random, Power(random, -30, 1), by);
-    Move(out.b, by);
+    Move(random, Power(random, -30, 1), {&out.b});
     return out;
 }
 
-void MakeNeedle(Random& random, Triangle& t)
-{
-    for (int k = 0; k < 3; ++k)
-        t.corner[2][k] = t.corner[1][k] + Power(random, -30, -5) * Uniform(random, -1, 1);
-}
-
-void MakeCap(Random& random, Triangle& t)
-{
-    const double s = Uniform(random, 0, 1);
-    for (int k = 0; k < 3; ++k)
-        t.corner[2][k] = t.corner[0][k] + s * (t.corner[1][k] - t.corner[0][k]) +
-                         Power(random, -20, -5) * Uniform(random, -1, 1);
-}
-
-Pair Needles(Random& random)
+/// The third corner on the first edge, but for a little: a needle at its end, else a cap.
+template <bool kNeedle>
+Pair Flat(Random& random)
 {
     Pair out = Anywhere(random);
-    MakeNeedle(random, out.a);
-    if (Below(random, 2)) MakeNeedle(random, out.b);
-    return out;
-}
-
-Pair Caps(Random& random)
-{
-    Pair out = Anywhere(random);
-    MakeCap(random, out.a);
-    if (Below(random, 2)) MakeCap(random, out.b);
+    for (Triangle* t : {&out.a, &out.b}) {
+        if (t == &out.b && Below(random, 2)) break;
+        const double part = kNeedle ? 1 : Uniform(random, 0, 1);
+        for (int k = 0; k < 3; ++k)
+            t->corner[2][k] = Between(*t, 0, 1, part, k) +
+                              Power(random, kNeedle ? -30 : -20, -5) * Uniform(random, -1, 1);
+    }
     return out;
 }
 
 Pair FarOff(Random& random)
 {
     Pair out = Anywhere(random);
-    double by[3];
-    SetCorner(random, Power(random, 20, 40), by);
-    Move(out.a, by);
-    Move(out.b, by);
+    Move(random, Power(random, 20, 40), {&out.a, &out.b});
     return out;
 }
 
 /// A corner or edge of b, moved to within rounding or a little more of the face of a.
 Pair Grazing(Random& random)
 {
-    Pair out{RandomTriangle(random, 1), RandomTriangle(random, 1)};
+    Pair out = RandomPair(random, 1, 1);
     for (int corner = 0; corner <= Below(random, 2); ++corner) {
-        Project(random, out.a, out.b.corner[corner]);
-        const double away = Power(random, -60, -10);
-        if (Below(random, 3))
-            for (double& x : out.b.corner[corner]) x += away * Uniform(random, -1, 1);
+        const double s = Uniform(random, 0, 1), r = Uniform(random, 0, 1 - s);
+        const double away = Below(random, 3) ? Power(random, -60, -10) : 0;
+        for (int k = 0; k < 3; ++k)
+            out.b.corner[corner][k] = Between(out.a, 0, 1, s, k) +
+                                      r * (out.a.corner[2][k] - out.a.corner[0][k]) +
+                                      away * Uniform(random, -1, 1);
     }
     return out;
 }
@@ -144,13 +119,12 @@ Pair Grazing(Random& random)
 /// Two edges that pass within rounding or a little more.
 Pair EdgesGrazing(Random& random)
 {
-    Pair out{RandomTriangle(random, 1), RandomTriangle(random, 1)};
+    Pair out = RandomPair(random, 1, 1);
     const double s = Uniform(random, 0, 1), t = Uniform(random, 0.2, 1);
     const double away = Below(random, 3) ? Power(random, -60, -10) : 0;
     for (int k = 0; k < 3; ++k) {
-        const double x = out.a.corner[0][k] + s * (out.a.corner[1][k] - out.a.corner[0][k]) +
-                         away * Uniform(random, -1, 1);
-        out.b.corner[1][k] = out.b.corner[0][k] + (x - out.b.corner[0][k]) / t;
+        out.b.corner[1][k] = Between(out.a, 0, 1, s, k) + away * Uniform(random, -1, 1);
+        out.b.corner[1][k] = Between(out.b, 0, 1, 1 / t, k);
     }
     return out;
 }
@@ -158,36 +132,25 @@ Pair EdgesGrazing(Random& random)
 /// Neighbours in a mesh, rounded to floats as a file would have them, one perhaps moved a little.
 Pair Neighbours(Random& random)
 {
-    Pair out{RandomTriangle(random, 100), RandomTriangle(random, 100)};
-    for (Triangle* t : {&out.a, &out.b})
-        for (auto& corner : t->corner)
-            for (double& x : corner) x = static_cast<float>(x);
+    Pair out = RandomPair(random, 100, 100);
+    ForEachCoordinate(out, [](double& x) { x = static_cast<float>(x); });
     const int count = 1 + Below(random, 3), first = Below(random, 3);
-    for (int i = 0; i < count; ++i)
-        std::copy(out.a.corner[(first + i) % 3], out.a.corner[(first + i) % 3] + 3,
-                  out.b.corner[i]);
-    double by[3];
-    SetCorner(random, Power(random, -45, -5), by);
-    if (Below(random, 2)) Move(out.b, by);
+    for (int i = 0; i < count; ++i) std::copy_n(out.a.corner[(first + i) % 3], 3, out.b.corner[i]);
+    if (Below(random, 2)) Move(random, Power(random, -45, -5), {&out.b});
     return out;
 }
 
+/// A point, or a segment with two corners at an end or with one in the middle.
 Pair Degenerate(Random& random)
 {
     Pair out = Below(random, 2) ? Anywhere(random) : OnGrid(random);
-    for (Triangle* t : {&out.a, &out.b}) switch (Below(random, 4)) {
-        case 0:
-            std::copy(t->corner[0], t->corner[0] + 3, t->corner[1]);
-            [[fallthrough]];
-        case 1:
-            std::copy(t->corner[1], t->corner[1] + 3, t->corner[2]);
-            break;
-        case 2:
-            for (int k = 0; k < 3; ++k) t->corner[2][k] = (t->corner[0][k] + t->corner[1][k]) / 2;
-            break;
-        default:
-            break;
+    for (Triangle* t : {&out.a, &out.b}) {
+        const int kind = Below(random, 4);
+        for (int k = 0; k < 3; ++k) {
+            if (kind == 0) t->corner[1][k] = t->corner[0][k];
+            if (kind < 3) t->corner[2][k] = Between(*t, 1, 0, kind == 2 ? 0.5 : 0, k);
         }
+    }
     return out;
 }
 
@@ -196,22 +159,20 @@ Pair ExtremeScale(Random& random)
 {
     Pair out = kFamilies[Below(random, 11)].make(random);
     const int exponent = Below(random, 2) ? 1018 - Below(random, 900) : Below(random, 900) - 1074;
-    for (Triangle* t : {&out.a, &out.b})
-        for (auto& corner : t->corner)
-            for (double& x : corner)
-                x = std::clamp(std::ldexp(x, exponent), -0x1.fffp1023, 0x1.fffp1023);
+    ForEachCoordinate(out, [&](double& x) {
+        x = std::clamp(std::ldexp(x, exponent), -0x1.fffp1023, 0x1.fffp1023);
+    });
     return out;
 }
 
 /// Each coordinate of a scale of its own.
 Pair MixedScales(Random& random)
 {
-    Pair out{RandomTriangle(random, 1), RandomTriangle(random, 1)};
+    Pair out = RandomPair(random, 1, 1);
     const int range = 1 + Below(random, 300);
-    for (Triangle* t : {&out.a, &out.b})
-        for (auto& corner : t->corner)
-            for (double& x : corner)
-                x = Below(random, 4) ? std::ldexp(x, Below(random, range) - range / 2) : 0;
+    ForEachCoordinate(out, [&](double& x) {
+        x = Below(random, 4) ? std::ldexp(x, Below(random, range) - range / 2) : 0;
+    });
     return out;
 }
 
@@ -222,8 +183,8 @@ const Family kFamilies[13] = {
     {"OnGrid", OnGrid, true},
     {"Coplanar", Coplanar, true},
     {"Parallel", Parallel, true},
-    {"Needles", Needles, true},
-    {"Caps", Caps, true},
+    {"Needles", Flat<true>, true},
+    {"Caps", Flat<false>, true},
     {"FarOff", FarOff, true},
     {"Grazing", Grazing, true},
     {"EdgesGrazing", EdgesGrazing, true},
@@ -246,12 +207,8 @@ long PairCount(long usual)
 
 std::string Print(const Pair& pair)
 {
-    std::string out;
-    char text[120];
-    for (const Triangle* t : {&pair.a, &pair.b})
-        for (const auto& c : t->corner) {
-            std::snprintf(text, sizeof text, "%a %a %a\n", c[0], c[1], c[2]);
-            out += text;
-        }
-    return out;
+    std::ostringstream out;
+    out << std::hexfloat;
+    ForEachCoordinate(pair, [&](double x) { out << x << '\n'; });
+    return out.str();
 }

@@ -11,6 +11,14 @@ struct Pair {
     proximity::Triangle a, b;
 };
 
+/// Calls visit(coordinate) for all eighteen.
+void ForEachCoordinate(auto& pair, auto visit)
+{
+    for (auto* t : {&pair.a, &pair.b})
+        for (auto& corner : t->corner)
+            for (auto& x : corner) visit(x);
+}
+
 using Random = std::mt19937_64;
 
 struct Family {

@@ -37,14 +37,13 @@ TEST(ProximityScene, FindsThePairsThatASearchOfAllPairsFinds)
         for (int j = i + 1; j < kBodies; ++j) {
             if ((i % 5 == 0 && j % 5 == 0) || (i == 1 && j == 3)) continue;
             ++all;
+            const auto m = static_cast<std::size_t>(i), n = static_cast<std::size_t>(j);
             const scapi_impact alone =
-                Impact(meshes[i % 2], motions[static_cast<std::size_t>(i)], meshes[j % 2],
-                       motions[static_cast<std::size_t>(j)], options);
+                Impact(meshes[i % 2], motions[m], meshes[j % 2], motions[n], options);
             if (alone.verdict == SCAPI_CLEAR) continue;
             ASSERT_LT(at, result.stored);
             const scapi_pair& pair = pairs[static_cast<std::size_t>(at++)];
-            EXPECT_EQ(pair.body_a, i);
-            EXPECT_EQ(pair.body_b, j);
+            EXPECT_TRUE(pair.body_a == i && pair.body_b == j);
             EXPECT_EQ(pair.impact.verdict, alone.verdict);
         }
     EXPECT_EQ(at, result.count);
@@ -62,65 +61,57 @@ TEST(ProximityScene, CancelEndsAndIsNotClear)
         scapi_scene_add(scene.get(), box.get(), 0);
         scapi_scene_place(scene.get(), i, At(1.1 * i, 0, 0).data());
     }
-    const scapi_options options = Within(0.05);
-    scapi_options wide = Within(0.2);
     int calls = 0;
+    scapi_scene_result result{};
+    scapi_pair few[2];
+    const auto check = [&](double tolerance, auto stop) {
+        const scapi_options options = Within(tolerance);
+        return scapi_scene_check(scene.get(), MakeQuery().get(), &options, few, 2, stop, &calls,
+                                 &result);
+    };
     const auto stopAtThird = [](void* user, std::int64_t, std::int64_t) {
         return int(++*static_cast<int*>(user) == 3);
     };
-    scapi_scene_result result{};
-    scapi_pair few[2];
-    EXPECT_EQ(scapi_scene_check(scene.get(), MakeQuery().get(), &wide, few, 2, stopAtThird, &calls,
-                                &result),
-              SCAPI_ERROR_CANCELLED);
+    EXPECT_EQ(check(0.2, stopAtThird), SCAPI_ERROR_CANCELLED);
     EXPECT_EQ(calls, 3);
     EXPECT_EQ(result.verdict, SCAPI_INDETERMINATE);
-    EXPECT_EQ(
-        scapi_scene_check(scene.get(), MakeQuery().get(), &wide, few, 2, nullptr, nullptr, &result),
-        SCAPI_OK);
-    EXPECT_EQ(result.count, 5);
-    EXPECT_EQ(result.stored, 2);
-    EXPECT_TRUE(result.truncated);
-    EXPECT_EQ(scapi_scene_check(scene.get(), MakeQuery().get(), &options, nullptr, 0, nullptr,
-                                nullptr, &result),
-              SCAPI_OK);
+    EXPECT_EQ(check(0.2, nullptr), SCAPI_OK);
+    EXPECT_TRUE(result.count == 5 && result.stored == 2 && result.truncated);
+    EXPECT_EQ(check(0.05, nullptr), SCAPI_OK);
     EXPECT_EQ(result.verdict, SCAPI_CLEAR);
     EXPECT_EQ(scapi_scene_place(scene.get(), 6, kIdentity.data()), SCAPI_ERROR_BODY);
 }
 
 TEST(ProximityThreads, ShareMeshesAndGetTheAnswersOfOne)
 {
-    const MeshPtr a = FromFloats(SphereFloats(20, 5, 0.1)),
-                  b = FromFloats(SphereFloats(10, 1, 0.1));
+    const Floats large = SphereFloats(20, 5, 0.1), small = SphereFloats(10, 1, 0.1);
+    const MeshPtr a = FromFloats(large), b = FromFloats(small);
+    // On copies, so that the threads are the first to ask the shared ones for their shells.
+    const MeshPtr x = FromFloats(large), y = FromFloats(small);
     std::mt19937 random(23);
     std::vector<Pose> poses;
-    for (int i = 0; i < 30; ++i) poses.push_back(RandomPose(random, 4));
     std::vector<scapi_result> expected;
-    {
-        // On copies, so that the threads are the first to ask the shared ones for their shells.
-        const MeshPtr x = FromFloats(SphereFloats(20, 5, 0.1)),
-                      y = FromFloats(SphereFloats(10, 1, 0.1));
-        for (const Pose& pose : poses) expected.push_back(Distance(x, kIdentity, y, pose));
+    for (int i = 0; i < 30; ++i) {
+        poses.push_back(RandomPose(random, 4));
+        expected.push_back(Distance(x, kIdentity, y, poses.back()));
     }
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
-            scapi_query* query = nullptr;
-            scapi_query_create(&query);
+            const QueryPtr query = MakeQuery();
             scapi_mesh_retain(a.get());
             for (std::size_t k = 0; k < poses.size(); ++k) {
                 const std::size_t i = (k + static_cast<std::size_t>(7 * t)) % poses.size();
                 scapi_result result{};
-                scapi_distance(query, a.get(), kIdentity.data(), b.get(), poses[i].data(), nullptr,
-                               &result);
+                scapi_distance(query.get(), a.get(), kIdentity.data(), b.get(), poses[i].data(),
+                               nullptr, &result);
                 if (result.verdict != expected[i].verdict ||
                     result.relation != expected[i].relation || result.lower > expected[i].upper ||
                     result.upper < expected[i].lower)
                     ++wrong;
             }
             scapi_mesh_release(a.get());
-            scapi_query_destroy(query);
         });
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(wrong, 0);

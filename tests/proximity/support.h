@@ -12,18 +12,24 @@
 
 #include "scapi/proximity.h"
 
-struct ReleaseMesh {
-    void operator()(scapi_mesh* mesh) const { scapi_mesh_release(mesh); }
+template <auto kRelease>
+struct Release {
+    void operator()(auto* object) const { kRelease(object); }
 };
-using MeshPtr = std::unique_ptr<scapi_mesh, ReleaseMesh>;
-struct DestroyQuery {
-    void operator()(scapi_query* query) const { scapi_query_destroy(query); }
-};
-using QueryPtr = std::unique_ptr<scapi_query, DestroyQuery>;
-struct DestroyScene {
-    void operator()(scapi_scene* scene) const { scapi_scene_destroy(scene); }
-};
-using ScenePtr = std::unique_ptr<scapi_scene, DestroyScene>;
+using MeshPtr = std::unique_ptr<scapi_mesh, Release<scapi_mesh_release>>;
+using QueryPtr = std::unique_ptr<scapi_query, Release<scapi_query_destroy>>;
+using ScenePtr = std::unique_ptr<scapi_scene, Release<scapi_scene_destroy>>;
+
+/// What a call hands out by its last argument, null when it refuses.
+template <class Owner>
+Owner Make(auto call, auto... arguments)
+{
+    typename Owner::pointer made = nullptr;
+    call(arguments..., &made);
+    return Owner(made);
+}
+inline QueryPtr MakeQuery() { return Make<QueryPtr>(scapi_query_create); }
+inline ScenePtr MakeScene() { return Make<ScenePtr>(scapi_scene_create); }
 
 using Pose = std::array<double, 12>;
 using Point = std::array<double, 3>;
@@ -39,30 +45,33 @@ inline Pose TurnedZ(double angle, double x, double y, double z)
 /// First `inner`, then `outer`.
 Pose Compose(const Pose& outer, const Pose& inner);
 Pose RandomPose(std::mt19937& random, double distance);
-Point Place(const Pose& pose, const Point& point);
 
-QueryPtr MakeQuery();
-ScenePtr MakeScene();
+scapi_mesh_options Sides(int segments);
 MeshPtr Box(const Point& low, const Point& high);
 MeshPtr Cylinder(double radius, double height, int segments);
-/// Nine floats a triangle. @return null when they are refused
-MeshPtr FromFloats(const std::vector<float>& corners);
+
+using Floats = std::vector<float>; ///< nine a triangle
+/// @return null when they are refused
+MeshPtr FromFloats(const Floats& corners);
 /// A closed, bumpy sphere round the origin of about 4 * rings * rings triangles.
-std::vector<float> SphereFloats(int rings, double radius, double bumps);
-/// The boundary of `outer` with a cavity: both boxes, the inner one turned inside out.
-std::vector<float> BoxFloats(const Point& low, const Point& high, bool insideOut = false);
+Floats SphereFloats(int rings, double radius, double bumps);
+Floats BoxFloats(const Point& low, const Point& high, bool insideOut = false);
+Floats Joined(Floats first, const Floats& second);
 
 scapi_options Within(double tolerance, double resolution = 0, std::uint32_t flags = 0);
-scapi_motion Rest(const Pose& pose);
-scapi_motion Straight(const Pose& pose, const Point& path);
 scapi_motion Turn(const Pose& pose, const Point& pivot, const Point& axis, double angle,
                   const Point& path = {0, 0, 0});
+inline scapi_motion Straight(const Pose& pose, const Point& path)
+{
+    return Turn(pose, {}, {}, 0, path);
+}
+inline scapi_motion Rest(const Pose& pose) { return Straight(pose, {}); }
 
 /// Calls that must succeed.
-scapi_result Distance(const MeshPtr& a, const Pose& poseA, const MeshPtr& b, const Pose& poseB,
-                      const scapi_options& options = Within(0));
-scapi_result AskWithin(const MeshPtr& a, const Pose& poseA, const MeshPtr& b, const Pose& poseB,
-                       const scapi_options& options);
+scapi_result Ask(decltype(scapi_within)* call, const MeshPtr& a, const Pose& poseA,
+                 const MeshPtr& b, const Pose& poseB, const scapi_options& options = Within(0));
+inline scapi_result Distance(const auto&... rest) { return Ask(scapi_distance, rest...); }
+inline scapi_result AskWithin(const auto&... rest) { return Ask(scapi_within, rest...); }
 scapi_impact Impact(const MeshPtr& a, const scapi_motion& motionA, const MeshPtr& b,
                     const scapi_motion& motionB, const scapi_options& options);
 
