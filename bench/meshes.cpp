@@ -9,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+#include "../tests/support/grid.h"
+
 namespace
 {
 
@@ -33,14 +35,7 @@ std::vector<Triangle> Sphere(int triangles)
                 static_cast<float>(pole ? 0 : r * std::sin(v) * std::sin(u)),
                 static_cast<float>(r * std::cos(v))};
     };
-    std::vector<Triangle> mesh;
-    for (int i = 0; i < rings; ++i)
-        for (int j = 0; j < sectors; ++j) {
-            const Point a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
-            if (i + 1 < rings) mesh.push_back({a, b, c});
-            if (i > 0) mesh.push_back({a, c, d});
-        }
-    return mesh;
+    return GridMesh(rings, sectors, at);
 }
 
 std::vector<Triangle> Tube(int triangles, double inner, double outer, double length)
@@ -53,14 +48,7 @@ std::vector<Triangle> Tube(int triangles, double inner, double outer, double len
                 static_cast<float>(radius * std::cos(angle)),
                 static_cast<float>(radius * std::sin(angle))};
     };
-    std::vector<Triangle> mesh;
-    for (int i = 0; i < columns; ++i)
-        for (int j = 0; j < 4; ++j) {
-            const Point a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
-            mesh.push_back({a, b, c});
-            mesh.push_back({a, c, d});
-        }
-    return mesh;
+    return GridMesh(columns, 4, at);
 }
 
 void AddQuad(std::vector<Triangle>& mesh, const Point& a, const Point& b, const Point& c,

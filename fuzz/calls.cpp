@@ -1,6 +1,4 @@
 // Calls in any order, with any slots, cursors, matrices, boxes and cylinders.
-#include <algorithm>
-
 #include "api/table.h"
 #include "host.h"
 
@@ -27,13 +25,8 @@ struct Caller {
     }
     void Move()
     {
-        float start[4][4] = {{1}, {0, 1}, {0, 0, 1}, {0, 0, 0, 1}}, end[4][4];
-        const bool any = choices.Of(2);
-        for (int row = 0; row < 4; ++row) {
-            if (any) Fill(start[row], 4);
-            std::copy(start[row], start[row] + 4, end[row]);
-            end[row][3] += choices.Of(2) ? TakeFloat(choices) : 0;
-        }
+        float start[4][4], end[4][4];
+        TakeMotion(choices, start, end);
         const int slot = Slot();
         const int result =
             choices.Of(4) ? SCAPI_DefSweep(slot, start, end) : SCAPI_Rotate(slot, end);

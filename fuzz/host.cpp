@@ -44,18 +44,6 @@ void Walk(int slot, const char* name, Call call)
     }
 }
 
-void TakeMatrix(Choices& choices, float (*matrix)[4])
-{
-    for (int i = 0; i < 16; ++i) matrix[i / 4][i % 4] = i % 5 == 0 ? 1.0f : 0.0f;
-    const int free = choices.Of(8);
-    for (int i = 0; i < 3; ++i) matrix[i][3] = TakeFloat(choices);
-    if (free == 1)
-        for (int i = 0; i < 16; ++i) matrix[i / 4][i % 4] = TakeFloat(choices);
-    if (free == 2) matrix[3][3] = TakeFloat(choices);
-    if (free == 3)
-        for (int i = 0; i < 3; ++i) matrix[choices.Of(3)][choices.Of(3)] = TakeFloat(choices);
-}
-
 } // namespace
 
 void Require(bool holds, const char* what)
@@ -75,6 +63,21 @@ std::string FreshFile(const std::string& name, const void* data, std::size_t siz
     return path;
 }
 
+void TakeMotion(Choices& choices, float (*start)[4], float (*end)[4])
+{
+    for (int i = 0; i < 16; ++i) start[i / 4][i % 4] = i % 5 == 0 ? 1.0f : 0.0f;
+    const int free = choices.Of(8);
+    for (int i = 0; i < 3; ++i) start[i][3] = TakeFloat(choices);
+    if (free == 1)
+        for (int i = 0; i < 16; ++i) start[i / 4][i % 4] = TakeFloat(choices);
+    if (free == 2) start[3][3] = TakeFloat(choices);
+    if (free == 3)
+        for (int i = 0; i < 3; ++i) start[choices.Of(3)][choices.Of(3)] = TakeFloat(choices);
+    std::copy_n(start[0], 16, end[0]);
+    for (int i = 0; i < 3; ++i)
+        if (choices.Of(2)) end[i][3] += TakeFloat(choices);
+}
+
 float TakeFloat(Choices& choices)
 {
     if (choices.Of(8) == 0) return choices.Take<float>();
@@ -90,7 +93,6 @@ void RequireResult(int result, std::initializer_list<int> possible)
 void RequireSound(int slot)
 {
     const SOLIDC& solid = *SolidIn(slot);
-    const auto inside = [](int index, int count) { return InRange(index, count); };
     Require(solid.triangleCount >= 0 && (solid.triangles || solid.triangleCount == 0),
             "counts have their arrays");
     if (solid.isSimple || !solid.edges) return;
@@ -98,15 +100,15 @@ void RequireSound(int slot)
     bool closed = true;
     for (int t = 0; t < solid.triangleCount; ++t)
         for (int k = 0; k < 3; ++k) {
-            Require(inside(solid.triangles[t].vertex[k], solid.vertexCount), "vertex of triangle");
+            Require(InRange(solid.triangles[t].vertex[k], solid.vertexCount), "vertex of triangle");
             const int edge = solid.triangles[t].edge[k];
-            Require(edge == -1 || inside(edge, solid.edgeCount), "edge of triangle");
+            Require(edge == -1 || InRange(edge, solid.edgeCount), "edge of triangle");
             closed = closed && edge != -1;
         }
     for (int e = 0; e < solid.edgeCount; ++e)
         for (int k = 0; k < 2; ++k)
-            Require(inside(solid.edges[e].vertex[k], solid.vertexCount) &&
-                        inside(solid.edges[e].triangle[k], solid.triangleCount),
+            Require(InRange(solid.edges[e].vertex[k], solid.vertexCount) &&
+                        InRange(solid.edges[e].triangle[k], solid.triangleCount),
                     "records of edge");
     for (int v = 0; v < solid.vertexCount; ++v) uses += solid.vertices[v].useCount;
     // A cache file may say what it likes of counts; what was built from a source adds up.
@@ -114,15 +116,14 @@ void RequireSound(int slot)
     Require(!built || !closed || uses == 3 * std::int64_t{solid.triangleCount}, "use counts");
 }
 
-void UseAsHost(Choices& choices, int a, int b)
+void UseAsHost(Choices& choices)
 {
-    float start[4][4], end[4][4], box[6], point[9], normal[3];
+    const int a = 0, b = 1;
+    float start[4][4], end[4][4], box[6] = {-1, -2, -3, 4, 3, 2}, point[9], normal[3];
     int loop[3];
+    SCAPI_LoadBox(b, box);
     for (const int slot : {a, b}) {
-        TakeMatrix(choices, start);
-        std::memcpy(end, start, sizeof end);
-        for (int i = 0; i < 3; ++i)
-            if (choices.Of(2)) end[i][3] += TakeFloat(choices);
+        TakeMotion(choices, start, end);
         RequireResult(SCAPI_DefSweep(slot, start, end), {0});
         RequireResult(SCAPI_BboxesInterference(a, start[0], end[0], b, end[0], start[0]), {0, 1});
     }

@@ -37,6 +37,8 @@ std::string FreshFile(const std::string& name, const void* data, std::size_t siz
 
 /// Any float, or a likely coordinate.
 float TakeFloat(Choices& choices);
+/// Mostly steps, sometimes any numbers.
+void TakeMotion(Choices& choices, float (*start)[4], float (*end)[4]);
 
 /// A result is one of those that the call can give.
 void RequireResult(int result, std::initializer_list<int> possible);
@@ -45,6 +47,6 @@ void RequireResult(int result, std::initializer_list<int> possible);
 void RequireSound(int slot);
 
 /// Moves, asks both ways round, walks, saves and reads boxes of two slots, then empties all.
-void UseAsHost(Choices& choices, int a, int b);
+void UseAsHost(Choices& choices);
 
 #endif

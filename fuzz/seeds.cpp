@@ -20,8 +20,7 @@ std::string CacheOf(const std::string& stl, int simple)
 {
     TemporaryFile file(stl);
     SCAPI_LoadSTL(0, file.Path(), simple);
-    std::ifstream in(file.path.substr(0, file.path.size() - 3) + "SLD", std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {}).substr(1032);
+    return ReadFile(file.path.substr(0, file.path.size() - 3) + "SLD").substr(1032);
 }
 
 } // namespace

@@ -21,8 +21,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 static_cast<std::streamsize>(choices.left));
     cache.close();
     RequireResult(SCAPI_LoadSTL(0, reinterpret_cast<unsigned char*>(path.data()), simple), {0});
-    float box[6] = {-1, -2, -3, 4, 3, 2};
-    SCAPI_LoadBox(1, box);
-    UseAsHost(choices, 0, 1);
+    UseAsHost(choices);
     return 0;
 }

@@ -1,9 +1,6 @@
 // Fast detection against the plain walk, both ways round, on solids as loaded or as treated.
 #include "host.h"
-#include "query/deferred_sweep.h"
-#include "query/fast_detect.h"
 #include "support/treatment.h"
-#include "sweep/define.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -11,10 +8,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto take = [&] { return choices.Take<std::uint32_t>(); };
     Scene scene = RandomScene(take);
     for (int order = 0; order < 2; ++order) {
-        DefineSweepDeferred(*scene.b, Rows(scene.start), Rows(scene.end));
-        const int fast = DetectFast(*scene.a, *scene.b);
-        CompleteSweep(*scene.b);
-        Require(fast == SolidInternals::WalkPlainly(*scene.a, *scene.b), "one answer");
+        const auto [fast, plain] = AskBothWays(*scene.a, *scene.b, scene.start, scene.end);
+        Require(fast == plain, "one answer");
         std::swap(scene.a, scene.b);
         if (choices.Of(2)) scene.a->isSwept = 0;
     }

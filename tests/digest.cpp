@@ -4,8 +4,6 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <random>
 
 #include "query/deferred_sweep.h"
@@ -26,8 +24,7 @@ void Add(const void* data, std::size_t size)
 
 void AddFile(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(file), {});
+    const std::string bytes = ReadFile(path);
     Add(bytes.data(), bytes.size());
 }
 

@@ -8,46 +8,39 @@
 #include <fstream>
 #include <string>
 
-#include "scapi/scapi.h"
+#include "api/table.h"
+#include "support/meshes.h"
 
 namespace
 {
 
 namespace fs = std::filesystem;
 
-/// Tetrahedra side by side, as text.
-std::string Tetrahedra(int count)
+/// Side by side.
+Mesh Tetrahedra(int count)
 {
-    std::string text = "solid\n";
+    Mesh mesh;
     for (int i = 0; i < count; ++i) {
-        const std::string x = std::to_string(20 * i), far = std::to_string(20 * i + 9);
-        const std::string O = x + " 0 0", A = far + " 0 0", B = x + " 9 0", C = x + " 0 9";
-        for (const auto& [p, q, r] : {std::array{O, B, A}, {O, A, C}, {O, C, B}, {A, B, C}})
-            text += "facet normal 0 0 0\nouter loop\nvertex " + p + "\nvertex " + q + "\nvertex " +
-                    r + "\nendloop\nendfacet\n";
+        const float x = 20 * float(i);
+        mesh = Joined({mesh, TetraMesh({x, 0, 0}, {x + 9, 0, 0}, {x, 9, 0}, {x, 0, 9})});
     }
-    return text;
+    return mesh;
 }
 
 struct Cache : testing::Test {
-    fs::path folder = fs::temp_directory_path() / ("scapi_cache_" + std::to_string(getpid()));
-    fs::path source = folder / "part.stl", sld = folder / "part.SLD";
+    TemporaryFile file{TextStl(Tetrahedra(1)), "part.stl"};
+    fs::path source = file.path, folder = source.parent_path(), sld = folder / "part.SLD";
     fs::file_time_type written = fs::file_time_type::clock::now() - std::chrono::hours(5);
 
-    void SetUp() override
-    {
-        fs::create_directories(folder);
-        WriteSource(1, 0);
-    }
+    void SetUp() override { WriteSource(1, 0); }
     void TearDown() override
     {
         SCAPI_ReleaseSolids();
         fs::permissions(folder, fs::perms::owner_all);
-        fs::remove_all(folder);
     }
     void WriteSource(int tetrahedra, int secondsLater)
     {
-        std::ofstream(source, std::ios::binary) << Tetrahedra(tetrahedra);
+        std::ofstream(source, std::ios::binary) << TextStl(Tetrahedra(tetrahedra));
         fs::last_write_time(source, written + std::chrono::seconds(secondsLater));
     }
     int Load(int simple = 0, const std::string& marker = "")
@@ -56,19 +49,8 @@ struct Cache : testing::Test {
         return SCAPI_LoadSTL(0, reinterpret_cast<unsigned char*>(path.data()), simple);
     }
     /// Right end of the box, by which the sources differ.
-    static float End()
-    {
-        float box[6] = {};
-        SCAPI_GetBbox(0, box);
-        return box[3];
-    }
-    static bool IsFull()
-    {
-        int cursor = 0;
-        float xyz[3];
-        SCAPI_GetVertex(0, &cursor, xyz);
-        return cursor >= 0;
-    }
+    static float End() { return SolidIn(0)->bbox[3]; }
+    static bool IsFull() { return SolidIn(0)->vertexCount > 0; }
     /// Makes the next load tell by its answer whether it took the cache: the source is another one,
     /// with the old time.
     void ChangeSourceUnnoticed() { WriteSource(2, 0); }
@@ -115,9 +97,6 @@ TEST_F(Cache, CacheAloneLoadsNothing)
     fs::remove(source);
     EXPECT_EQ(Load(), 65535);
     EXPECT_TRUE(fs::exists(sld));
-    fs::remove(sld);
-    EXPECT_EQ(Load(), 65535);
-    EXPECT_FALSE(fs::exists(sld));
 }
 
 TEST_F(Cache, DamagedFileIsWrittenAnew)
@@ -156,17 +135,16 @@ TEST_F(Cache, FileThatCannotBeWrittenIsReportedWithAGoodSolid)
     EXPECT_EQ(End(), 9);
     EXPECT_TRUE(IsFull());
     fs::remove(sld);
-    std::ofstream(source, std::ios::binary) << Tetrahedra(1).substr(0, 150);
+    std::ofstream(source, std::ios::binary) << TextStl(Tetrahedra(1)).substr(0, 150);
     EXPECT_EQ(Load(), 65535);
     EXPECT_FALSE(fs::exists(sld));
 }
 
 TEST_F(Cache, OpenMeshIsEmptiedAndReadAgainEachTime)
 {
-    std::string open = Tetrahedra(1);
-    open.erase(open.find("facet"),
-               open.find("facet", open.find("endfacet") + 8) - open.find("facet"));
-    std::ofstream(source, std::ios::binary) << open;
+    Mesh open = Tetrahedra(1);
+    open.pop_back();
+    std::ofstream(source, std::ios::binary) << TextStl(open);
     EXPECT_EQ(Load(), -101);
     float box[6];
     EXPECT_EQ(SCAPI_GetBbox(0, box), -901);
@@ -177,7 +155,7 @@ TEST_F(Cache, OpenMeshIsEmptiedAndReadAgainEachTime)
 
 TEST_F(Cache, SourceIsNeverOverwritten)
 {
-    const std::string text = Tetrahedra(1);
+    const std::string text = TextStl(Tetrahedra(1));
     for (const std::string marker : {"", "(STL_SWAP_ZXY)"}) {
         source = folder / "alone.SLD";
         std::ofstream(source, std::ios::binary) << text;

@@ -83,22 +83,35 @@ void WholeRun(TemporaryFile& text, TemporaryFile& binary)
     SCAPI_LoadCylinder(0, low, high, 1);
 }
 
+/// Runs with one allocation after the other failing, and `check` after each.
+/// @return how many can fail
+template <class Run, class Check>
+int FailEachAllocation(Run run, Check check)
+{
+    const std::new_handler before = std::set_new_handler(GiveUp);
+    int failures = 0;
+    for (bool failed = true; failed && !testing::Test::HasFailure(); failures += failed) {
+        failed = false;
+        untilFailure = failures + 1;
+        try {
+            run();
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        untilFailure = 0;
+        SCOPED_TRACE(failures);
+        check();
+    }
+    std::set_new_handler(before);
+    return failures;
+}
+
 TEST(Faults, AllocationThatFailsUnwindsAndLosesNothing)
 {
     TemporaryFile text(TextStl(BoxMesh({0, 0, 0}, {9, 1, 1}))),
         binary(BinaryStl(SoupMesh(1, 9, 5)));
     SCAPI_ReleaseSolids();
-    const std::new_handler before = std::set_new_handler(GiveUp);
-    int failures = 0;
-    for (bool failed = true; failed; failures += failed) {
-        failed = false;
-        untilFailure = failures + 1;
-        try {
-            WholeRun(text, binary);
-        } catch (const std::bad_alloc&) {
-            failed = true;
-        }
-        untilFailure = 0;
+    const auto check = [&] {
         // Whatever stood half built, the slots serve the next calls.
         float box[6] = {0, 0, 0, 1, 1, 1};
         Matrix pose = Translation(0.5f, 0.5f, 0.5f);
@@ -108,32 +121,26 @@ TEST(Faults, AllocationThatFailsUnwindsAndLosesNothing)
         }
         ASSERT_EQ(SCAPI_LoadBox(0, box) | SCAPI_LoadBox(1, box), 0);
         ASSERT_EQ(SCAPI_DefSweep(1, Rows(pose), Rows(pose)), 0);
-        ASSERT_EQ(SCAPI_DetectInterference(0, 1), SCAPI_INTERFERENCE) << "failure " << failures;
+        ASSERT_EQ(SCAPI_DetectInterference(0, 1), SCAPI_INTERFERENCE);
         SCAPI_ReleaseSolids();
         ASSERT_EQ(SCAPI_GetUsedRAM(), 0);
-        ASSERT_LE(FilesBeside(text), 2) << "a temporary file is left after failure " << failures;
-    }
-    std::set_new_handler(before);
-    EXPECT_GT(failures, 60); // or few allocations pass by here
+        ASSERT_LE(FilesBeside(text), 2) << "a temporary file is left";
+    };
+    // Or few allocations pass by here.
+    EXPECT_GT(FailEachAllocation([&] { WholeRun(text, binary); }, check), 60);
 }
 
 TEST(Faults, RefinementThatUnwindsLeavesAMeshThatIsWhole)
 {
     const Mesh mesh = BoxMesh({0, 0, 0}, {900, 30, 1});
-    const std::new_handler before = std::set_new_handler(GiveUp);
-    int failures = 0;
-    for (bool failed = true; failed; failures += failed) {
-        const auto solid = BareSolid(mesh);
+    std::unique_ptr<SOLIDC> solid;
+    const auto prepare = [&] {
+        solid = BareSolid(mesh);
         EXPECT_EQ(solid->SC_BuildVertexList() | solid->SC_BuildEdgesList(), 0);
         for (float& size : solid->octreeCellSize) size = 10;
-        failed = false;
-        untilFailure = failures + 1;
-        try {
-            solid->SubdivideEdges(solid->octreeCellSize);
-        } catch (const std::bad_alloc&) {
-            failed = true;
-        }
-        untilFailure = 0;
+    };
+    prepare();
+    const auto check = [&] {
         ExpectClosedMesh(*solid);
         EXPECT_EQ(solid->baseTriangleCount, solid->triangleCount);
         for (int t = 0; t < solid->triangleCount; ++t)
@@ -141,9 +148,10 @@ TEST(Faults, RefinementThatUnwindsLeavesAMeshThatIsWhole)
                       solid->vertices[solid->triangles[t].vertex[2]].position[0]);
         solid->SubdivideEdges(solid->octreeCellSize);
         ExpectRefined(*solid);
-    }
-    std::set_new_handler(before);
-    EXPECT_GT(failures, 10); // or the arrays hardly grew
+        prepare();
+    };
+    // Or the arrays hardly grew.
+    EXPECT_GT(FailEachAllocation([&] { solid->SubdivideEdges(solid->octreeCellSize); }, check), 10);
 }
 
 /// Runs in a process of its own. @return its exit status, or -1 if it did not end by itself
@@ -231,16 +239,12 @@ TEST(Faults, FlatCopyWithoutItsPointersReleasesWhatIsLeft)
         ReleaseRecords(copy.stlStream);
         copy = *owner;
         // Each array is left to one of the two.
-        SOLIDC& triangles = kept == 0 ? copy : *owner;
-        SOLIDC& vertices = kept == 1 ? copy : *owner;
-        SOLIDC& edges = kept == 2 ? copy : *owner;
-        SOLIDC& stream = kept == 3 ? copy : *owner;
-        SOLIDC& tree = kept == 4 ? copy : *owner;
-        triangles.triangles = nullptr;
-        vertices.vertices = nullptr;
-        edges.edges = nullptr;
-        stream.stlStream = nullptr;
-        tree.octree = nullptr;
+        const auto loser = [&](int array) -> SOLIDC& { return kept == array ? copy : *owner; };
+        loser(0).triangles = nullptr;
+        loser(1).vertices = nullptr;
+        loser(2).edges = nullptr;
+        loser(3).stlStream = nullptr;
+        loser(4).octree = nullptr;
     }
 }
 

@@ -1,6 +1,8 @@
 // The frame of the calls: codes, the life of a slot, bytes in use.
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "scapi/scapi.h"
 
 extern "C" int UseEveryCallFromC(void);
@@ -21,30 +23,26 @@ struct Frame : testing::Test {
 
 TEST_F(Frame, BadSlotNumbersAndEmptySlotsGetTheirCodes)
 {
-    for (int id : {-1, 300, 2147483647, -2147483647 - 1}) {
-        int cursor = 7;
-        EXPECT_EQ(SCAPI_LoadSTL(id, missing, 0), -902);
-        EXPECT_EQ(SCAPI_LoadSTL(id, nullptr, 0), -902);
+    for (const auto& [id, code] : {std::pair{-1, -902},
+                                   {300, -902},
+                                   {2147483647, -902},
+                                   {-2147483647 - 1, -902},
+                                   {0, -901},
+                                   {299, -901}}) {
+        int cursors[] = {7, 7, 7};
+        EXPECT_EQ(SCAPI_DefSweep(id, pose, pose), code);
+        EXPECT_EQ(SCAPI_DetectInterference(id, id), code);
+        EXPECT_EQ(SCAPI_GetVertex(id, &cursors[0], xyz), code);
+        EXPECT_EQ(SCAPI_GetTriangles(id, &cursors[1], Corners(), nullptr), code);
+        EXPECT_EQ(SCAPI_GetLoop(id, &cursors[2], loop, nullptr), code);
+        EXPECT_EQ(SCAPI_GetBbox(id, xyz), code);
+        for (int cursor : cursors) EXPECT_EQ(cursor, code == -902 ? 7 : -1);
+        if (code == -901) continue;
+        for (unsigned char* path : {missing, static_cast<unsigned char*>(nullptr)})
+            EXPECT_EQ(SCAPI_LoadSTL(id, path, 0), -902);
         EXPECT_EQ(SCAPI_LoadBox(id, box), -902);
-        EXPECT_EQ(SCAPI_DefSweep(id, pose, pose), -902);
         EXPECT_EQ(SCAPI_DetectInterference(id, 0), -902);
-        EXPECT_EQ(SCAPI_DetectInterference(0, id), -902)
-            << "an empty slot counts after both ranges";
-        EXPECT_EQ(SCAPI_GetVertex(id, &cursor, xyz), -902);
-        EXPECT_EQ(SCAPI_GetTriangles(id, &cursor, Corners(), nullptr), -902);
-        EXPECT_EQ(SCAPI_GetLoop(id, &cursor, loop, nullptr), -902);
-        EXPECT_EQ(SCAPI_GetBbox(id, xyz), -902);
-        EXPECT_EQ(cursor, 7);
-    }
-    for (int id : {0, 299}) {
-        int cursors[3] = {};
-        EXPECT_EQ(SCAPI_DefSweep(id, pose, pose), -901);
-        EXPECT_EQ(SCAPI_DetectInterference(id, id), -901);
-        EXPECT_EQ(SCAPI_GetVertex(id, &cursors[0], xyz), -901);
-        EXPECT_EQ(SCAPI_GetTriangles(id, &cursors[1], Corners(), nullptr), -901);
-        EXPECT_EQ(SCAPI_GetLoop(id, &cursors[2], loop, nullptr), -901);
-        EXPECT_EQ(SCAPI_GetBbox(id, xyz), -901);
-        for (int cursor : cursors) EXPECT_EQ(cursor, -1);
+        EXPECT_EQ(SCAPI_DetectInterference(0, id), -902) << "an empty slot counts after ranges";
     }
 }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -45,11 +46,8 @@ TEST(Bvh, CrowdedItemsNeitherGetLostNorMakeItDeep)
 {
     std::mt19937 random(1);
     std::uniform_real_distribution<float> any(-1, 1);
-    struct Case {
-        const char* name;
-        std::function<float(int)> place, facing;
-    };
-    const Case cases[] = {
+    using Draw = std::function<float(int)>;
+    const std::tuple<const char*, Draw, Draw> cases[] = {
         {"spread", [&](int) { return any(random); }, [&](int) { return any(random); }},
         {"all in one place", [](int) { return 7.0f; }, [](int) { return 0.0f; }},
         {"each ten times nearer than the last", [](int i) { return std::pow(0.1f, float(i % 40)); },
@@ -59,15 +57,15 @@ TEST(Bvh, CrowdedItemsNeitherGetLostNorMakeItDeep)
         {"facing ever nearer to one way", [](int) { return 1.0f; },
          [](int i) { return std::pow(0.5f, float(i % 30)); }},
     };
-    for (const Case& one : cases)
+    for (const auto& [name, place, facing] : cases)
         for (const int count : {1, 4, 5, 6, 17, 3000}) {
-            SCOPED_TRACE(testing::Message() << one.name << ' ' << count);
+            SCOPED_TRACE(testing::Message() << name << ' ' << count);
             std::vector<BvhItem> items(static_cast<std::size_t>(count), BvhItem{});
             for (int i = 0; i < count; ++i) {
                 BvhItem& item = items[static_cast<std::size_t>(i)];
                 item.item = i;
-                for (auto& corner : item.corner) corner[i % 3] = one.place(i);
-                item.normal[i % 2] = one.facing(i);
+                for (auto& corner : item.corner) corner[i % 3] = place(i);
+                item.normal[i % 2] = facing(i);
             }
             Bvh tree = BuildBvh(items);
             TreeWalk walk{tree, items};

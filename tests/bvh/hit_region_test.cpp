@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 
 #include "geometry/predicates.h"
 #include "support/vec.h"
@@ -16,9 +15,8 @@ namespace
 template <class Test>
 void ForDraws(int count, Test test)
 {
-    std::mt19937 engine(1);
-    const std::function<std::uint32_t()> random = [&] { return engine(); };
-    for (int n = 0; n < count && !testing::Test::HasFailure(); ++n) test(Sampler{random}, n);
+    const Draws draw(1);
+    for (int n = 0; n < count && !testing::Test::HasFailure(); ++n) test(draw, n);
 }
 
 void Store(const Point3& from, float* to)

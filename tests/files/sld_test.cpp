@@ -6,19 +6,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <limits>
 
-#include "support/meshes.h"
+#include "support/treatment.h"
 
 namespace
 {
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::string SldOf(SOLIDC& solid)
 {
@@ -48,13 +41,7 @@ std::string WithWord(std::string bytes, std::size_t offset, std::int32_t word)
     return bytes;
 }
 
-Mesh Tetra()
-{
-    return {{Point{0, 0, 0}, Point{0, 9, 0}, Point{9, 0, 0}},
-            {Point{0, 0, 0}, Point{9, 0, 0}, Point{0, 0, 9}},
-            {Point{0, 0, 0}, Point{0, 0, 9}, Point{0, 9, 0}},
-            {Point{9, 0, 0}, Point{0, 9, 0}, Point{0, 0, 9}}};
-}
+const Mesh kTetra = TetraMesh({0, 0, 0}, {9, 0, 0}, {0, 9, 0}, {0, 0, 9});
 
 TEST(SldFile, LayoutIsThatOfTheFormat)
 {
@@ -91,8 +78,8 @@ TEST(SldFile, LayoutIsThatOfTheFormat)
 
 TEST(SldFile, DamageGetsItsCode)
 {
-    const std::string full = SldOf(*LoadedSolid(Tetra()));
-    const std::string simple = SldOf(*LoadedSolid(Tetra(), 1));
+    const std::string full = SldOf(*LoadedSolid(kTetra));
+    const std::string simple = SldOf(*LoadedSolid(kTetra, 1));
     const auto T = static_cast<std::size_t>(WordAt(full, 1032)),
                V = static_cast<std::size_t>(WordAt(full, 1036));
     const std::size_t triangle = 1048, edge = 1048 + 140 * T + 40 * V;
@@ -146,7 +133,7 @@ TEST(SldFile, DamageGetsItsCode)
 TEST(SldFile, EveryTruncationIsRefused)
 {
     for (const int simple : {0, 1}) {
-        const std::string bytes = SldOf(*LoadedSolid(Tetra(), simple));
+        const std::string bytes = SldOf(*LoadedSolid(kTetra, simple));
         for (std::size_t length = 0; length < bytes.size(); length += length < 1060 ? 1 : 7) {
             SOLIDC solid;
             // Without its last counts a file passes for one without edges, or ends after them.
@@ -160,34 +147,15 @@ TEST(SldFile, EveryTruncationIsRefused)
     }
 }
 
-/// Everything that a host can do with a solid, however strange its numbers.
-void Exercise(SOLIDC& solid)
-{
-    const auto box = LoadedSolid(BoxMesh({1, 1, 1}, {4, 4, 4}));
-    Matrix start = Translation(0, 0, 0), end = Translation(3, 2, 1);
-    for (SOLIDC* moved : {&solid, box.get()}) moved->SC_GTsweep(Rows(start), Rows(end));
-    solid.SC_DetectIntersection(box.get());
-    box->SC_DetectIntersection(&solid);
-    box->SC_GTsweep(Rows(start), Rows(start));
-    box->SC_DetectIntersection(&solid);
-    float corners[3][3];
-    for (int cursor = 0; cursor >= 0;)
-        cursor =
-            solid.SC_GetSweepTrianglesInBbox(cursor, 10 * solid.triangleCount, corners, nullptr);
-    solid.SC_Rotate(Rows(end));
-    int first, last;
-    solid.FindTriangles(box->bbox, &first, &last);
-}
-
 TEST(SldFile, AnyWordMayBeWrong)
 {
     for (const int simple : {0, 1}) {
-        const std::string bytes = SldOf(*LoadedSolid(Tetra(), simple));
+        const std::string bytes = SldOf(*LoadedSolid(kTetra, simple));
         const std::int32_t nan = 0x7fc00000, words[] = {0, -1, 2147483647, nan};
         for (std::size_t at = 1024; at < bytes.size(); at += 4)
             for (const std::int32_t word : words) {
                 SOLIDC solid;
-                if (LoadSld(solid, WithWord(bytes, at, word)) == 0) Exercise(solid);
+                if (LoadSld(solid, WithWord(bytes, at, word)) == 0) UseFully(solid);
             }
     }
 }
@@ -195,7 +163,7 @@ TEST(SldFile, AnyWordMayBeWrong)
 TEST(SldFile, MeshWithoutListsIsEmptiedAndWrittenEmpty)
 {
     // Two triangles: their vertices are used too seldom, and their sides are open.
-    auto open = LoadedSolid({Tetra()[0], Tetra()[1]});
+    auto open = LoadedSolid({kTetra[0], kTetra[1]});
     TemporaryFile file("");
     EXPECT_EQ(open->SC_SaveSLDfile(file.Path()), -101);
     EXPECT_EQ(open->triangleCount, 0);

@@ -16,16 +16,7 @@ namespace
 {
 
 /// Result of a simple load and its triangles before refinement.
-struct Loaded {
-    int result;
-    int triangles;
-    bool operator==(const Loaded&) const = default;
-};
-
-void PrintTo(const Loaded& loaded, std::ostream* out)
-{
-    *out << loaded.result << " with " << loaded.triangles << " triangles";
-}
+using Loaded = std::pair<int, int>;
 
 constexpr Loaded kRefused{65535, 0};
 
@@ -50,10 +41,16 @@ std::string Replaced(std::string text, const std::string& what, const std::strin
     return text;
 }
 
-const std::string kFour = Facet() + Facet() + Facet() + Facet();
+const std::string kTwo = Facet() + Facet(), kThree = kTwo + Facet(), kFour = kTwo + kTwo;
 
 TEST(StlText, FormsThatRealFilesTake)
 {
+    const auto with = [](const char* what, const std::string& by) {
+        return "solid\n" + Replaced(kFour, what, by);
+    };
+    const std::string cut = Replaced(Facet(), "endloop\n", ""),
+                      loopless = Replaced(Facet(), "endloop\nendfacet\n", "endfacet"),
+                      rest = "vertex 5 0 0\nvertex 0 5 0\nendloop\n";
     const struct {
         const char* fault;
         Loaded expected;
@@ -64,22 +61,17 @@ TEST(StlText, FormsThatRealFilesTake)
         {"CarriageReturns", {0, 4}, "solid x\r\n" + Replaced(kFour, "\n", "\r\n")},
         {"Capitals",
          {0, 4},
-         "SOLID X\n" + Replaced(Replaced(kFour, "vertex", "VerTEX"), "loop", "LOOP")},
-        {"Indented", {0, 4}, "solid\n" + Replaced(kFour, "vertex", "  \t vertex")},
-        {"NoFacetWord", {0, 4}, "solid\n" + Replaced(kFour, "facet normal", "normal")},
+         Replaced(Replaced(with("vertex", "VerTEX"), "loop", "LOOP"), "solid", "SOLID")},
+        {"Indented", {0, 4}, with("vertex", "  \t vertex")},
+        {"NoFacetWord", {0, 4}, with("facet normal", "normal")},
         {"NoLastNewline", {0, 4}, "solid\n" + kFour.substr(0, kFour.size() - 1)},
-        {"TwoFacetsOnly", kRefused, "solid\n" + Facet() + Facet()},
-        {"BlankLineBeforeTheFourth",
-         {0, 3},
-         "solid\n" + Facet() + Facet() + Facet() + "\n" + Facet()},
-        {"LineMissing",
-         {0, 3},
-         "solid\n" + Facet() + Facet() + Facet() + Replaced(Facet(), "endloop\n", "") + Facet()},
-        {"AnythingForEndloop", {0, 4}, "solid\n" + Replaced(kFour, "endloop", "whatever")},
+        {"TwoFacetsOnly", kRefused, "solid\n" + kTwo},
+        {"BlankLineBeforeTheFourth", {0, 3}, "solid\n" + kThree + "\n" + Facet()},
+        {"LineMissing", {0, 3}, "solid\n" + kThree + cut + Facet()},
+        {"AnythingForEndloop", {0, 4}, with("endloop", "whatever")},
         {"SecondSolid", {0, 4}, "solid\n" + kFour + "endsolid\nsolid\n" + kFour},
-        {"LongLines", {0, 4}, "solid\n" + Replaced(kFour, "outer", std::string(900, 'x'))},
-        {"LineBeyondTheBuffer", kRefused,
-         "solid\n" + Replaced(kFour, "outer", std::string(1100, 'x'))},
+        {"LongLines", {0, 4}, with("outer", std::string(900, 'x'))},
+        {"LineBeyondTheBuffer", kRefused, with("outer", std::string(1100, 'x'))},
         {"FirstLineBeyondTheBuffer", kRefused, std::string(1024, 'x') + "\n" + kFour},
         {"Empty", kRefused, ""},
         {"ByteOrderMark", {0, 4}, "\xef\xbb\xbfsolid\n" + kFour},
@@ -87,41 +79,19 @@ TEST(StlText, FormsThatRealFilesTake)
         {"CarriageReturnsOnly", kRefused, "solid\r" + Replaced(kFour, "\n", "\r")},
         {"OneLineOfMegabytes", kRefused, std::string(3 << 20, 'v') + "\n" + kFour},
         {"BytesAbove127", {0, 4}, "solid \xff\x80\n" + Replaced(kFour, "outer", "\xe9")},
-        {"LoopInTwoWords", {0, 4}, "solid\n" + Replaced(kFour, "endloop", "end loop")},
+        {"LoopInTwoWords", {0, 4}, with("endloop", "end loop")},
         {"NoEnd", {0, 4}, "solid\n" + kFour + "facet normal 0 0 1\nouter loop\nvertex 1"},
-        {"ZeroBytes", {0, 4}, "solid\n" + Replaced(kFour, "0 0 1", std::string("0 0 1\0junk", 10))},
-        {"DegenerateFacets",
-         {0, 3},
-         "solid\n" + Facet() + Facet("5 0 9e-6") + Facet() + Facet("5 0 2e-5")},
-        {"CoordinateOf100000",
-         {0, 3},
-         "solid\n" + Facet() + Facet() + Facet() + Facet("100000 0 0") + Facet()},
+        {"ZeroBytes", {0, 4}, with("0 0 1", std::string("0 0 1\0junk", 10))},
+        {"DegenerateFacet", {0, 3}, "solid\n" + kTwo + Facet("5 0 9e-6") + Facet("5 0 2e-5")},
+        {"CoordinateOf100000", {0, 3}, "solid\n" + kThree + Facet("100000 0 0") + Facet()},
         {"CoordinateBelow100000", {0, 5}, "solid\n" + kFour + Facet("99999.99 0 0")},
         {"LargeNegative", {0, 5}, "solid\n" + kFour + Facet("-1e30 0 0")},
         {"InfiniteCoordinate", {0, 4}, "solid\n" + kFour + Facet("-inf 0 0")},
         {"NaNCoordinate", {0, 4}, "solid\n" + kFour + Facet("nan 0 0")},
-        {"FacetEndsOnTheSixthLineAtTheEnd",
-         {0, 4},
-         "solid\n" + Facet() + Facet() + Facet() +
-             Replaced(Facet(), "endloop\nendfacet\n", "endfacet")},
-        {"SecondVertexLineMissing",
-         {0, 4},
-         "solid\n" + kFour +
-             Replaced(Facet("1 2 3"), "vertex 5 0 0\nvertex 0 5 0\nendloop\n", "x\ny\n")},
+        {"FacetEndsOnTheSixthLineAtTheEnd", {0, 4}, "solid\n" + kThree + loopless},
+        {"VerticesMissing", {0, 4}, "solid\n" + kFour + Replaced(Facet("1 2 3"), rest, "x\ny\n")},
     };
     for (const auto& row : rows) EXPECT_EQ(Load(row.text), row.expected) << row.fault;
-}
-
-TEST(StlText, EveryTruncationKeepsTheWholeFacets)
-{
-    const std::string head = "solid\n", text = head + kFour;
-    for (std::size_t length = 0; length <= text.size(); ++length) {
-        const std::size_t body = length < head.size() ? 0 : length - head.size();
-        // "endfacet" needs no line end.
-        const auto whole = static_cast<int>((body + 1) / Facet().size());
-        ASSERT_EQ(Load(text.substr(0, length)), whole < 3 ? kRefused : Loaded({0, whole}))
-            << length;
-    }
 }
 
 std::string WithCount(std::string binary, std::int32_t count)
@@ -133,10 +103,7 @@ std::string WithCount(std::string binary, std::int32_t count)
 TEST(StlBinary, CountsThatLie)
 {
     const std::string five = BinaryStl(SoupMesh(1, 5, 10)), two = BinaryStl(SoupMesh(2, 2, 10));
-    const struct {
-        std::string bytes;
-        Loaded expected;
-    } rows[] = {
+    const std::pair<std::string, Loaded> rows[] = {
         {five, {0, 5}},
         {WithCount(five, 2), {0, 5}},
         {WithCount(five, 0), {0, 5}},
@@ -149,18 +116,22 @@ TEST(StlBinary, CountsThatLie)
         {five + "trailing", {0, 5}},
         {BinaryStl({Triangle{}, Triangle{}, Triangle{}}), {0, 0}},
     };
-    for (const auto& row : rows) EXPECT_EQ(Load(row.bytes), row.expected);
+    for (const auto& [bytes, expected] : rows) EXPECT_EQ(Load(bytes), expected);
 }
 
-TEST(StlBinary, EveryTruncationKeepsTheWholeFacets)
+TEST(StlFile, EveryTruncationKeepsTheWholeFacets)
 {
-    const std::string bytes = BinaryStl(SoupMesh(1, 4, 10));
-    for (std::size_t length = 0; length <= bytes.size(); ++length) {
-        // A facet lasts 50 bytes; its last two may be missing.
-        const int whole = length < 84 ? 0 : static_cast<int>((length - 84 + 2) / 50);
-        ASSERT_EQ(Load(bytes.substr(0, length)), whole < 3 ? kRefused : Loaded({0, whole}))
-            << length;
-    }
+    const struct {
+        std::string content;
+        std::size_t head, facet, spare; ///< in bytes; spare ones may be missing from a facet's end
+    } rows[] = {{"solid\n" + kFour, 6, Facet().size(), 1}, // "endfacet" needs no line end
+                {BinaryStl(SoupMesh(1, 4, 10)), 84, 50, 2}};
+    for (const auto& [content, head, facet, spare] : rows)
+        for (std::size_t length = 0; length <= content.size(); ++length) {
+            const int whole = length < head ? 0 : int((length - head + spare) / facet);
+            ASSERT_EQ(Load(content.substr(0, length)), whole < 3 ? kRefused : Loaded({0, whole}))
+                << length;
+        }
 }
 
 TEST(StlBinary, NormalsAreClampedAndTheBufferEdgeIsCrossed)
@@ -229,15 +200,6 @@ TEST(StlPath, WhatIsNoFileIsRefusedAtOnce)
         EXPECT_EQ(solid.SC_LoadSTLfile(reinterpret_cast<unsigned char*>(path.data()), 1), result)
             << path.size();
     }
-}
-
-TEST(StlPath, NullBuildsTheUnitCube)
-{
-    SOLIDC solid;
-    EXPECT_EQ(solid.SC_LoadSTLfile(nullptr, 0), 0);
-    ExpectClosedMesh(solid);
-    EXPECT_EQ(solid.triangleCount, 48);
-    EXPECT_EQ(solid.bbox[3], 1);
 }
 
 } // namespace

@@ -3,8 +3,7 @@
 #include <clocale>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <tuple>
 
 #include "files/file_info.h"
 #include "files/stl_stream.h"
@@ -12,12 +11,6 @@
 
 namespace
 {
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 TEST(StlWriter, BinaryFileIsTwoBytesShort)
 {
@@ -99,17 +92,14 @@ TEST(StlWriter, TextFormHasAPointInEveryLocale)
 
 TEST(Paths, ExtensionIsReplacedAfterTheLastDotOfTheName)
 {
-    const struct {
-        const char *path, *expected;
-        bool force;
-    } rows[] = {{"/a/b.stl", "/a/b.SLD", true},  {"b.stl", "b.SLD", false},
-                {"/a/b.stl", "/a/b.stl", false}, {"/a.d/b", "/a.d/b.SLD", true},
-                {"a.b.stl", "a.b.SLD", true},    {"b.stl(STL_SWAP_ZXY)", "b.SLD", true},
-                {"/a/.stl", "/a/.SLD", true},    {"/a/b.", "/a/b.SLD", true}};
-    for (const auto& row : rows) {
-        std::string path = row.path;
-        ChangePathExtension(path, "SLD", row.force);
-        EXPECT_EQ(path, row.expected);
+    const std::tuple<std::string, const char*, bool> rows[] = {
+        {"/a/b.stl", "/a/b.SLD", true},  {"b.stl", "b.SLD", false},
+        {"/a/b.stl", "/a/b.stl", false}, {"/a.d/b", "/a.d/b.SLD", true},
+        {"a.b.stl", "a.b.SLD", true},    {"b.stl(STL_SWAP_ZXY)", "b.SLD", true},
+        {"/a/.stl", "/a/.SLD", true},    {"/a/b.", "/a/b.SLD", true}};
+    for (auto [path, expected, force] : rows) {
+        ChangePathExtension(path, "SLD", force);
+        EXPECT_EQ(path, expected);
     }
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "geometry/bbox.h"
 #include "geometry/matrix.h"
@@ -54,40 +55,18 @@ TEST(Matrices, PointIsDividedOnlyWhenWIsNotOne)
 {
     float m[4][4] = {{0, -1, 0, 5}, {1, 0, 0, 6}, {0, 0, 1, 7}, {0, 0, 0, 1}}, product[16];
     const float p[3] = {1, 2, 3};
-    struct Row {
-        float w;
-        int result;
-        float x;
-    };
-    for (const Row& row : {Row{1, 1, 3}, Row{2, 1, 1.5f}, Row{1.000002f, 1, 3}, Row{1e-6f, 0, 9},
-                           Row{0, 0, 9}, Row{-2, 1, -1.5f}}) {
+    const std::tuple<float, int, float> rows[] = {{1, 1, 3},     {2, 1, 1.5f}, {1.000002f, 1, 3},
+                                                  {1e-6f, 0, 9}, {0, 0, 9},    {-2, 1, -1.5f}};
+    for (const auto& [w, result, x] : rows) {
         float out[3] = {9, 9, 9};
-        m[3][3] = row.w;
-        EXPECT_EQ(TransformPoint(out, m, p), row.result) << row.w;
-        EXPECT_EQ(out[0], row.x) << row.w;
+        m[3][3] = w;
+        EXPECT_EQ(TransformPoint(out, m, p), result) << w;
+        EXPECT_EQ(out[0], x) << w;
     }
     m[3][3] = 1;
     MatrixMultiply(product, m[0], m[0]);
     const float expected[16] = {-1, 0, 0, -1, 0, -1, 0, 11, 0, 0, 1, 14, 0, 0, 0, 1};
     EXPECT_TRUE(std::equal(product, product + 16, expected));
-}
-
-TEST(CopyBytes, CopiesNothingForBadArguments)
-{
-    char from[4] = "abc", to[4] = "xyz";
-    for (void* target : {CopyBytes(to, from, 0), CopyBytes(to, from, -1),
-                         CopyBytes(nullptr, from, 1), CopyBytes(to, nullptr, 1)})
-        EXPECT_EQ(target, nullptr);
-    EXPECT_EQ(CopyBytes(to, from, 2), to);
-    EXPECT_STREQ(to, "abz");
-}
-
-TEST(Status, WordsOutsideTheSixTakeNoBits)
-{
-    SetStatus(0, 1);
-    for (const int word : {2, 7, -1}) SetStatus(word, 0x400);
-    EXPECT_EQ(StatusFlags, (std::array<std::uint32_t, 8>{0, 0x400, 0, 0, 0, 0, 0, 0}));
-    EXPECT_TRUE(TestStatus(2, 0x401) && !TestStatus(7, 4) && !TestStatus(2, 1));
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "support/vec.h"
@@ -18,9 +17,7 @@ double Triple(const Point3& a, const Point3& b, const Point3& c)
 // angles, and by more than it is thick.
 TEST(Obb, FittedBoxesHoldTheirPointsThoughTheirAxesAreRounded)
 {
-    std::mt19937 engine(1);
-    const std::function<std::uint32_t()> random = [&] { return engine(); };
-    const Sampler draw{random};
+    const Draws draw(1);
     for (int n = 0; n < 30000; ++n) {
         const double size[] = {draw.Size(1e-3, 1e3), draw.Size(1e-3, 1e3), draw.Size(1e-9, 1)},
                      far = draw.Below(2) ? draw.Size(1, 1e5) : 0;

@@ -11,10 +11,6 @@
 namespace
 {
 
-struct Matrix16 {
-    float at[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-};
-
 TEST(MatricesDiffer, RotationHasATighterToleranceThanTranslation)
 {
     const struct {
@@ -25,26 +21,23 @@ TEST(MatricesDiffer, RotationHasATighterToleranceThanTranslation)
                 {1, 0, 2e-6f, 0},       {7, 1000, 1000.05f, 0}, {4, 1000, 1000.05f, 1},
                 {11, 1000, 1000.2f, 1}, {14, 0, 1e-5f, 1},      {15, 1, 1.00005f, 0}};
     for (const auto& row : rows) {
-        Matrix16 a, b;
-        a.at[row.element] = row.a;
-        b.at[row.element] = row.b;
-        EXPECT_EQ(MatricesDiffer(a.at, b.at), row.differ) << row.element << ' ' << row.b;
-        EXPECT_EQ(MatricesDiffer(b.at, a.at), row.differ) << row.element << ' ' << row.b;
+        float a[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, b[16];
+        std::copy_n(a, 16, b);
+        a[row.element] = row.a;
+        b[row.element] = row.b;
+        EXPECT_EQ(MatricesDiffer(a, b), row.differ) << row.element << ' ' << row.b;
+        EXPECT_EQ(MatricesDiffer(b, a), row.differ) << row.element << ' ' << row.b;
     }
 }
 
 TEST(TransformBox, RotatesTranslatesAndDivides)
 {
     const float box[6] = {1, 2, 3, 4, 5, 6};
-    const float quarter[16] = {0, -1, 0, 10, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-    const float half[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 2};
-    const float vanishing[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0};
     const struct {
-        const float* matrix;
-        float box[6];
-    } rows[] = {{quarter, {5, 1, 3, 8, 4, 6}},
-                {half, {0.5f, 1, 1.5f, 2, 2.5f, 3}},
-                {vanishing, {1, 2, 3, 1, 2, 3}}};
+        float matrix[16], box[6];
+    } rows[] = {{{0, -1, 0, 10, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, {5, 1, 3, 8, 4, 6}},
+                {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 2}, {0.5f, 1, 1.5f, 2, 2.5f, 3}},
+                {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0}, {1, 2, 3, 1, 2, 3}}};
     for (const auto& row : rows) {
         float out[6];
         TransformBox(out, row.matrix, box);

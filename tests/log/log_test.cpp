@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "support/meshes.h"
 
@@ -13,10 +11,6 @@ namespace
 
 TEST(Log, BannersEmptyTheFileAndTextsAreFormats)
 {
-    const auto content = [] {
-        std::ifstream file(LogPath);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    };
     TemporaryFile file("old", "host.LOG");
     LogPath.clear();
     EXPECT_EQ(LogAppend("lost"), 0);
@@ -25,15 +19,15 @@ TEST(Log, BannersEmptyTheFileAndTextsAreFormats)
     LogPath = file.path;
     LogError("first\n");
     LogError("100 %%\n");
-    EXPECT_EQ(content(), "---------------------------\n- WKVMAIN ERRORS LOG FILE -\n"
-                         "---------------------------\n\nfirst\n100 %\n");
+    EXPECT_EQ(ReadFile(LogPath), "---------------------------\n- WKVMAIN ERRORS LOG FILE -\n"
+                                 "---------------------------\n\nfirst\n100 %\n");
     EXPECT_EQ(LogAppend("lost"), 0) << "errors alone do not start the log";
     LogStartMdl();
     EXPECT_EQ(LogAppend("text\n"), 1);
     const std::string rule = "----------------------------\n",
                       head = rule + "-     MDL LOG FILE     -\n- ";
-    EXPECT_EQ(content().substr(0, head.size()), head);
-    EXPECT_EQ(content().substr(head.size() + 25), rule + "\ntext\n");
+    EXPECT_EQ(ReadFile(LogPath).substr(0, head.size()), head);
+    EXPECT_EQ(ReadFile(LogPath).substr(head.size() + 25), rule + "\ntext\n");
     LogInit();
     EXPECT_EQ(std::filesystem::path(LogPath).filename().string().substr(0, 10), "unit_tests");
 }

@@ -5,20 +5,6 @@
 namespace
 {
 
-TEST(Cylinder, RingStartsTowardsTheSmallestComponentOfTheAxis)
-{
-    float from[3] = {0, 0, 0}, to[3] = {0, 0, 1};
-    SOLIDC solid;
-    solid.LoadCyl(from, to, 1);
-    // Unsorted primitives (docs/behaviour.md): triangle 0 is still the first one built, with the
-    // corners centre, second and first point of the ring.
-    EXPECT_EQ(solid.vertices[0].position[0], 0);
-    EXPECT_FLOAT_EQ(solid.vertices[1].position[0], 0.98078528f);
-    EXPECT_FLOAT_EQ(solid.vertices[1].position[1], 0.19509032f);
-    EXPECT_EQ(solid.vertices[2].position[0], 1);
-    EXPECT_EQ(solid.triangles[0].normal[2], -1);
-}
-
 TEST(Cylinder, RingClosesInEveryDirectionOfTheAxis)
 {
     const float axes[][3] = {{1, 0, 0}, {0, -1, 0},         {0, 0, 40},
@@ -34,15 +20,6 @@ TEST(Cylinder, RingClosesInEveryDirectionOfTheAxis)
             ExpectClosedMesh(solid);
             ExpectRefined(solid);
         }
-}
-
-TEST(Cylinder, AxisOfLengthZeroGivesNoOctree)
-{
-    float at[3] = {1, 1, 1};
-    SOLIDC solid;
-    EXPECT_EQ(solid.LoadCyl(at, at, 1), 0);
-    EXPECT_EQ(solid.triangleCount, 128);
-    EXPECT_EQ(solid.octree, nullptr);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "geometry/bbox.h"
 #include "octree/sizing.h"
 #include "support/meshes.h"
 
@@ -27,8 +28,7 @@ struct Tree : testing::Test {
     {
         const float corners[9] = {x, y, z, x + 1, y, z, x, y + 1, z + 1};
         std::copy(corners, corners + 9, triangles[i].corners[0]);
-        const float bounds[6] = {x, y, z, x + 1, y + 1, z + 1};
-        std::copy(bounds, bounds + 6, triangles[i].bbox);
+        TriangleBbox(triangles[i].corners, triangles[i].bbox);
         return &triangles[i];
     }
 };

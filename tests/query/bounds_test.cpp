@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "bvh/corner_set.h"
@@ -74,7 +73,7 @@ struct Setting {
 template <class Test>
 void ForContacts(unsigned usualCount, Test test)
 {
-    const DrawRange draws = ContactDraws(usualCount);
+    const DrawRange draws = DrawsFrom("SCAPI_CONTACTS", usualCount);
     unsigned made = 0;
     for (unsigned seed = draws.first; seed != draws.first + draws.count; ++seed) {
         auto contact = DrawContact(seed);
@@ -212,10 +211,8 @@ struct PlacedBox {
 TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
 {
     double mostError = 0;
-    std::mt19937 engine(1);
-    const std::function<std::uint32_t()> random = [&] { return engine(); };
-    const Sampler draw{random};
-    for (unsigned n = ContactDraws(100000).count; n > 0; --n) {
+    const Draws draw(1);
+    for (unsigned n = DrawsFrom("SCAPI_CONTACTS", 100000).count; n > 0; --n) {
         const PlacedBox at(draw);
         const int part = draw.Below(3);
         Motion motion = ReadMotion(at.b, at.nodes.box);

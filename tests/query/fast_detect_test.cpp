@@ -5,14 +5,14 @@
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <functional>
 #include <random>
 
 #include "bvh/query_trees.h"
 #include "query/deferred_sweep.h"
 #include "support/meshes.h"
-#include "support/scenes.h"
+#include "support/sampler.h"
+#include "support/treatment.h"
 #include "sweep/define.h"
 
 namespace
@@ -20,19 +20,13 @@ namespace
 
 TEST(FastDetect, AnswersAsThePlainWalk)
 {
-    // More, and others, for a longer run: SCAPI_SCENES=first:count.
-    unsigned first = 1, count = 4000;
-    if (const char* scenes = std::getenv("SCAPI_SCENES"))
-        (void)std::sscanf(scenes, "%u:%u", &first, &count);
+    const auto [first, count] = DrawsFrom("SCAPI_SCENES", 4000);
     int hits = 0;
     for (unsigned seed = first; seed != first + count; ++seed) {
         std::mt19937 random(seed);
         Scene scene = RandomScene([&] { return random(); });
         for (int order = 0; order < 2; ++order) {
-            DefineSweepDeferred(*scene.b, Rows(scene.start), Rows(scene.end));
-            const int fast = DetectFast(*scene.a, *scene.b);
-            CompleteSweep(*scene.b);
-            const int plain = SolidInternals::WalkPlainly(*scene.a, *scene.b);
+            const auto [fast, plain] = AskBothWays(*scene.a, *scene.b, scene.start, scene.end);
             ASSERT_EQ(fast, plain) << "seed " << seed << ", order " << order;
             hits += plain;
             std::swap(scene.a, scene.b);
@@ -48,10 +42,8 @@ TEST(FastDetect, AnswersAsThePlainWalk)
 /// The answer for a solid that is placed, on which both ways have to agree.
 int AgreedAnswer(SOLIDC& a, SOLIDC& b, Matrix pose)
 {
-    DefineSweepDeferred(b, Rows(pose), Rows(pose));
-    const int fast = DetectFast(a, b);
-    CompleteSweep(b);
-    EXPECT_EQ(fast, SolidInternals::WalkPlainly(a, b)) << pose[0][3] << ' ' << pose[1][3];
+    const auto [fast, plain] = AskBothWays(a, b, pose, pose);
+    EXPECT_EQ(fast, plain) << pose[0][3] << ' ' << pose[1][3];
     return fast;
 }
 
@@ -83,22 +75,16 @@ TEST(FastDetect, EdgesThatRoundingSwallowsHitFarBesideASide)
     EXPECT_GT(hits, 50);
 }
 
-Mesh Joined(Mesh first, const Mesh& second)
-{
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
 TEST(FastDetect, EdgesThatRunElsewhereEndAtNoCornerOfTheirTriangle)
 {
     // A plate high over whose top the solid hangs, all but one corner, in which an edge is made to
     // end that belongs elsewhere. Two boxes far off make the cells large.
     const float touch = 0.9e-4f, clear = 2.2e-4f;
-    const auto a = LoadedSolid(
-        Joined(BoxMesh({2.6f, -1, -0.5f}, {3.4f, 1, 0}),
-               Joined(BoxMesh({-9, -9, -9}, {-8, -8, -8}), BoxMesh({8, 8, 8}, {9, 9, 9}))));
+    const auto a =
+        LoadedSolid(Joined({BoxMesh({2.6f, -1, -0.5f}, {3.4f, 1, 0}),
+                            BoxMesh({-9, -9, -9}, {-8, -8, -8}), BoxMesh({8, 8, 8}, {9, 9, 9})}));
     const Mesh mesh =
-        Joined(BoxMesh({0, 0, clear}, {1, 1, 1}), BoxMesh({2, 0, touch}, {2.1f, 0.1f, 0.1f}));
+        Joined({BoxMesh({0, 0, clear}, {1, 1, 1}), BoxMesh({2, 0, touch}, {2.1f, 0.1f, 0.1f})});
     const int edges = LoadedSolid(mesh)->edgeCount;
     int hits = 0;
     for (int end = 0; end < 2 * edges; ++end) {
@@ -120,11 +106,7 @@ TEST(Trees, NoneOutlivesAChangeOfWhatItWasBuiltFrom)
     Matrix from = Translation(1, 2, 3), to = Translation(9, 2, 3), quarter = from;
     quarter[0] = {0, -1, 0, 0}, quarter[1] = {1, 0, 0, 0};
     T_LIST extra{};
-    struct Change {
-        const char* name;
-        std::function<int(SOLIDC&)> make;
-    };
-    const Change changes[] = {
+    const std::pair<const char*, std::function<int(SOLIDC&)>> changes[] = {
         {"inversion", [](SOLIDC& s) { return SolidInternals::Invert(s) + 1; }},
         {"rotation", [&](SOLIDC& s) { return s.SC_Rotate(Rows(quarter)), 1; }},
         {"edge break", [](SOLIDC& s) { return s.BreakEdge(0, 2); }},
@@ -135,16 +117,16 @@ TEST(Trees, NoneOutlivesAChangeOfWhatItWasBuiltFrom)
         {"filled octree", [&](SOLIDC& s) { return s.octree->OC_AddTriangle(&extra), 1; }},
         {"released octree", [](SOLIDC& s) { return s.Release_Octree() + 1; }},
     };
-    for (const Change& change : changes) {
-        SCOPED_TRACE(change.name);
+    for (const auto& [name, make] : changes) {
+        SCOPED_TRACE(name);
         const auto late = LoadedSolid(SphereMesh(6, 2)), prompt = LoadedSolid(SphereMesh(6, 2));
         DefineSweepDeferred(*late, Rows(from), Rows(to));
         prompt->SC_GTsweep(Rows(from), Rows(to));
         ASSERT_NE(ProbeTreeOf(*late), nullptr);
         ASSERT_NE(TargetTreeOf(*late), nullptr);
-        EXPECT_GT(change.make(*late), 0);
+        EXPECT_GT(make(*late), 0);
         EXPECT_EQ(late->queryTrees, nullptr);
-        change.make(*prompt);
+        make(*prompt);
         // What a sweep owes is owed of the records as they were.
         CompleteSweep(*late);
         EXPECT_EQ(Digest(*late), Digest(*prompt));
@@ -162,27 +144,26 @@ TEST(FastDetect, LateSweepPaysWhatAPromptOneGives)
     Matrix poses[] = {Translation(1, 2, 3), Translation(9, 2, 3), Translation(0, 0, 0)};
     poses[2][3][3] = 0; // maps no vertex: the places of the motion before stay
     const auto late = LoadedSolid(SphereMesh(6, 2)), prompt = LoadedSolid(SphereMesh(6, 2));
-    for (const auto& [from, to] : {std::pair{0, 1}, {1, 0}, {2, 2}, {0, 0}}) {
+    const auto move = [&](int from, int to) {
         DefineSweepDeferred(*late, Rows(poses[from]), Rows(poses[to]));
         prompt->SC_GTsweep(Rows(poses[from]), Rows(poses[to]));
-        if (from != 1) {
-            CompleteSweep(*late);
-            EXPECT_EQ(Digest(*late), Digest(*prompt)) << from;
-        }
+    };
+    for (const auto& [from, to] : {std::pair{0, 1}, {1, 0}, {2, 2}, {0, 0}}) {
+        move(from, to);
+        if (from == 1) continue;
+        CompleteSweep(*late);
+        EXPECT_EQ(Digest(*late), Digest(*prompt)) << from;
     }
     // A rotation in between changes normals, but not how the motion before counts them.
-    DefineSweepDeferred(*late, Rows(poses[0]), Rows(poses[1]));
-    prompt->SC_GTsweep(Rows(poses[0]), Rows(poses[1]));
+    move(0, 1);
     Matrix quarter{{{0, -1, 0, 0}, {1, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
-    late->SC_Rotate(Rows(quarter));
-    prompt->SC_Rotate(Rows(quarter));
+    for (SOLIDC* solid : {late.get(), prompt.get()}) solid->SC_Rotate(Rows(quarter));
     EXPECT_EQ(Digest(*late), Digest(*prompt));
     const auto wall = LoadedSolid(BoxMesh({4, 0, 0}, {5, 9, 9}));
     EXPECT_EQ(DetectFast(*wall, *late), SolidInternals::WalkPlainly(*wall, *prompt));
     EXPECT_EQ(DetectFast(*prompt, *wall), SolidInternals::WalkPlainly(*prompt, *wall));
     // Nor does an inversion.
-    DefineSweepDeferred(*late, Rows(poses[0]), Rows(poses[1]));
-    prompt->SC_GTsweep(Rows(poses[0]), Rows(poses[1]));
+    move(0, 1);
     for (SOLIDC* solid : {late.get(), prompt.get()}) SolidInternals::Invert(*solid);
     CompleteSweep(*late);
     EXPECT_EQ(Digest(*late), Digest(*prompt));

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <random>
 
 #include "bvh/hit_region.h"
 #include "geometry/bbox.h"
@@ -14,20 +13,10 @@
 #include "query/edge_search.h"
 #include "query/fast_detect.h"
 #include "support/meshes.h"
+#include "support/sampler.h"
 
 namespace
 {
-
-struct Draws {
-    std::mt19937 random;
-
-    double Between(double low, double high)
-    {
-        return std::uniform_real_distribution<double>(low, high)(random);
-    }
-    double Size(double decades) { return std::pow(10, Between(-decades, decades)); }
-    int Below(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
-};
 
 /// A cell, a triangle in it without area or nearly, a plane that judges it, and an edge that
 /// crosses this plane near the line of the triangle, within the cell or beside it.
@@ -35,9 +24,9 @@ struct LooseHit {
     float cell[6], corner[3][3], plane[4];
     PlacedEdge edge;
 
-    explicit LooseHit(Draws& draw)
+    explicit LooseHit(const Sampler& draw)
     {
-        const double size = draw.Size(2), offset = draw.Below(2) ? 0 : draw.Size(3);
+        const double size = draw.Size(1e-2, 1e2), offset = draw.Below(2) ? 0 : draw.Size(1e-3, 1e3);
         float judge[3][3];
         double along[3], at[3];
         for (int r = 0; r < 3; ++r) {
@@ -49,7 +38,7 @@ struct LooseHit {
             for (auto& point : judge) point[r] = float(low + size * draw.Between(-1, 1));
         }
         if (!CalcPlane(judge[0], 3, plane)) std::fill_n(plane, 4, 0.0f);
-        const double part = draw.Between(-0.5, 0.5), length = draw.Size(2),
+        const double part = draw.Between(-0.5, 0.5), length = draw.Size(1e-2, 1e2),
                      beside = draw.Below(2) ? 0 : 2e-4 * draw.Between(-1, 1) / size;
         double height = plane[3];
         for (int r = 0; r < 3; ++r) height += plane[r] * at[r];
@@ -66,7 +55,7 @@ struct LooseHit {
 
 TEST(Loose, RegionsHoldTheCrossingPointsOfEdgesNearTheCell)
 {
-    Draws draw{std::mt19937(1)};
+    const Draws draw(1);
     int held = 0, tooLong = 0;
     for (int n = 0; n < 300000; ++n) {
         const LooseHit hit(draw);
@@ -98,12 +87,12 @@ TEST(Loose, RegionsHoldTheCrossingPointsOfEdgesNearTheCell)
 
 TEST(Loose, LoneEdgesAreNotKeptFromTargetsThatTheyHitByRounding)
 {
-    Draws draw{std::mt19937(2)};
+    const Draws draw(2);
     int hits = 0;
     for (int n = 0; n < 60000; ++n) {
         // A triangle and an edge that ends at it or beside it, by the contact tolerance, far away.
         T_LIST triangle{};
-        const double far = draw.Below(3) ? draw.Size(4) : 0, size = draw.Size(2);
+        const double far = draw.Below(3) ? draw.Size(1e-4, 1e4) : 0, size = draw.Size(1e-2, 1e2);
         double on[3] = {}, weight[3] = {draw.Between(-0.01, 1), draw.Between(-0.01, 1), 0};
         weight[2] = 1 - weight[0] - weight[1];
         for (int c = 0; c < 3; ++c)
@@ -111,7 +100,7 @@ TEST(Loose, LoneEdgesAreNotKeptFromTargetsThatTheyHitByRounding)
                 triangle.corners[c][r] = float(far * (r + 1) + size * draw.Between(-1, 1));
                 on[r] += weight[c] * triangle.corners[c][r];
             }
-        const double contact = draw.Between(-1.1e-4, 1.1e-4), length = size * draw.Size(3);
+        const double contact = draw.Between(-1.1e-4, 1.1e-4), length = size * draw.Size(1e-3, 1e3);
         float ends[2][3], plane[4];
         if (!CalcPlane(triangle.corners[0], 3, plane)) continue;
         for (int r = 0; r < 3; ++r) {
@@ -134,7 +123,7 @@ TEST(Loose, LoneEdgesAreNotKeptFromTargetsThatTheyHitByRounding)
 TEST(Loose, TrianglesOfSweptSolidsAreHitByTheStartOfTheFirstEdge)
 {
     // Triangles in the plane z = 0, and edges that come near it nowhere near them, or not at all.
-    Draws draw{std::mt19937(3)};
+    const Draws draw(3);
     int hits = 0;
     for (int n = 0; n < 3000; ++n) {
         Mesh flat;

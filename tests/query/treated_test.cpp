@@ -1,64 +1,52 @@
 // The fast way against the plain walk where its bounds rest on more than the mesh.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <random>
 
+#include "support/sampler.h"
 #include "support/treatment.h"
 
 namespace
 {
 
-/// More, and others, for a longer run: SCAPI_SCENES=first:count.
-struct SceneRange {
-    unsigned first = 1, count;
-
-    explicit SceneRange(unsigned usual) : count(usual)
-    {
-        if (const char* scenes = std::getenv("SCAPI_SCENES"))
-            (void)std::sscanf(scenes, "%u:%u", &first, &count);
-    }
-};
-
-/// Neither answer may be rare, or the test would prove little.
-void ExpectBothAnswers(int hits, unsigned count)
+/// @param ask  gives the answers of both ways from a source of numbers
+/// @return how often it was asked
+template <class Ask>
+int ExpectAgreement(unsigned usualCount, Ask ask)
 {
-    EXPECT_GT(hits, int(count / 10));
-    EXPECT_LT(hits, int(count - count / 10));
+    const DrawRange range = DrawsFrom("SCAPI_SCENES", usualCount);
+    int hits = 0, count = int(range.count);
+    for (unsigned seed = range.first; seed != range.first + range.count; ++seed) {
+        std::mt19937 random(seed);
+        const auto [fast, plain] = ask([&] { return random(); });
+        EXPECT_EQ(fast, plain) << "seed " << seed;
+        hits += plain;
+    }
+    // Neither answer may be rare, or the test would prove little.
+    EXPECT_GT(hits, count / 10);
+    EXPECT_LT(hits, count - count / 10);
+    return count;
 }
 
 TEST(Treated, FacetsWithoutAreaAreJudgedAsTheirChainJudgesThem)
 {
-    const SceneRange range(2000);
-    int hits = 0;
-    for (unsigned seed = range.first; seed != range.first + range.count; ++seed) {
-        std::mt19937 random(seed);
-        Scene scene = RandomCrowdedScene([&] { return random(); });
-        Treatment asIs{};
-        asIs.start = scene.start, asIs.end = scene.end;
-        const auto [fast, plain] = AskTreated(scene, asIs);
-        ASSERT_EQ(fast, plain) << "seed " << seed;
-        hits += plain;
-    }
-    ExpectBothAnswers(hits, range.count);
+    ExpectAgreement(2000, [](const auto& random) {
+        const Scene scene = RandomCrowdedScene(random);
+        return AskBothWays(*scene.a, *scene.b, scene.start, scene.end);
+    });
 }
 
 TEST(Treated, RotatedAndGarbledSolidsAreAnsweredAsByThePlainWalk)
 {
-    const SceneRange range(2000);
-    int hits = 0, swept = 0;
-    for (unsigned seed = range.first; seed != range.first + range.count; ++seed) {
-        std::mt19937 random(seed);
-        const auto draw = [&] { return random(); };
-        Scene scene = random() % 2 ? RandomCrowdedScene(draw) : RandomScene(draw);
+    int swept = 0;
+    const int count = ExpectAgreement(2000, [&](const auto& random) {
+        Scene scene = random() % 2 ? RandomCrowdedScene(random) : RandomScene(random);
         if (random() % 2) std::swap(scene.a, scene.b);
-        const auto [fast, plain] = AskTreated(scene, RandomTreatment(draw, scene));
-        ASSERT_EQ(fast, plain) << "seed " << seed;
-        hits += plain;
-        swept += scene.a->isSwept && scene.b->isSwept && plain;
-    }
-    ExpectBothAnswers(hits, range.count);
-    EXPECT_GT(swept, int(range.count / 100));
+        const auto answers = AskTreated(scene, RandomTreatment(random, scene));
+        swept += scene.a->isSwept && scene.b->isSwept && answers.second;
+        return answers;
+    });
+    EXPECT_GT(swept, count / 100);
 }
 
 } // namespace

@@ -72,7 +72,7 @@ void RefineByFullPasses(SOLIDC& s, float* limit)
 template <class Record>
 bool AreSame(const Record* a, const Record* b, int capacity)
 {
-    return std::memcmp(a, b, sizeof(Record) * static_cast<std::size_t>(capacity)) == 0;
+    return std::memcmp(a, b, sizeof(Record) * std::size_t(capacity)) == 0;
 }
 
 /// With lists, and octreeCellSize for its number of triangles; null if the mesh is not closed.
@@ -92,8 +92,7 @@ Mesh NestedCubes(int count)
     Mesh mesh;
     for (int i = 1; i <= count; ++i) {
         const float a = 100.0f * float(i) / float(count);
-        const Mesh cube = BoxMesh({-a, -a, -a}, {a, a, a});
-        mesh.insert(mesh.end(), cube.begin(), cube.end());
+        mesh = Joined({mesh, BoxMesh({-a, -a, -a}, {a, a, a})});
     }
     return mesh;
 }
@@ -124,45 +123,24 @@ Mesh NastyMesh(unsigned seed)
     const auto replace = [](Mesh& mesh, const Point& from, const Point& to) {
         for (Triangle& t : mesh) std::replace(t.begin(), t.end(), from, to);
     };
-    Mesh mesh;
-    switch (below(4)) {
-    case 0:
-        mesh = SphereMesh(3 + int(below(9)), 5);
-        break;
-    case 1:
-        mesh = NestedCubes(1 + int(below(9)));
-        break;
-    case 2:
-        mesh = TubeMesh(1 + int(below(5)), 1, 1 + unit(), 20 * unit());
-        break;
-    default:
-        mesh = BoxMesh({0, 0, 0}, {1 + 9 * unit(), 1 + 9 * unit(), unit()});
-    }
+    const Mesh shapes[] = {SphereMesh(3 + int(below(9)), 5), NestedCubes(1 + int(below(9))),
+                           TubeMesh(1 + int(below(5)), 1, 1 + unit(), 20),
+                           BoxMesh({0, 0, 0}, {1 + 9 * unit(), 1 + 9 * unit(), unit()})};
+    Mesh mesh = shapes[below(4)];
     for (unsigned i = below(25); i > 0; --i) {
         const std::size_t t = below(unsigned(mesh.size()));
         std::rotate(mesh[t].begin(), mesh[t].begin() + below(3), mesh[t].end());
         const auto [a, b, c] = mesh[t];
         Point middle;
         for (std::size_t x = 0; x < 3; ++x) middle[x] = (a[x] + b[x] + c[x]) / 3;
-        switch (below(6)) {
-        case 0:
-            SplitSide(mesh, t, unit());
-            break;
-        case 1:
-            SplitSide(mesh, t, below(2) ? 1e-7f : 1 - 1e-7f);
-            break;
-        case 2:
+        const unsigned kind = below(6);
+        if (kind == 0) SplitSide(mesh, t, unit());
+        if (kind == 1) SplitSide(mesh, t, below(2) ? 1e-7f : 1 - 1e-7f);
+        if (kind == 2)
             mesh[t] = {a, b, middle}, mesh.insert(mesh.end(), {{b, c, middle}, {c, a, middle}});
-            break;
-        case 3:
-            if (below(3) == 0) replace(mesh, a, b);
-            break;
-        case 4:
-            if (below(4) == 0) replace(mesh, a, mesh[below(unsigned(mesh.size()))][0]);
-            break;
-        default:
-            replace(mesh, a, {a[0] + unit(), a[1], a[2] + 1e-6f * unit()});
-        }
+        if (kind == 3 && below(3) == 0) replace(mesh, a, b);
+        if (kind == 4 && below(4) == 0) replace(mesh, a, mesh[below(unsigned(mesh.size()))][0]);
+        if (kind == 5) replace(mesh, a, {a[0] + unit(), a[1], a[2] + 1e-6f * unit()});
     }
     const unsigned change = below(12);
     const std::size_t axis = below(3);
@@ -188,7 +166,6 @@ RefinementSteps ExpectAsByFullPasses(SOLIDC& fast, SOLIDC& slow)
     const bool sameCapacities = fast.triangleCapacity == slow.triangleCapacity &&
                                 fast.edgeCapacity == slow.edgeCapacity &&
                                 fast.vertexCapacity == slow.vertexCapacity;
-    EXPECT_TRUE(sameCapacities);
     EXPECT_TRUE(sameCapacities &&
                 AreSame(fast.triangles, slow.triangles, fast.triangleCapacity + 1) &&
                 AreSame(fast.edges, slow.edges, fast.edgeCapacity) &&
@@ -233,8 +210,7 @@ TEST(WorkList, FollowsEdgesThatTheirTrianglesDoNotName)
 // AB changes.
 TEST(WorkList, EdgeThatWaitsForItsEndsFlipsWhenTheyGainACorner)
 {
-    const Point A{-3, 0, 0}, B{3, 0, 0}, X{0, -1, 0}, Y{0, 1, 0};
-    const Mesh flat{{A, X, B}, {B, Y, A}, {A, Y, X}, {B, X, Y}};
+    const Mesh flat = TetraMesh({-3, 0, 0}, {3, 0, 0}, {0, -1, 0}, {0, 1, 0});
     const auto fast = ReadyToRefine(flat), slow = ReadyToRefine(flat);
     for (SOLIDC* solid : {fast.get(), slow.get()})
         solid->octreeCellSize[0] = 10, solid->octreeCellSize[1] = 1.5f,
@@ -248,8 +224,7 @@ Mesh SphereWithRods(int rings)
     Mesh mesh = SphereMesh(rings, 50);
     for (int i = 0; i < rings / 10; ++i) {
         const float y = 100 * float(i);
-        const Mesh rod = BoxMesh({-1e4f, y, 0}, {1e4f, y + 1, 1});
-        mesh.insert(mesh.end(), rod.begin(), rod.end());
+        mesh = Joined({mesh, BoxMesh({-1e4f, y, 0}, {1e4f, y + 1, 1})});
     }
     return mesh;
 }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <random>
 
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
@@ -91,21 +89,12 @@ std::unique_ptr<SOLIDC> MakeTargetSolid(const Sampler& draw)
 Frame DrawStretch(const Sampler& draw)
 {
     Frame rows{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
-    switch (draw.Below(8)) {
-    case 0:
-        for (std::size_t i = 0; i < 3; ++i) rows[i][i] = draw.Size(0.05, 20);
-        break;
-    case 1:
-        for (Point3& row : rows) row[std::size_t(draw.Below(3))] += draw.Between(-3, 3);
-        break;
-    case 2:
-        for (Point3& row : rows) row = Sum(row, AnyPoint(draw), 1e-3);
-        break;
-    case 3:
-        rows = {AnyPoint(draw), AnyPoint(draw), AnyPoint(draw)};
-        break;
-    default:
-        break;
+    const int kind = draw.Below(8);
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (kind == 0) rows[i][i] = draw.Size(0.05, 20);
+        if (kind == 1) rows[i][std::size_t(draw.Below(3))] += draw.Between(-3, 3);
+        if (kind == 2) rows[i] = Sum(rows[i], AnyPoint(draw), 1e-3);
+        if (kind == 3) rows[i] = AnyPoint(draw);
     }
     return rows;
 }
@@ -283,9 +272,7 @@ void PlaceAtTarget(const Sampler& draw, Contact& c, Aim& aim, Point3& start, Poi
 
 std::optional<Contact> DrawContact(unsigned seed)
 {
-    std::mt19937 engine(seed);
-    const std::function<std::uint32_t()> random = [&] { return engine(); };
-    const Sampler draw{random};
+    const Draws draw(seed);
     Contact c;
     c.a = MakeTargetSolid(draw);
     c.b = BareSolid(DrawProbes(draw));
@@ -313,12 +300,4 @@ std::optional<Contact> DrawContact(unsigned seed)
         if (Hits(c)) return c;
     }
     return {};
-}
-
-DrawRange ContactDraws(unsigned usualCount)
-{
-    DrawRange range{1, usualCount};
-    if (const char* draws = std::getenv("SCAPI_CONTACTS"))
-        (void)std::sscanf(draws, "%u:%u", &range.first, &range.count);
-    return range;
 }

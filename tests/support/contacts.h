@@ -27,10 +27,4 @@ struct Contact {
 /// @return none when this draw does not come to a hit
 std::optional<Contact> DrawContact(unsigned seed);
 
-/// How many draws a test makes, and from which: SCAPI_CONTACTS=first:count for others than usual.
-struct DrawRange {
-    unsigned first, count;
-};
-DrawRange ContactDraws(unsigned usualCount);
-
 #endif

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <sstream>
 
@@ -15,6 +16,7 @@
 #include "mesh/finish.h"
 #include "mesh/memory.h"
 #include "mesh/triangle.h"
+#include "support/grid.h"
 
 Mesh BoxMesh(const Point& low, const Point& high)
 {
@@ -51,14 +53,7 @@ Mesh TubeMesh(int quarter, float inner, float outer, float height)
         return {static_cast<float>(radius * x), static_cast<float>(radius * y),
                 corner % 4 < 2 ? height : 0};
     };
-    Mesh mesh;
-    for (int i = 0; i < 4 * quarter; ++i)
-        for (int j = 0; j < 4; ++j) {
-            const Point a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
-            mesh.push_back({a, b, c});
-            mesh.push_back({a, c, d});
-        }
-    return mesh;
+    return GridMesh(4 * quarter, 4, at);
 }
 
 Mesh SphereMesh(int rings, float radius)
@@ -72,13 +67,24 @@ Mesh SphereMesh(int rings, float radius)
         return {static_cast<float>(bump * width * x), static_cast<float>(bump * width * y),
                 static_cast<float>(bump * height)};
     };
-    Mesh mesh;
-    for (int i = 0; i < rings; ++i)
-        for (int j = 0; j < sectors; ++j) {
-            const Point a = at(i, j), b = at(i + 1, j), c = at(i + 1, j + 1), d = at(i, j + 1);
-            if (i + 1 < rings) mesh.push_back({a, b, c});
-            if (i > 0) mesh.push_back({a, c, d});
-        }
+    return GridMesh(rings, sectors, at);
+}
+
+Mesh TetraMesh(const Point& A, const Point& B, const Point& X, const Point& Y)
+{
+    return {{A, X, B}, {B, Y, A}, {A, Y, X}, {B, X, Y}};
+}
+
+Mesh Joined(std::initializer_list<Mesh> meshes)
+{
+    Mesh all;
+    for (const Mesh& mesh : meshes) all.insert(all.end(), mesh.begin(), mesh.end());
+    return all;
+}
+
+Mesh Flipped(Mesh mesh, std::size_t every)
+{
+    for (std::size_t i = 0; i < mesh.size(); i += every) std::swap(mesh[i][1], mesh[i][2]);
     return mesh;
 }
 
@@ -91,6 +97,12 @@ Mesh SoupMesh(unsigned seed, int count, float size)
         for (Point& corner : triangle)
             for (float& x : corner) x = coordinate(random);
     return mesh;
+}
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::string BinaryStl(const Mesh& mesh)

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -41,9 +42,16 @@ Mesh BoxMesh(const Point& low, const Point& high);
 Mesh SphereMesh(int rings, float radius);
 /// A closed tube around the z axis, from z = 0 upwards, of 4 * `quarter` columns of thin triangles.
 Mesh TubeMesh(int quarter, float inner, float outer, float height);
+/// A tetrahedron with the triangles (A, X, B) and (B, Y, A) on the edge from A to B.
+Mesh TetraMesh(const Point& A, const Point& B, const Point& X, const Point& Y);
 /// `count` random triangles in the cube from 0 to `size`.
 Mesh SoupMesh(unsigned seed, int count, float size);
 
+Mesh Joined(std::initializer_list<Mesh> meshes);
+/// With the winding of every `every`-th triangle reversed.
+Mesh Flipped(Mesh mesh, std::size_t every = 1);
+
+std::string ReadFile(const std::string& path);
 std::string BinaryStl(const Mesh& mesh);
 std::string TextStl(const Mesh& mesh);
 

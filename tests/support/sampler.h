@@ -4,7 +4,10 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <random>
 
 struct Sampler {
     const std::function<std::uint32_t()>& random;
@@ -32,5 +35,31 @@ struct Sampler {
         return static_cast<float>(size);
     }
 };
+
+struct RandomSource {
+    std::function<std::uint32_t()> numbers;
+};
+/// A sampler with numbers of its own.
+struct Draws : private RandomSource, Sampler {
+    explicit Draws(unsigned seed)
+        : RandomSource{[engine = std::mt19937(seed)]() mutable { return std::uint32_t(engine()); }},
+          Sampler{numbers}
+    {
+    }
+    Draws(const Draws&) = delete;
+};
+
+/// How many draws a test makes, and from which: a variable with first:count gives others than
+/// usual.
+struct DrawRange {
+    unsigned first = 1, count;
+};
+inline DrawRange DrawsFrom(const char* variable, unsigned usualCount)
+{
+    DrawRange range{1, usualCount};
+    if (const char* draws = std::getenv(variable))
+        (void)std::sscanf(draws, "%u:%u", &range.first, &range.count);
+    return range;
+}
 
 #endif

@@ -16,32 +16,25 @@ void Scale(Mesh& mesh, const Point& by)
 /// Shapes that are hard to prune: needles and sheets, slivers, collinear facets, T-junctions.
 Mesh RandomMesh(Sampler& draw, bool simple)
 {
+    const int kind = draw.Below(simple ? 5 : 4);
+    if (kind == 0)
+        return BoxMesh({0, 0, 0}, {float(1 + draw.Below(3)), float(1 + draw.Below(3)), 1});
+    if (kind == 1) return SphereMesh(4 + draw.Below(16), 1);
     Mesh mesh;
-    switch (draw.Below(simple ? 5 : 4)) {
-    case 0:
-        mesh = BoxMesh({0, 0, 0}, {float(1 + draw.Below(3)), float(1 + draw.Below(3)), 1});
-        break;
-    case 1:
-        mesh = SphereMesh(4 + draw.Below(16), 1);
-        break;
-    case 2:
+    if (kind == 2) {
         mesh = SphereMesh(5 + draw.Below(8), 1);
         Scale(mesh, {draw.Between(0.01, 3), draw.Between(0.5, 2), draw.Between(0.001, 1)});
-        break;
-    case 3:
-        for (int i = 0; i < 1 + draw.Below(4); ++i) {
-            const Point at{float(draw.Below(3)), float(draw.Below(3)), float(draw.Below(3))};
-            const Mesh box = BoxMesh(at, {at[0] + draw.Between(0.001, 2), at[1] + 1, at[2] + 1});
-            mesh.insert(mesh.end(), box.begin(), box.end());
-        }
-        break;
-    default: {
-        const auto seed = static_cast<unsigned>(draw.random());
-        mesh = SoupMesh(seed, 10 + draw.Below(60), 2);
-        // A triangle without area, which exposes the carried plane (docs/behaviour.md).
-        mesh.push_back({Point{0, 0, 0}, Point{1, 1, 1}, Point{2, 2, 2}});
+        return mesh;
     }
+    for (int i = 0; kind == 3 && i < 1 + draw.Below(4); ++i) {
+        const Point at{float(draw.Below(3)), float(draw.Below(3)), float(draw.Below(3))};
+        mesh = Joined({mesh, BoxMesh(at, {at[0] + draw.Between(0.001, 2), at[1] + 1, at[2] + 1})});
     }
+    if (kind == 3) return mesh;
+    const auto seed = static_cast<unsigned>(draw.random());
+    mesh = SoupMesh(seed, 10 + draw.Below(60), 2);
+    // A triangle without area, which exposes the carried plane (docs/behaviour.md).
+    mesh.push_back({Point{0, 0, 0}, Point{1, 1, 1}, Point{2, 2, 2}});
     return mesh;
 }
 
@@ -69,10 +62,8 @@ Scene BesideScene(Sampler& draw)
     const float length = draw.Size(0.5, 8), width = draw.Size(0.01, 4);
     Mesh a = BoxMesh({0, 0, -draw.Size(0.05, 2)}, {length, width, 0});
     const float far = draw.Size(1, 30);
-    for (const float at : {-far - 3, far}) {
-        const Mesh box = BoxMesh({at, at, at}, {at + 1, at + 1, at + 1});
-        a.insert(a.end(), box.begin(), box.end());
-    }
+    for (const float at : {-far - 3, far})
+        a = Joined({a, BoxMesh({at, at, at}, {at + 1, at + 1, at + 1})});
     const Point size{draw.Size(1e-3, 2), draw.Size(1e-3, 2), draw.Size(1e-3, 2)};
     const Mesh b =
         draw.Below(3) ? BoxMesh({0, 0, 0}, size) : TubeMesh(1 + draw.Below(8), 0.1f, 0.3f, size[2]);

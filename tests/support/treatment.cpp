@@ -4,19 +4,13 @@
 
 #include "query/deferred_sweep.h"
 #include "query/fast_detect.h"
+#include "support/sampler.h"
 #include "sweep/define.h"
 
 namespace
 {
 
-struct Draws {
-    const std::function<std::uint32_t()>& random;
-
-    int Below(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
-    float Between(double low, double high)
-    {
-        return static_cast<float>(low + (high - low) * random() * 0x1p-32);
-    }
+struct OddSampler : Sampler {
     float Gap()
     {
         const float gaps[] = {0, 0, 0, 0, 0.6e-4f, 1e-4f, 1.4e-4f, 2.2e-4f, 1e-2f};
@@ -30,7 +24,7 @@ struct Draws {
 };
 
 /// Steps and turns, some of them slight, most of them within the solids.
-Matrix RandomPose(Draws& draw, float size)
+Matrix RandomPose(OddSampler& draw, float size)
 {
     Matrix m = Translation(0, 0, 0);
     const auto u = static_cast<std::size_t>(draw.Below(3)), v = (u + 1) % 3;
@@ -45,7 +39,7 @@ Matrix RandomPose(Draws& draw, float size)
 }
 
 /// The same, most often with numbers in it that belong elsewhere.
-Matrix RandomMatrix(Draws& draw, float size)
+Matrix RandomMatrix(OddSampler& draw, float size)
 {
     Matrix m = RandomPose(draw, size);
     const int kind = draw.Below(8);
@@ -76,7 +70,7 @@ float SizeOf(const SOLIDC& solid)
 
 /// Among triangles on a grid one or more without area: collinear corners, or one point, or so small
 /// that its plane is lost.
-Mesh CrowdedSoup(Draws& draw)
+Mesh CrowdedSoup(OddSampler& draw)
 {
     const auto onGrid = [&](int steps) { return float(draw.Below(steps)) * 0.5f + draw.Gap(); };
     Mesh mesh(static_cast<std::size_t>(2 + draw.Below(30)));
@@ -98,7 +92,7 @@ Mesh CrowdedSoup(Draws& draw)
 
 Treatment RandomTreatment(const std::function<std::uint32_t()>& random, const Scene& scene)
 {
-    Draws draw{random};
+    OddSampler draw{{random}};
     const float first = SizeOf(*scene.a), second = SizeOf(*scene.b);
     Treatment t{};
     t.rotatesFirst = draw.Below(2), t.rotatesBefore = draw.Below(3) == 0;
@@ -127,9 +121,37 @@ std::pair<int, int> AskTreated(Scene& scene, const Treatment& treatment)
     return {fast, SolidInternals::WalkPlainly(a, b)};
 }
 
+std::pair<int, int> AskBothWays(SOLIDC& a, SOLIDC& b, Matrix start, Matrix end)
+{
+    DefineSweepDeferred(b, Rows(start), Rows(end));
+    const int fast = DetectFast(a, b);
+    CompleteSweep(b);
+    return {fast, SolidInternals::WalkPlainly(a, b)};
+}
+
+void UseFully(SOLIDC& solid)
+{
+    const auto box = LoadedSolid(BoxMesh({-1, -1, -1}, {4, 4, 4}));
+    Matrix start = Translation(0, 0, 0), end = Translation(3, 2, 1);
+    for (SOLIDC* moved : {&solid, box.get()})
+        for (Matrix* to : {&start, &end}) {
+            moved->SC_GTsweep(Rows(start), Rows(*to));
+            solid.SC_DetectIntersection(box.get());
+            box->SC_DetectIntersection(&solid);
+            box->Triangle_to_SolidBEdges(solid.triangles, &solid);
+        }
+    float corners[3][3];
+    for (int cursor = 0; cursor >= 0;)
+        cursor =
+            solid.SC_GetSweepTrianglesInBbox(cursor, 10 * solid.triangleCount, corners, nullptr);
+    solid.SC_Rotate(Rows(end));
+    int first, last;
+    solid.FindTriangles(box->bbox, &first, &last);
+}
+
 Scene RandomCrowdedScene(const std::function<std::uint32_t()>& random)
 {
-    Draws draw{random};
+    OddSampler draw{{random}};
     const float size[] = {0.25f, 0.5f, 1, 3};
     const auto side = [&] { return size[draw.Below(4)] + draw.Gap(); };
     const Mesh probe = draw.Below(3) ? BoxMesh({0, 0, 0}, {side(), side(), side()})

@@ -18,6 +18,12 @@ Treatment RandomTreatment(const std::function<std::uint32_t()>& random, const Sc
 /// Treats the pair and asks both ways. @return the fast answer and that of the plain walk
 std::pair<int, int> AskTreated(Scene& scene, const Treatment& treatment);
 
+/// The answer of the fast way and that of the plain walk for a second solid that moves.
+std::pair<int, int> AskBothWays(SOLIDC& a, SOLIDC& b, Matrix start, Matrix end);
+
+/// Everything that a host can do with a solid, however strange its numbers.
+void UseFully(SOLIDC& solid);
+
 /// On a coarse grid, give or take the contact tolerance, so that all special cases are frequent.
 Scene RandomCrowdedScene(const std::function<std::uint32_t()>& random);
 

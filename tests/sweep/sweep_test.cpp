@@ -9,12 +9,15 @@
 
 #include "mesh/triangle.h"
 #include "support/meshes.h"
+#include "support/vec.h"
 
 namespace
 {
 
 using Corners = std::array<float, 9>;
 using Ends = std::array<float, 6>;
+
+float everywhere[6] = {-1e9f, -1e9f, -1e9f, 1e9f, 1e9f, 1e9f};
 
 /// A box from the origin to (2, 3, 4), swept.
 std::unique_ptr<SOLIDC> MovedBox(Matrix start, Matrix end)
@@ -24,39 +27,29 @@ std::unique_ptr<SOLIDC> MovedBox(Matrix start, Matrix end)
     return solid;
 }
 
-std::vector<Corners> SweptTriangles(SOLIDC& solid)
+/// All that a walk of a solid gives.
+template <class Piece, class Walk>
+std::vector<Piece> Pieces(SOLIDC& solid, Walk walk)
 {
-    std::vector<Corners> all;
-    Corners out;
-    const auto corners = reinterpret_cast<float(*)[3]>(out.data());
+    std::vector<Piece> all;
+    Piece out;
     int cursor = 0;
-    while ((cursor = solid.SC_GetSweepTrianglesInBbox(cursor, 10 * solid.triangleCount, corners,
-                                                      nullptr)) >= 0)
+    while ((cursor = (solid.*walk)(cursor, 10 * solid.triangleCount,
+                                   reinterpret_cast<float(*)[3]>(out.data()), everywhere)) >= 0)
         all.push_back(out);
     return all;
 }
 
-std::vector<Ends> SweptEdges(SOLIDC& solid)
+std::vector<Corners> SweptTriangles(SOLIDC& solid)
 {
-    std::vector<Ends> all;
-    Ends out;
-    const auto ends = reinterpret_cast<float(*)[3]>(out.data());
-    float everywhere[6] = {-1e9f, -1e9f, -1e9f, 1e9f, 1e9f, 1e9f};
-    int cursor = 0;
-    while ((cursor = solid.SC_GetSweepEdgesInBbox(cursor, 10 * solid.triangleCount, ends,
-                                                  everywhere)) >= 0)
-        all.push_back(out);
-    return all;
+    return Pieces<Corners>(solid, &SOLIDC::SC_GetSweepTrianglesInBbox);
 }
 
 double Volume(const std::vector<Corners>& surface)
 {
     double volume = 0;
     for (const Corners& c : surface)
-        volume += (double(c[0]) * (double(c[4]) * c[8] - double(c[5]) * c[7]) +
-                   double(c[1]) * (double(c[5]) * c[6] - double(c[3]) * c[8]) +
-                   double(c[2]) * (double(c[3]) * c[7] - double(c[4]) * c[6])) /
-                  6;
+        volume += Product(Widened(&c[0]), Normal(Widened(&c[3]), Widened(&c[6]))) / 6;
     return volume;
 }
 
@@ -81,8 +74,8 @@ TEST(Sweep, EqualPosesPlaceTheSolid)
 {
     const auto box = MovedBox(Translation(5, 6, 7), Translation(5, 6, 7));
     EXPECT_EQ(box->isSwept, 0);
-    std::set<Ends> edges;
-    for (const Ends& edge : SweptEdges(*box)) edges.insert(edge);
+    const auto ends = Pieces<Ends>(*box, &SOLIDC::SC_GetSweepEdgesInBbox);
+    const std::set<Ends> edges(ends.begin(), ends.end());
     EXPECT_EQ(edges.size(), static_cast<std::size_t>(box->edgeCount)) << "each edge comes out";
     EXPECT_EQ(SweptTriangles(*box).size(), static_cast<std::size_t>(box->triangleCount));
     for (int v = 0; v < box->vertexCount; ++v)
@@ -107,12 +100,12 @@ TEST(Sweep, RotationBetweenPosesIsAveragedAway)
 // The kept position (docs/behaviour.md).
 TEST(Sweep, VertexWithoutImageKeepsItsPosition)
 {
-    Matrix vanishing = Translation(0, 0, 0), half = Translation(0, 0, 0);
-    half[3][3] = 2;
-    auto box = MovedBox(half, half);
+    Matrix pose = Translation(0, 0, 0);
+    pose[3][3] = 2;
+    auto box = MovedBox(pose, pose);
     EXPECT_EQ(box->sweepBbox[3], 1.0f);
-    vanishing[3][3] = 0;
-    box->SC_GTsweep(Rows(vanishing), Rows(vanishing));
+    pose[3][3] = 0;
+    box->SC_GTsweep(Rows(pose), Rows(pose));
     EXPECT_EQ(box->sweepBbox[3], 1.0f);
 }
 
@@ -138,7 +131,7 @@ TEST(Sweep, SimpleSolidIsNeverSweptAndHasNoEdges)
 TEST(EdgeWalk, HitAtStepNineCarriesIntoTheNextTriangle)
 {
     const auto box = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
-    float everywhere[6] = {-99, -99, -99, 99, 99, 99}, edge[2][3];
+    float edge[2][3];
     int carried = 0;
     for (int t = 0; t + 1 < box->triangleCount; ++t) {
         float expected[2][3];
@@ -172,7 +165,7 @@ TEST(EdgeWalk, HostileCursorsAndLimitsStayInside)
 {
     const auto full = MovedBox(Translation(0, 0, 0), Translation(10, 0, 0));
     const auto simple = LoadedSolid(BoxMesh({0, 0, 0}, {2, 3, 4}), 1);
-    float everywhere[6] = {-99, -99, -99, 99, 99, 99}, out[3][3] = {};
+    float out[3][3] = {};
     const int lowest = -2147483647 - 1, highest = 2147483647;
     for (SOLIDC* solid : {full.get(), simple.get()})
         for (int cursor : {lowest, -11, -10, -9, -1, 0, 9, 10 * solid->triangleCount - 1,
@@ -194,12 +187,11 @@ TEST(EdgeWalk, HostileCursorsAndLimitsStayInside)
 // The step guard (docs/behaviour.md): a tetrahedron has six edges, fewer than the steps.
 TEST(EdgeWalk, SolidWithFewEdgesEndsEarly)
 {
-    const Point a{0, 0, 0}, b{9, 0, 0}, c{0, 9, 0}, d{0, 0, 9};
-    auto solid = BareSolid({{a, c, b}, {a, b, d}, {a, d, c}, {b, c, d}});
+    const auto solid = BareSolid(TetraMesh({0, 0, 0}, {9, 0, 0}, {0, 9, 0}, {0, 0, 9}));
     Matrix start = Translation(0, 0, 0), end = Translation(50, 50, 50);
     solid->SC_GTsweep(Rows(start), Rows(end));
     ASSERT_EQ(solid->edgeCount, 6);
-    float everywhere[6] = {-99, -99, -99, 99, 99, 99}, out[2][3];
+    float out[2][3];
     EXPECT_GE(solid->SC_GetSweepEdgesInBbox(5, 40, out, everywhere), 0);
     EXPECT_EQ(solid->SC_GetSweepEdgesInBbox(6, 40, out, everywhere), -1);
 }
