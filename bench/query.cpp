@@ -225,7 +225,7 @@ BENCHMARK_CAPTURE(Query, hit_moved, kHit, true)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, fit_placed, kFit, false)->Apply(SmallSizes);
 BENCHMARK_CAPTURE(Query, fit_moved, kFit, true)->Apply(SmallSizes);
 BENCHMARK_CAPTURE(Odd, crowded, kCrowded, kTool)->Apply(OddSizes);
-BENCHMARK_CAPTURE(Odd, crowded_without_area, kCrowdedWithoutArea, kTool)->Apply(OddSizes);
+BENCHMARK_CAPTURE(Odd, crowded_degenerate_facets, kCrowdedWithoutArea, kTool)->Apply(OddSizes);
 BENCHMARK_CAPTURE(Odd, rotated_first, kSpheres, kRotatedFirst)->Apply(OddSizes);
 BENCHMARK_CAPTURE(Odd, rotated_second, kSpheres, kRotatedSecond)->Apply(OddSizes);
 BENCHMARK_CAPTURE(Odd, rotated_late, kSpheres, kRotatedLate)->Apply(OddSizes);

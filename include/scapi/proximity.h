@@ -36,7 +36,7 @@ enum {
     SCAPI_ERROR_EMPTY = -2014,      /* a mesh has no triangles */
     SCAPI_ERROR_INDEX = -2015,      /* an index names no vertex */
     SCAPI_ERROR_SHAPE = -2016,      /* sizes of a box, cylinder, cone or profile make no solid */
-    SCAPI_ERROR_TOO_MANY = -2017,   /* more than SCAPI_MOST_TRIANGLES */
+    SCAPI_ERROR_TOO_MANY = -2017,   /* more than SCAPI_MAX_TRIANGLES */
     SCAPI_ERROR_POSE_NUMBER = -2020,     /* a pose or motion holds NaN, infinity or a huge number */
     SCAPI_ERROR_POSE_TRANSPOSED = -2021, /* looks like columns where rows belong */
     SCAPI_ERROR_POSE_SCALED = -2022,     /* rows are orthogonal, but not of length 1 */
@@ -51,9 +51,9 @@ enum {
 /* What a code means and what to do about it. Never null; a static string. */
 SCAPI_EXPORT const char* scapi_error_text(int code);
 
-#define SCAPI_MOST_TRIANGLES 268435456 /* of a mesh */
-#define SCAPI_MOST_COORDINATE 1e9      /* of a vertex, a pose, a path: absolute value */
-#define SCAPI_MOST_ANGLE 1e7           /* of a motion, radians: absolute value */
+#define SCAPI_MAX_TRIANGLES 268435456 /* of a mesh */
+#define SCAPI_MAX_COORDINATE 1e9      /* of a vertex, a pose, a path: absolute value */
+#define SCAPI_MAX_ANGLE 1e7           /* of a motion, radians: absolute value */
 
 /* --------------------------------------------------------------------------------- meshes --- */
 
@@ -170,7 +170,7 @@ typedef struct scapi_motion {
     double pivot[3]; /* body coordinates */
     double path[3];  /* world */
     double axis[3];  /* world; unit vector within 1e-6, or anything finite where angle is 0 */
-    double angle;    /* radians, of any number of turns up to SCAPI_MOST_ANGLE */
+    double angle;    /* radians, of any number of turns up to SCAPI_MAX_ANGLE */
 } scapi_motion;
 
 /* The motion from one pose to another, with the shortest rotation.
@@ -348,14 +348,15 @@ typedef struct scapi_diagnosis {
         nested_shells; /* closed parts whose boxes lie in that of another part; cavities, perhaps */
     double volume;     /* signed; of closed meshes, else 0 */
     double area;
-    double extent[3];             /* of the bounding box */
-    double extent_if_inches[3];   /* the same in mm, if the unit was an inch */
-    scapi_finding open_edges;     /* one triangle */
-    scapi_finding crowded_edges;  /* more than two */
-    scapi_finding reversed_edges; /* two triangles that run it the same way */
-    scapi_finding duplicates;     /* the same corners as another facet, in the same sense */
-    scapi_finding opposed;        /* the same corners, in the opposite sense */
-    scapi_finding without_area;   /* two corners equal after welding, or three in a line exactly */
+    double extent[3];                /* of the bounding box */
+    double extent_if_inches[3];      /* the same in mm, if the unit was an inch */
+    scapi_finding open_edges;        /* one triangle */
+    scapi_finding nonmanifold_edges; /* more than two */
+    scapi_finding reversed_edges;    /* two triangles that run it the same way */
+    scapi_finding duplicates;        /* the same corners as another facet, in the same sense */
+    scapi_finding opposed;           /* the same corners, in the opposite sense */
+    scapi_finding
+        degenerate_facets;        /* two corners equal after welding, or three in a line exactly */
     scapi_finding self_crossings; /* pairs of triangles; the facet is the lower number */
     int32_t self_crossings_complete; /* 1: all were looked for, within the budget */
     int32_t reserved;

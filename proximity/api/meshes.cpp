@@ -22,7 +22,7 @@ int ReadMeshOptions(const scapi_mesh_options* given, scapi_mesh_options& options
     if (code != SCAPI_OK) return code;
     if (options.scale == 0) options.scale = 1;
     const bool good =
-        options.scale > 0 && options.scale <= SCAPI_MOST_COORDINATE &&
+        options.scale > 0 && options.scale <= SCAPI_MAX_COORDINATE &&
         options.chord_tolerance >= 0 && options.reserved == 0 &&
         (options.segments == 0 || (3 <= options.segments && options.segments <= kMostSegments));
     return good ? SCAPI_OK : SCAPI_ERROR_OPTIONS;
@@ -52,7 +52,7 @@ Failure CopyTriangles(const float* vertices, std::int64_t vertexCount, const std
                       std::int64_t triangleCount, double scale, Triangles& triangles)
 {
     if (triangleCount <= 0 || vertexCount <= 0) return {SCAPI_ERROR_EMPTY, -1};
-    if (triangleCount > SCAPI_MOST_TRIANGLES) return {SCAPI_ERROR_TOO_MANY, -1};
+    if (triangleCount > SCAPI_MAX_TRIANGLES) return {SCAPI_ERROR_TOO_MANY, -1};
     if (!indices && vertexCount / 3 < triangleCount) return {SCAPI_ERROR_INDEX, vertexCount / 3};
     triangles.reserve(static_cast<std::size_t>(triangleCount));
     for (std::int64_t t = 0; t < triangleCount; ++t) {
@@ -223,7 +223,7 @@ int scapi_diagnose(const scapi_mesh* mesh, const scapi_diagnose_options* options
     scapi_diagnose_options read;
     if (const int code = CopyOptions(options, SCAPI_SELF_CROSSINGS, read); code != SCAPI_OK)
         return code;
-    if (!(0 <= read.weld && read.weld <= SCAPI_MOST_COORDINATE)) return SCAPI_ERROR_TOLERANCE;
+    if (!(0 <= read.weld && read.weld <= SCAPI_MAX_COORDINATE)) return SCAPI_ERROR_TOLERANCE;
     DiagnoseLimits limits{read.weld, (read.flags & SCAPI_SELF_CROSSINGS) != 0, 0};
     if (!ReadBudget(read.budget, limits.budget)) return SCAPI_ERROR_OPTIONS;
     return Guard([&]() -> int {

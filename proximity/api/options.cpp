@@ -8,7 +8,7 @@ namespace
 constexpr std::int64_t kDefaultBudget = 50000000;
 
 /// False for NaN.
-bool IsLength(double x) { return 0 <= x && x <= SCAPI_MOST_COORDINATE; }
+bool IsLength(double x) { return 0 <= x && x <= SCAPI_MAX_COORDINATE; }
 
 } // namespace
 

@@ -39,7 +39,7 @@ constexpr Leaf LeafOf(std::int32_t child)
     return {~child / kMostInLeaf, ~child % kMostInLeaf + 1};
 }
 constexpr bool IsLeaf(std::int32_t child) { return child < 0; }
-static_assert(std::int64_t{SCAPI_MOST_TRIANGLES} * kMostInLeaf - 1 <= INT32_MAX);
+static_assert(std::int64_t{SCAPI_MAX_TRIANGLES} * kMostInLeaf - 1 <= INT32_MAX);
 
 /// A box and its slab, relative to the centre of the body.
 struct Box {
@@ -88,7 +88,7 @@ struct Tree {
 /// Builds by binned surface area heuristic (Wald 2007), without recursion. Where that finds nothing
 /// to split by, or goes too deep, ranges are halved: no depth beyond 100, whatever the triangles
 /// are.
-/// @param triangles  at least one, at most SCAPI_MOST_TRIANGLES, coordinates good
+/// @param triangles  at least one, at most SCAPI_MAX_TRIANGLES, coordinates good
 Tree BuildTree(Triangles triangles);
 
 } // namespace proximity

@@ -106,7 +106,7 @@ Failure ReadText(const Source& source, Triangles& triangles)
         const Next next = TakeNextText(source, facet);
         if (next == Next::kEnd) return {};
         if (next == Next::kDamage) return {SCAPI_ERROR_FACET, number};
-        if (number == SCAPI_MOST_TRIANGLES) return {SCAPI_ERROR_TOO_MANY, number};
+        if (number == SCAPI_MAX_TRIANGLES) return {SCAPI_ERROR_TOO_MANY, number};
         if (!Finish(source, facet)) return {SCAPI_ERROR_COORDINATE, number};
         triangles.push_back(facet);
     }
@@ -117,7 +117,7 @@ Failure ReadBinary(const Source& source, std::int64_t length, Triangles& triangl
     SkipBytes(*source.buffer, 80);
     std::uint32_t count = 0;
     if (!TakeBytes(*source.buffer, &count, sizeof count)) return {SCAPI_ERROR_FILE, -1};
-    if (count > SCAPI_MOST_TRIANGLES) return {SCAPI_ERROR_FILE, -1};
+    if (count > SCAPI_MAX_TRIANGLES) return {SCAPI_ERROR_FILE, -1};
     // What the length doesn't bear out is not worth memory.
     const std::int64_t borne = std::max<std::int64_t>(0, (length - kHeaderBytes + 2) / kFacetBytes);
     triangles.reserve(static_cast<std::size_t>(std::min<std::int64_t>(count, borne)));

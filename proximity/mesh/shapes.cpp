@@ -98,7 +98,7 @@ int MakeRevolved(std::span<const ProfilePoint> profile, const Chords& chords, do
     const int segments = SegmentsFor(chords, radius);
     if (segments == 0) return SCAPI_ERROR_SHAPE;
     const std::vector<ProfilePoint> closed = WithDiscs(profile);
-    if (closed.size() * static_cast<std::size_t>(segments) > SCAPI_MOST_TRIANGLES / 2)
+    if (closed.size() * static_cast<std::size_t>(segments) > SCAPI_MAX_TRIANGLES / 2)
         return SCAPI_ERROR_TOO_MANY;
     std::vector<Point> below, ring(static_cast<std::size_t>(segments));
     for (std::size_t i = 0; i < closed.size(); ++i) {

@@ -26,7 +26,7 @@ struct Failure {
 
 /// False for NaN too. Beyond the limit, squares of differences could overflow the floats of the
 /// bounding volume hierarchy, and an infinite distance would read as clear.
-inline bool IsGoodCoordinate(double x) { return std::fabs(x) <= SCAPI_MOST_COORDINATE; }
+inline bool IsGoodCoordinate(double x) { return std::fabs(x) <= SCAPI_MAX_COORDINATE; }
 
 inline bool IsGoodTriangle(const FloatTriangle& triangle)
 {

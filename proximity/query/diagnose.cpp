@@ -52,7 +52,7 @@ struct Collector {
 
 void JudgeEdges(const Triangles& triangles, const Welded& welded, scapi_diagnosis& out)
 {
-    Collector open(out.open_edges), crowded(out.crowded_edges), reversed(out.reversed_edges);
+    Collector open(out.open_edges), crowded(out.nonmanifold_edges), reversed(out.reversed_edges);
     out.closed = 1;
     ForEachEdge(SortedEdgeUses(welded), [&](std::span<const EdgeUse> uses) {
         ++out.edges;
@@ -93,7 +93,7 @@ struct Corners {
 
 void JudgeFacets(const Triangles& triangles, const Welded& welded, scapi_diagnosis& out)
 {
-    Collector duplicates(out.duplicates), opposed(out.opposed), flat(out.without_area);
+    Collector duplicates(out.duplicates), opposed(out.opposed), flat(out.degenerate_facets);
     std::vector<Corners> corners;
     for (std::size_t t = 0; t < triangles.size(); ++t) {
         const auto& v = welded.triangle[t];

@@ -122,7 +122,7 @@ int CheckMotion(const scapi_motion& motion)
     const int code = CheckPose(motion.start);
     if (code != SCAPI_OK) return code;
     if (!IsGoodMagnitude(motion.pivot, 3) || !IsGoodMagnitude(motion.path, 3) ||
-        !IsGoodMagnitude(motion.axis, 3) || !(std::fabs(motion.angle) <= SCAPI_MOST_ANGLE))
+        !IsGoodMagnitude(motion.axis, 3) || !(std::fabs(motion.angle) <= SCAPI_MAX_ANGLE))
         return SCAPI_ERROR_POSE_NUMBER;
     if (motion.angle != 0 && !(std::fabs(Length(VecOf(motion.axis)) - 1) <= kRigidWithin))
         return SCAPI_ERROR_AXIS;

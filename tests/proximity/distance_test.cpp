@@ -172,6 +172,20 @@ TEST(ProximityDistance, MovingBothBodiesOrShufflingTrianglesChangesNothing)
     }
 }
 
+TEST(ProximityRegression, TrianglesNearlyTouchingAreNotHundredsApart)
+{
+    // In floats and a translation: corners of size 8000, 2^-31 apart, where a solver that leaves
+    // early or drops small edges answers with the distance of two far corners.
+    const float x = 8000, y = 6817.7675f, y2 = 6327.6343f, z = 571.0017f;
+    const MeshPtr a = FromFloats({x, y, z, 7500, y, z, 7500, y2, z});
+    const MeshPtr b = FromFloats({x, y2, 88.33662f, 7500, y2, 88.33662f, 7500, y2, 1015.9309f});
+    const double gap = 0x1p-31;
+    const scapi_result result = Distance(a, kIdentity, b, At(0, -gap, 0));
+    EXPECT_LE(result.lower, gap + 1e-11);
+    EXPECT_GE(result.upper, gap);
+    EXPECT_LE(result.upper, gap + 1e-10);
+}
+
 TEST(ProximityRegression, FineChamferOnALargeFrameIsHit)
 {
     // A block of 2000 whose top edge is cut by 3e-4: with coordinates of the frame's size, the

@@ -166,7 +166,7 @@ TEST(ProximityMesh, ShapesAreClosedAndHaveTheirVolume)
         SCOPED_TRACE(c.shape);
         scapi_diagnosis found{};
         EXPECT_EQ(scapi_diagnose(c.mesh.get(), nullptr, &found), SCAPI_OK);
-        EXPECT_TRUE(found.closed && !found.inside_out && found.without_area.count == 0);
+        EXPECT_TRUE(found.closed && !found.inside_out && found.degenerate_facets.count == 0);
         EXPECT_NEAR(found.volume, c.volume, 2e-7 * c.volume);
     }
     scapi_mesh* mesh = nullptr;
@@ -388,9 +388,10 @@ TEST(ProximityDiagnose, FindsWhatIsWrongAndWhere)
     const Case cases[] = {
         {"Open", {box.begin() + 9, box.end()}, &scapi_diagnosis::open_edges, 3, 0},
         {"Twice", Joined(box, {&box[18], &box[27]}), &scapi_diagnosis::duplicates, 1, 12},
-        {"Crowded", Joined(box, {&box[18], &box[27]}), &scapi_diagnosis::crowded_edges, 3, 0},
+        {"Crowded", Joined(box, {&box[18], &box[27]}), &scapi_diagnosis::nonmanifold_edges, 3, 0},
         {"Reversed", flipped, &scapi_diagnosis::reversed_edges, 3, 0},
-        {"NoArea", Joined(box, {5, 5, 5, 6, 6, 6, 7, 7, 7}), &scapi_diagnosis::without_area, 1, 12},
+        {"NoArea", Joined(box, {5, 5, 5, 6, 6, 6, 7, 7, 7}), &scapi_diagnosis::degenerate_facets, 1,
+         12},
         {"Sound", box, &scapi_diagnosis::self_crossings, 0, -1},
     };
     for (const Case& c : cases) {
