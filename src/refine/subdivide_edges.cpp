@@ -99,7 +99,7 @@ bool Break(Refinement& r, int e, int pieces)
 }
 
 /// One pass over the edges that exist when it begins; what it adds waits for the next, when flips
-/// have had their chance. @return the largest ratio of an edge that was broken, 0 when none was
+/// have been made. @return the largest ratio of an edge that was broken, 0 when none was
 float BreakPass(Refinement& r)
 {
     float largest = 0;
