@@ -1,4 +1,5 @@
-/* Solid interference for machine-tool simulation: the calls of a host, for C99 and C++.
+/** @file
+ * Solid interference for machine-tool simulation: the calls of a host, for C99 and C++.
  *
  * A host addresses a solid by its slot, a number from 0 to 299. Lengths are in the unit of the
  * files that it loads, the contact tolerance of 1e-4 included. A box is six floats: minimum x, y,
@@ -19,41 +20,49 @@
 extern "C" {
 #endif
 
-/* Slots of the table, numbered from 0. */
+/** @defgroup scapi_results Slots and results
+ * @{ */
+
+/** Slots of the table, numbered from 0. */
 #define SCAPI_SLOT_COUNT 300
 
-/* Results. One number can mean different things on different calls, so each name says whose it is.
+/** Results. One number can mean different things on different calls, so each name says whose it is.
  */
 enum SCAPI_RESULT {
-    SCAPI_SUCCESS = 0,          /* all calls, where they have nothing else to say */
-    SCAPI_INTERFERENCE = 1,     /* SCAPI_DetectInterference: contact */
-    SCAPI_NO_INTERFERENCE = 2,  /* SCAPI_DetectInterference: no contact found */
-    SCAPI_NOT_WRITTEN = 1,      /* a file could not be written, or not wholly */
-    SCAPI_END_OF_WALK = -1,     /* in *cursor, never returned: nothing was written by this call */
-    SCAPI_NO_FILE = -1,         /* inside the library: there is no cache file to open */
-    SCAPI_NULL_PATH = -51,      /* a path that has to be there is null */
-    SCAPI_LOOSE_VERTEX = -100,  /* inside the library: a vertex has fewer than three corners */
-    SCAPI_OPEN_SIDE = -101,     /* a side of a triangle has no neighbour: the mesh is not closed */
-    SCAPI_DAMAGED_FILE = -400,  /* inside the library: a cache file is cut or contradicts itself */
-    SCAPI_OTHER_VERSION = -401, /* inside the library: a cache file of another format version */
-    SCAPI_EMPTY_SLOT = -901,    /* no solid in the slot; SCAPI_GetBbox: or no triangles in it */
-    SCAPI_BAD_SOLID_ID = -902,  /* the slot number is not in 0 to 299 */
-    SCAPI_TOO_SMALL = -903,     /* a box or cylinder under the least size */
-    SCAPI_SIMPLE_SOLID = -904,  /* inside the library: a simple solid has no such list */
-    SCAPI_DAMAGED_SIMPLE_FILE = -905, /* inside the library: as -400, in a file without edges */
-    SCAPI_UNREADABLE = 65535          /* the STL file is missing or is no STL; note the sign */
+    SCAPI_SUCCESS = 0,         /**< all calls, where they have nothing else to say */
+    SCAPI_INTERFERENCE = 1,    /**< SCAPI_DetectInterference: contact */
+    SCAPI_NO_INTERFERENCE = 2, /**< SCAPI_DetectInterference: no contact found */
+    SCAPI_NOT_WRITTEN = 1,     /**< a file could not be written, or not wholly */
+    SCAPI_END_OF_WALK = -1,    /**< in *cursor, never returned: nothing was written by this call */
+    SCAPI_NO_FILE = -1,        /**< inside the library: there is no cache file to open */
+    SCAPI_NULL_PATH = -51,     /**< a path that has to be there is null */
+    SCAPI_LOOSE_VERTEX = -100, /**< inside the library: a vertex has fewer than three corners */
+    SCAPI_OPEN_SIDE = -101,    /**< a side of a triangle has no neighbour: the mesh is not closed */
+    SCAPI_DAMAGED_FILE = -400, /**< inside the library: a cache file is cut or contradicts itself */
+    SCAPI_OTHER_VERSION = -401, /**< inside the library: a cache file of another format version */
+    SCAPI_EMPTY_SLOT = -901,    /**< no solid in the slot; SCAPI_GetBbox: or no triangles in it */
+    SCAPI_BAD_SOLID_ID = -902,  /**< the slot number is not in 0 to 299 */
+    SCAPI_TOO_SMALL = -903,     /**< a box or cylinder under the least size */
+    SCAPI_SIMPLE_SOLID = -904,  /**< inside the library: a simple solid has no such list */
+    SCAPI_DAMAGED_SIMPLE_FILE = -905, /**< inside the library: as -400, in a file without edges */
+    SCAPI_UNREADABLE = 65535          /**< the STL file is missing or is no STL; note the sign */
 };
 
-/* Loads an STL file, text or binary, into a slot.
+/** @}
+ * @defgroup scapi_files Loads and saves
+ * @{ */
+
+/** Loads an STL file, text or binary, into a slot.
  *
  * What stood in the slot is destroyed first, whatever comes of the load.
- * path    names the file, 595 bytes at most; a longer one counts as a file that cannot be opened.
- *         It may end in "(STL_SWAP_ZXY)" or "(STL_SWAP_YZX)", which is no part of the file's name:
- *         every triple (x, y, z) of the file is then taken as (y, z, x) or (z, x, y).
- *         Null only empties the slot.
- * simple  0 for a full solid, which has to be closed; anything else for a simple one, a bag of
- *         triangles that can be hit, but has no edges that hit.
- * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_NOT_WRITTEN, a success: the solid is good, only its cache
+ * @param solidId  0 to 299
+ * @param path     names the file, 595 bytes at most; a longer one counts as a file that cannot be
+ *                 opened. It may end in "(STL_SWAP_ZXY)" or "(STL_SWAP_YZX)", which is no part of
+ *                 the file's name: every triple (x, y, z) of the file is then taken as (y, z, x) or
+ *                 (z, x, y). Null only empties the slot.
+ * @param simple   0 for a full solid, which has to be closed; anything else for a simple one, a bag
+ *                 of triangles that can be hit, but has no edges that hit.
+ * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_NOT_WRITTEN, a success: the solid is good, only its cache
  * could not be written; SCAPI_UNREADABLE, with a solid without triangles left in the slot;
  * SCAPI_OPEN_SIDE with an empty solid; solidId when path is null.
  *
@@ -77,6 +86,7 @@ enum SCAPI_RESULT {
  * - when two files differ only in extension or in its case: they share one cache;
  * - when a path ends in a swap marker: it has no time, so its cache never ages, serves both
  *   markers, and is taken even when the STL file is gone.
+ *
  * Whatever plain file stands at the cache's place is replaced, unless it is the source itself. A
  * current cache of a full solid serves a wish for a simple one, and stays full. With simple 1, a
  * current cache of a simple solid that is cut in its counts, or has counts that contradict each
@@ -84,27 +94,31 @@ enum SCAPI_RESULT {
  */
 SCAPI_EXPORT int SCAPI_LoadSTL(int solidId, unsigned char* path, int simple);
 
-/* Builds a box in a slot, as a full solid. What stood in the slot is destroyed first.
+/** Builds a box in a slot, as a full solid. What stood in the slot is destroyed first.
  *
- * box  six floats; on each axis minimum + 1e-4 < maximum.
- * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_TOO_SMALL, with the slot left empty. */
+ * @param box  six floats; on each axis minimum + 1e-4 < maximum.
+ * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_TOO_SMALL, with the slot left empty. */
 SCAPI_EXPORT int SCAPI_LoadBox(int solidId, float* box);
 
-/* Builds a cylinder of 32 segments in a slot, as a full solid. What stood there is destroyed first.
+/** Builds a cylinder of 32 segments in a slot, as a full solid, and destroys what stood there.
  *
- * axisStart, axisEnd  the ends of its axis, three floats each, more than 1e-4 apart.
- * radius              above 1e-4.
- * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_TOO_SMALL, with the slot left empty. */
+ * @param axisStart, axisEnd  the ends of its axis, three floats each, more than 1e-4 apart.
+ * @param radius              above 1e-4.
+ * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_TOO_SMALL, with the slot left empty. */
 SCAPI_EXPORT int SCAPI_LoadCylinder(int solidId, float* axisStart, float* axisEnd, float radius);
 
-/* Writes the triangles of a solid as a binary STL file, as they stand after refinement.
+/** Writes the triangles of a solid as a binary STL file, as they stand after refinement.
  *
- * path  replaces the file that is there; a swap marker is cut off.
- * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT; SCAPI_NULL_PATH; SCAPI_NOT_WRITTEN when the file
+ * @param path  replaces the file that is there; a swap marker is cut off.
+ * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT; SCAPI_NULL_PATH; SCAPI_NOT_WRITTEN when the file
  * cannot be created. */
 SCAPI_EXPORT int SCAPI_SaveSTL(int solidId, unsigned char* path);
 
-/* Places a solid, or moves it in a straight line from one pose to another.
+/** @}
+ * @defgroup scapi_motion Placing, moving and asking
+ * @{ */
+
+/** Places a solid, or moves it in a straight line from one pose to another.
  *
  * Both matrices are replaced by their element-wise mean, shifted so that the centre of the
  * solid's box lands where each of them puts it: a rotation between the poses is averaged away, and
@@ -116,12 +130,12 @@ SCAPI_EXPORT int SCAPI_SaveSTL(int solidId, unsigned char* path);
  * solid that its poses turn is swept with the wrong faces, and hits can be missed that its end pose
  * alone, placed, has. Load a solid that is to be swept in the orientation in which it moves, or
  * step it as placements.
- * start, end  matrices; they are used as they are, scale and shear included. With elements that are
- *             not finite the solid is nowhere, and nothing is hit.
- * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT. */
+ * @param start, end  matrices; they are used as they are, scale and shear included. With elements
+ *                    that are not finite the solid is nowhere, and nothing is hit.
+ * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT. */
 SCAPI_EXPORT int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4]);
 
-/* Does an edge of solid B, as placed or moved, hit a triangle of solid A where A was loaded?
+/** Does an edge of solid B, as placed or moved, hit a triangle of solid A where A was loaded?
  *
  * Contact within 1e-4 counts, containment does not, and (a, b) is another question than (b, a).
  *
@@ -136,6 +150,7 @@ SCAPI_EXPORT int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4])
  *   for a simple B, and for matrices that are not finite;
  * - for an A without an octree, see SCAPI_LoadSTL;
  * - for solids whose boxes only touch: the tolerance acts where boxes overlap.
+ *
  * Surfaces that coincide can give either answer: a box in the place of its copy gives none, a
  * cylinder contact.
  *
@@ -148,65 +163,73 @@ SCAPI_EXPORT int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4])
  *
  * The first query of a solid builds what later ones use: 0.1 to 0.6 s for solids of 80,000 to
  * 215,000 triangles.
- * Returns SCAPI_INTERFERENCE, SCAPI_NO_INTERFERENCE; SCAPI_BAD_SOLID_ID when either number is out
+ * @return SCAPI_INTERFERENCE, SCAPI_NO_INTERFERENCE; SCAPI_BAD_SOLID_ID when either number is out
  * of range; SCAPI_EMPTY_SLOT when either slot is empty. */
 SCAPI_EXPORT int SCAPI_DetectInterference(int solidA, int solidB);
 
-/* Can two solids meet at all, each on its way from a start to an end pose? By boxes alone.
+/** Can two solids meet at all, each on its way from a start to an end pose? By boxes alone.
  *
- * startA ... endB  matrices, 16 floats in row order.
- * Returns 1 when their boxes meet or touch in the frames of both, when the start and end of A
+ * @param startA, endA, startB, endB  matrices, 16 floats in row order.
+ * @return 1 when their boxes meet or touch in the frames of both, when the start and end of A
  * differ so much that a part of its motion could be missed, or when the start matrix that is needed
  * next has no inverse; 0 when they do not meet, when a slot is empty, or when a number is out of
  * range. */
 SCAPI_EXPORT int SCAPI_BboxesInterference(int solidA, float* startA, float* endA, int solidB,
                                           float* startB, float* endB);
 
-/* Transforms the triangles of a solid in place, and nothing else: its boxes, its vertices and its
+/** Transforms the triangles of a solid in place, and nothing else: its boxes, its vertices and its
  * octree go on describing the solid as it was loaded. So SCAPI_GetBbox and SCAPI_GetVertex give the
  * old place, and as the first solid of a detection it is reliably found neither there nor where it
  * is now. To move a solid use SCAPI_DefSweep.
  *
- * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT. */
+ * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT. */
 SCAPI_EXPORT int SCAPI_Rotate(int solidId, float (*matrix)[4]);
 
-/* Reads the vertices of a full solid, at rest, one a call.
+/** @}
+ * @defgroup scapi_readback Reading back
+ * @{ */
+
+/** Reads the vertices of a full solid, at rest, one a call.
  *
- * cursor  set it to 0 before the first call and hand it back unchanged; SCAPI_END_OF_WALK in it
- *         after a call means that the walk was over and nothing was written.
- * xyz     three floats.
- * Returns 0, also at the end; SCAPI_BAD_SOLID_ID, *cursor unchanged; SCAPI_EMPTY_SLOT, *cursor
+ * @param cursor  set it to 0 before the first call and hand it back unchanged; SCAPI_END_OF_WALK in
+ *                it after a call means that the walk was over and nothing was written.
+ * @param xyz     three floats.
+ * @return 0, also at the end; SCAPI_BAD_SOLID_ID, *cursor unchanged; SCAPI_EMPTY_SLOT, *cursor
  * then -1. A simple solid has no vertices. */
 SCAPI_EXPORT int SCAPI_GetVertex(int solidId, int* cursor, float* xyz);
 
-/* Reads the triangles of a solid, at rest, one a call; cursor and results as above.
+/** Reads the triangles of a solid, at rest, one a call; cursor and results as above.
  *
- * corners  three points.
- * normal   three floats, or null.
+ * @param corners  three points.
+ * @param normal   three floats, or null.
+ *
  * On a simple solid the walk gives the triangles as loaded and hides what refinement appended;
  * the call that sets *cursor to -1 may have written to the outputs, which then mean nothing. */
 SCAPI_EXPORT int SCAPI_GetTriangles(int solidId, int* cursor, float (*corners)[3], float* normal);
 
-/* Reads the vertex numbers of the triangles of a full solid; cursor and results as above.
+/** Reads the vertex numbers of the triangles of a full solid; cursor and results as above.
  *
- * vertexIndices  three ints, indices in the order in which SCAPI_GetVertex walks.
- * spare          not used. */
+ * @param vertexIndices  three ints, indices in the order in which SCAPI_GetVertex walks.
+ * @param spare          not used. */
 SCAPI_EXPORT int SCAPI_GetLoop(int solidId, int* cursor, int* vertexIndices, float* spare);
 
-/* The box of a solid at rest.
+/** The box of a solid at rest.
  *
- * bbox  six floats, or null to ask only whether there are triangles.
- * Returns 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT for an empty slot or a solid without triangles,
+ * @param bbox  six floats, or null to ask only whether there are triangles.
+ * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_EMPTY_SLOT for an empty slot or a solid without triangles,
  * whose empty box (minimum 1e10, maximum -1e10) is written all the same. */
 SCAPI_EXPORT int SCAPI_GetBbox(int solidId, float* bbox);
 
-/* Bytes in the records of all solids: 312 for each solid, 140 a triangle, 40 a vertex, 40 an edge.
+/** Bytes in the records of all solids: 312 for each solid, 140 a triangle, 40 a vertex, 40 an edge.
  * Octrees and spare capacity are not counted, and the 32-bit sum wraps without notice. */
 SCAPI_EXPORT int32_t SCAPI_GetUsedRAM(void);
 
-/* Both destroy all solids; the library can be used again at once. Return 0. */
+/** Destroys all solids; the library can be used again at once. @return 0 */
 SCAPI_EXPORT int SCAPI_ReleaseSolids(void);
+/** The same as SCAPI_ReleaseSolids. @return 0 */
 SCAPI_EXPORT int SCAPI_Close(void);
+
+/** @} */
 
 #ifdef __cplusplus
 }
