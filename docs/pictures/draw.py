@@ -23,9 +23,11 @@ class Picture:
             '<defs><marker id="m" viewBox="0 0 8 8" refX="7" refY="4" markerWidth="8" '
             f'markerHeight="8" orient="auto"><path d="M0 0L8 4L0 8z" fill="{INK}"/></marker></defs>']
 
-    def text(self, x, y, text, anchor="start", fill=INK, size=13, weight="normal"):
+    def text(self, x, y, text, anchor="start", fill=INK, size=13, weight="normal", halo=""):
+        if halo:
+            halo = f' stroke="{halo}" stroke-width="4" paint-order="stroke"'
         self.parts.append(f'<text x="{x:.1f}" y="{y:.1f}" text-anchor="{anchor}" fill="{fill}" '
-                          f'font-size="{size}" font-weight="{weight}">{text}</text>')
+                          f'font-size="{size}" font-weight="{weight}"{halo}>{text}</text>')
 
     def box(self, x, y, width, height, fill, stroke="none", radius=0, opacity=1.0):
         self.parts.append(f'<rect x="{x:.1f}" y="{y:.1f}" width="{width:.1f}" '
@@ -52,7 +54,7 @@ def situations(figures, path):
     """Pairs of solids seen from the side, with what each library answers."""
     cells = [
         ("cross", "Their surfaces cross", (0, 0, 20, 20), (9, 11, 20, 20)),
-        ("pin", "A, a pin, stands in the face of a plate", (0, 10, 4, 20), (12, -1, 60, 12)),
+        ("pin", "A, a pin, stands in a plate", (0, 10, 4, 20), (12, -1, 60, 12)),
         ("inside", "B lies inside A", (0, 0, 20, 20), (2, 3, 6, 6)),
         ("touch", "Their faces touch", (0, 0, 20, 20), (20, 4, 20, 20)),
         ("copy", "B is a copy of A, in the same place", (0, 0, 20, 20), (0, 0, 20, 20)),
@@ -66,19 +68,20 @@ def situations(figures, path):
         picture.text(left + 12, top + 22, caption, weight="bold")
         middle = ((min(a[0] - a[2] / 2, b[0] - b[2] / 2) + max(a[0] + a[2] / 2, b[0] + b[2] / 2)) / 2,
                   (min(a[1] - a[3] / 2, b[1] - b[3] / 2) + max(a[1] + a[3] / 2, b[1] + b[3] / 2)) / 2)
-        for letter, solid, fill, stroke in (("A", a, PALE_A, A), ("B", b, PALE_B, B)):
+        places = []
+        for solid, fill, stroke in ((a, PALE_A, A), (b, PALE_B, B)):
             x = left + 142 + 3 * (solid[0] - middle[0] - solid[2] / 2)
             y = top + 88 - 3 * (solid[1] - middle[1] + solid[3] / 2)
             picture.box(x, y, 3 * solid[2], 3 * solid[3], fill, stroke, opacity=0.75)
-            if name == "copy":
-                x += 0 if letter == "A" else 36
-            inside = letter == "A" or name != "inside"
-            picture.text(x + (5 if inside else 4), y + (15 if inside else 14), letter, fill=stroke,
-                         weight="bold")
+            places.append((x, y))
+        picture.text(places[0][0] + (5 if name != "pin" else 1.5), places[0][1] + 15, "A", fill=A,
+                     weight="bold")
+        picture.text(places[1][0] + (5 if name != "copy" else 46), places[1][1] + 15, "B", fill=B,
+                     weight="bold")
         forward, reverse, verdict, relation = answers[name]
         word, colour = VERDICT[verdict]
-        rows = [("edges of B on faces of A", *(("1 contact", HIT), ("2 none", CLEAR))[forward - 1]),
-                ("edges of A on faces of B", *(("1 contact", HIT), ("2 none", CLEAR))[reverse - 1]),
+        rows = [("edges of B on faces of A", *(("1 contact", HIT), ("2 none", INK))[forward - 1]),
+                ("edges of A on faces of B", *(("1 contact", HIT), ("2 none", INK))[reverse - 1]),
                 ("proximity library", f"{word} {RELATION[relation]}", colour)]
         for row, (what, answer, colour) in enumerate(rows):
             y = top + 172 + 20 * row
@@ -112,7 +115,7 @@ def passing(figures, path):
     picture.line([(at(data["from"] + 9), up(height + 4)), (at(first) - 24, up(height + 4))], INK,
                  arrow=True)
 
-    top, bottom, most = 226, 376, max(step[1] for step in steps)
+    top, bottom, most = 226, 376, 1.5 * max(step[1] for step in steps)
 
     def high(distance):
         return bottom - distance / most * (bottom - top)
@@ -149,8 +152,8 @@ def passing(figures, path):
         picture.line([(at(x), 478), (at(x), 484)], GREY)
         picture.text(at(x), 498, x, "middle", GREY)
     picture.text(545, 516, "x of the tip", "middle", GREY)
-    picture.text(190, 543, "Green inside the clamp is the danger: no edge reaches a face there. Load "
-                 "the shank too, or ask the proximity library.")
+    picture.text(190, 543, "Between x = -36 and 0 the tip is wholly inside: no edge reaches a face, and "
+                 "the fifteen calls find nothing.")
     picture.save(path)
 
 
@@ -195,7 +198,7 @@ def rotation(figures, path):
                     VERDICT[verdict]
                 px, py = at((x, y))
                 picture.box(px - 4.7, py - 4.7, 9.3, 9.3, colour, INK)
-                picture.text(px + 9, py + 4, word, fill=colour, weight="bold", size=12)
+                picture.text(px + 9, py + 4, word, fill=colour, weight="bold", size=12, halo="#fafafa")
     picture.text(20, 26, "The fifteen calls: one mean shape, moved straight", weight="bold")
     picture.text(475, 26, "scapi_time_of_impact: the body as it turns", weight="bold")
     picture.save(path)
@@ -241,11 +244,11 @@ def margins(figures, path):
     chart = Chart(picture, 90, 30, 900, 370, (1e-3, 10), (1e-5, 100))
     rows = figures["margins"]
     chart.plot([(side, along) for side, _, along in rows], HIT,
-               "an edge of this length, in the plane of the face: 0.0126 / length", -10, 14, where=4)
+               "an edge of this length that runs in the plane of the face: 0.0126 / length", -12, 14, where=3)
     chart.plot([(side, crossing) for side, crossing, _ in rows], B,
-               "an edge that crosses the plane, beside a side of this length", -12, 14, where=3)
-    chart.plot([(1e-3, 1e-4), (10, 1e-4)], A, "1e-4, the tolerance: what the proximity library takes if it "
-               "is told to", 18, 6, dash="6 4", where=0)
+               "an edge that crosses that plane, beside a side of this length: 1e-4 / length", 112, 6, where=0)
+    chart.plot([(1e-3, 1e-4), (10, 1e-4)], A, "1e-4, the tolerance; the proximity library keeps to the one "
+               "it is given", 18, 6, dash="6 4", where=0)
     picture.text(495, 414, "length of the side or edge, in the unit of the files", "middle")
     picture.text(90, 20, "Widest gap that the fifteen calls report as contact", weight="bold")
     picture.save(path)
@@ -277,8 +280,8 @@ def cache(figures, path):
     picture.text(631, 46, "STL is written at", "middle", size=12)
     picture.text(631, 62, "another second", "middle", size=12)
     picture.curve("M700 104 L568 104")
-    picture.text(634, 124, "load: read STL, refine,", "middle", size=12)
-    picture.text(634, 140, "replace SLD", "middle", size=12)
+    picture.text(634, 122, "load: read STL,", "middle", size=12)
+    picture.text(634, 138, "refine, replace SLD", "middle", size=12)
     picture.curve("M440 60 C430 18 500 18 490 57")
     picture.text(465, 20, "load: read SLD", "middle", size=12)
     picture.curve("M365 108 C320 175 200 175 160 125")
@@ -287,7 +290,7 @@ def cache(figures, path):
     picture.text(430, 200, "STL is rewritten within its second,", "end", size=12)
     picture.text(430, 216, "or put back with its old time", "end", size=12)
     picture.curve("M480 290 L480 125")
-    picture.text(490, 240, "STL is touched, then loaded; or SLD is removed", size=12)
+    picture.text(490, 240, "STL is touched, then loaded", size=12)
     picture.curve("M565 330 C625 355 625 290 568 312")
     picture.text(622, 318, "load: read SLD, result 0,", size=12)
     picture.text(622, 334, "the old solid", size=12, fill=HIT, weight="bold")
@@ -301,9 +304,11 @@ def loads(figures, path, cpu):
     picture = Picture(930, 470, "Time of loads over the number of triangles")
     chart = Chart(picture, 90, 40, 740, 410, (1e3, 1e6), (1e-2, 1e4))
     rows = figures["loads"]
-    for column, colour, label in ((1, B, "SCAPI_LoadSTL, first"), (5, INSIDE, "first query after it"),
-                                  (3, A, "scapi_mesh_from_stl"), (2, CLEAR, "SCAPI_LoadSTL, cached")):
-        chart.plot([(row[0], row[column]) for row in rows], colour, label, 4, 10)
+    for column, colour, label, dy in ((5, INSIDE, "first query of two such", -4),
+                                      (1, B, "SCAPI_LoadSTL, first", 8),
+                                      (3, A, "scapi_mesh_from_stl", 8),
+                                      (2, CLEAR, "SCAPI_LoadSTL, cached", 4)):
+        chart.plot([(row[0], row[column]) for row in rows], colour, label, dy, 10)
     picture.text(415, 452, "triangles of the file, a closed bumpy sphere", "middle")
     picture.text(90, 24, f"Milliseconds of processor time, least of several runs, one core of {cpu}",
                  weight="bold")
