@@ -68,6 +68,10 @@ def situations(figures, path):
         picture.text(left + 12, top + 22, caption, weight="bold")
         middle = ((min(a[0] - a[2] / 2, b[0] - b[2] / 2) + max(a[0] + a[2] / 2, b[0] + b[2] / 2)) / 2,
                   (min(a[1] - a[3] / 2, b[1] - b[3] / 2) + max(a[1] + a[3] / 2, b[1] + b[3] / 2)) / 2)
+        if name == "pin":
+            of_b, of_a, places = figures["pin"]
+            picture.text(left + 12, top + 38, f"At {places} places: {of_b} found by edges of B, "
+                         f"{of_a} by edges of A", size=11, fill=GREY)
         places = []
         for solid, fill, stroke in ((a, PALE_A, A), (b, PALE_B, B)):
             x = left + 142 + 3 * (solid[0] - middle[0] - solid[2] / 2)

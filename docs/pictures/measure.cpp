@@ -185,6 +185,16 @@ void Situations()
                     answers[1], result.verdict, result.relation);
     }
     std::printf("},\n");
+
+    // The pin at many places of the plate: how often the edges of each find the other.
+    int found[2] = {}, places = 0;
+    LoadBox(0, pin), LoadBox(1, plate);
+    for (int x = -27; x <= 27; x += 3)
+        for (int y = -27; y <= 27; y += 3, ++places) {
+            found[0] += Hits(0, 1, Pose(x, y, -1), Pose(x, y, -1));
+            found[1] += Hits(1, 0, Pose(-x, -y, 1), Pose(-x, -y, 1));
+        }
+    std::printf("\"pin\":[%d,%d,%d],\n", found[0], found[1], places);
 }
 
 /// The tip of a tool, 8 long, goes straight through the clamp of the example scene.
