@@ -70,8 +70,8 @@ def situations(figures, path):
                   (min(a[1] - a[3] / 2, b[1] - b[3] / 2) + max(a[1] + a[3] / 2, b[1] + b[3] / 2)) / 2)
         if name == "pin":
             of_b, of_a, places = figures["pin"]
-            picture.text(left + 12, top + 38, f"At {places} places: {of_b} found by edges of B, "
-                         f"{of_a} by edges of A", size=11, fill=GREY)
+            picture.text(left + 12, top + 38, f"At {places} places: {of_b} found one way, "
+                         f"{of_a} the other", size=11, fill=GREY)
         places = []
         for solid, fill, stroke in ((a, PALE_A, A), (b, PALE_B, B)):
             x = left + 142 + 3 * (solid[0] - middle[0] - solid[2] / 2)
@@ -250,7 +250,7 @@ def margins(figures, path):
     chart.plot([(side, along) for side, _, along in rows], HIT,
                "an edge of this length that runs in the plane of the face: 0.0126 / length", -12, 14, where=3)
     chart.plot([(side, crossing) for side, crossing, _ in rows], B,
-               "an edge that crosses that plane, beside a side of this length: 1e-4 / length", 112, 6, where=0)
+               "an edge that crosses that plane, beside such a side: 1e-4 / length", 131, 6, where=0)
     chart.plot([(1e-3, 1e-4), (10, 1e-4)], A, "1e-4, the tolerance; the proximity library keeps to the one "
                "it is given", 18, 6, dash="6 4", where=0)
     picture.text(495, 414, "length of the side or edge, in the unit of the files", "middle")
@@ -308,11 +308,14 @@ def loads(figures, path, cpu):
     picture = Picture(930, 470, "Time of loads over the number of triangles")
     chart = Chart(picture, 90, 40, 740, 410, (1e3, 1e6), (1e-2, 1e4))
     rows = figures["loads"]
-    for column, colour, label, dy in ((5, INSIDE, "first query of two such", -4),
-                                      (1, B, "SCAPI_LoadSTL, first", 8),
-                                      (3, A, "scapi_mesh_from_stl", 8),
-                                      (2, CLEAR, "SCAPI_LoadSTL, cached", 4)):
-        chart.plot([(row[0], row[column]) for row in rows], colour, label, dy, 10)
+    lines = [(1, B, "SCAPI_LoadSTL, first"), (2, CLEAR, "SCAPI_LoadSTL, cached"),
+             (3, A, "scapi_mesh_from_stl"), (5, INSIDE, "first query of two such")]
+    # Labels stand beside the last points, highest first, and keep clear of each other.
+    lowest = 0.0
+    for column, colour, label in sorted(lines, key=lambda line: -rows[-1][line[0]]):
+        y = chart.at(*[rows[-1][i] for i in (0, column)])[1]
+        lowest = max(y + 4, lowest + 17)
+        chart.plot([(row[0], row[column]) for row in rows], colour, label, lowest - y, 10)
     picture.text(415, 452, "triangles of the file, a closed bumpy sphere", "middle")
     picture.text(90, 24, f"Milliseconds of processor time, least of several runs, one core of {cpu}",
                  weight="bold")

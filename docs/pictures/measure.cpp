@@ -409,7 +409,7 @@ void Loads(const std::string& folder)
     const std::string path = folder + "/sphere.stl", cache = folder + "/sphere.SLD";
     std::printf("\"loads\":[");
     for (const int about : {1000, 3000, 10000, 30000, 100000, 300000, 1000000}) {
-        const int triangles = WriteSphere(path, about, false), runs = about > 200000 ? 4 : 12;
+        const int triangles = WriteSphere(path, about, false), runs = about > 200000 ? 8 : 12;
         const auto empty = [] { SCAPI_ReleaseSolids(); };
         const auto load = [&] { Need(LoadFile(0, path) == 0, "load"); };
         const double first = Least(

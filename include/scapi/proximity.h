@@ -236,7 +236,7 @@ enum {
 /** What a query is asked. Zeros but for the size are the defaults. */
 typedef struct scapi_options {
     uint32_t size;     /**< sizeof(scapi_options) */
-    uint32_t flags;    /**< SCAPI_SURFACES_ONLY and those below it */
+    uint32_t flags;    /**< SCAPI_SURFACES_ONLY, _WANT_RELATION, _IGNORE_START_CONTACT */
     double tolerance;  /**< 0 or more, at most 1e9: contact at this distance or less */
     double resolution; /**< 0 or more: how far beyond the tolerance contact may be claimed. 0 stands
                           for a tenth of the tolerance, or, where that is 0, for a millionth of the
