@@ -3,7 +3,7 @@
 // WebGL is there, the bodies in 3D. Texts of the scene enter the document as text nodes alone.
 
 const kPalette = ['#8aa4bf', '#e0a458', '#7fb08a', '#b58bb5', '#c7796b', '#6fa8a8', '#a8a06a', '#8f8fc0'];
-const kKinds = ['hit', 'warning', 'fault', 'undecided'];
+const kKinds = ['hit', 'warning', 'fault', 'undecided', 'note'];
 const kMarkPixels = 7;        // radius of a mark on the screen
 const kOutlineLimit = 40000;  // triangles: sharp edges of larger meshes are not outlined
 const kFlight = 450;          // milliseconds

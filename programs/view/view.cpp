@@ -55,7 +55,7 @@ const char* Name(Status status)
 
 const char* Name(Kind kind)
 {
-    constexpr const char* names[] = {"hit", "warning", "fault", "undecided"};
+    constexpr const char* names[] = {"hit", "warning", "fault", "undecided", "note"};
     return names[static_cast<std::size_t>(kind)];
 }
 

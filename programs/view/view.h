@@ -28,7 +28,7 @@ constexpr Pose kRest{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
 constexpr double kGap = std::numeric_limits<double>::quiet_NaN();
 
 enum class Status { kClear, kWarning, kHit, kUndecided };
-enum class Kind { kHit, kWarning, kFault, kUndecided };
+enum class Kind { kHit, kWarning, kFault, kUndecided, kNote };
 
 struct Mesh {
     std::vector<float> vertices;        ///< x, y, z of each
