@@ -76,6 +76,17 @@ struct Reader {
         }
     }
 
+    void DigestMesh(const Body& body, std::int64_t triangles)
+    {
+        constexpr std::int64_t kAtATime = 1024;
+        std::vector<float> corners(9 * kAtATime);
+        for (std::int64_t first = 0; first < triangles; first += kAtATime) {
+            const std::int64_t count =
+                scapi_mesh_triangles(body.mesh.get(), first, kAtATime, corners.data());
+            if (count > 0) Digest(job.digest, corners.data(), std::size_t(count) * 9 * sizeof(float));
+        }
+    }
+
     void AddBody(Body body, const Node& node)
     {
         if (!body.mesh) return;
@@ -89,6 +100,7 @@ struct Reader {
         for (std::size_t i = 0; i < 3; ++i)
             body.frame.low[i] = info.low[i], body.frame.high[i] = info.high[i];
         body.closed = info.closed != 0;
+        DigestMesh(body, info.triangles);
         body.radius = Length(body.frame.high - body.frame.low) / 2;
         job.bodies.push_back(std::move(body));
     }
@@ -205,6 +217,7 @@ struct Reader {
             JsonFile file;
             if (ReadJson(BesideOf(job.path, Text(node)), file, problems))
                 job.machine = ReadMachine(Root(file, problems));
+            Digest(job.digest, file.text.data(), file.text.size());
         }
         if (job.machine.axes.empty()) Complain(node, "has no axes");
         if (!job.settings.dogLeg) return;
@@ -282,6 +295,12 @@ void CheckLimits(const Job& job, Problems& warnings)
 
 } // namespace
 
+void Digest(std::uint64_t& digest, const void* bytes, std::size_t count)
+{
+    const auto* at = static_cast<const unsigned char*>(bytes);
+    for (std::size_t i = 0; i < count; ++i) digest = (digest ^ at[i]) * 0x100000001b3;
+}
+
 bool ReadJob(const std::string& path, Job& job, Problems& problems)
 {
     job.path = path;
@@ -295,6 +314,8 @@ bool ReadJob(const std::string& path, Job& job, Problems& problems)
     if (!problems.empty()) return false;
     const bool read = job.isTable ? ReadPositionTable(job, problems) : ReadGcode(job, problems);
     if (read) CheckLimits(job, job.program.warnings);
+    Digest(job.digest, file.text.data(), file.text.size());
+    Digest(job.digest, job.program.text.data(), job.program.text.size());
     return read;
 }
 

@@ -54,7 +54,11 @@ struct Job {
     std::string programPath;
     bool isTable = false; ///< the program is a table of axis positions
     Program program;
+    std::uint64_t digest = 0xcbf29ce484222325; ///< of all that was read, to tell jobs apart
 };
+
+/// Goes on with a digest (FNV-1a).
+void Digest(std::uint64_t& digest, const void* bytes, std::size_t count);
 
 /// Reads a job, its machine, its meshes and its program.
 /// @return whether it can be checked; else problems say what is wrong
