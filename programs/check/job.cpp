@@ -93,7 +93,8 @@ struct Reader {
         for (const Body& other : job.bodies)
             if (other.name == body.name) Complain(node, "a second body \"" + body.name + "\"");
         for (const char* group : kGroupNames)
-            if (body.name == group) Complain(node, "a body cannot have the name of a group");
+            if (body.name == group && body.name != NameOf(body.group))
+                Complain(node, "a body cannot have the name of another group");
         scapi_mesh_info info{};
         if (const int code = scapi_mesh_get_info(body.mesh.get(), &info); code != SCAPI_OK)
             Complain(node, scapi_error_text(code));
