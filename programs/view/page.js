@@ -644,7 +644,8 @@ function openPage() {
   byId('next').onclick = () => hop(1);
   bindKeys(last, player, hop, shown);
   bindViews(shown);
-  go(0);
+  const hit = scene.marks.find((mark) => mark.kind === 'hit');
+  go(hit ? hit.step : 0);
 }
 
 function bindKeys(last, player, hop, shown) {

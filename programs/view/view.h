@@ -31,65 +31,65 @@ enum class Status { kClear, kWarning, kHit, kUndecided };
 enum class Kind { kHit, kWarning, kFault, kUndecided, kNote };
 
 struct Mesh {
-    std::vector<float> vertices;        ///< x, y, z of each
-    std::vector<std::uint32_t> indices; ///< three of each triangle, into the vertices
+    std::vector<float> vertices{};        ///< x, y, z of each
+    std::vector<std::uint32_t> indices{}; ///< three of each triangle, into the vertices
 };
 
 struct Body {
-    std::string name;
-    std::string group;              ///< listed, shown and hidden together; may be empty
+    std::string name{};
+    std::string group{};            ///< listed, shown and hidden together; may be empty
     std::size_t mesh = 0;           ///< into Scene::meshes
-    std::string color;              ///< "#rrggbb"; empty: the page chooses
+    std::string color{};            ///< "#rrggbb"; empty: the page chooses
     double opacity = 1;             ///< 0 to 1
     Point pivot{};                  ///< body coordinates: goes straight between two steps
     std::vector<Pose> poses{kRest}; ///< one, or one for each step
 };
 
 struct Step {
-    std::string label;          ///< may be empty
-    std::optional<double> time; ///< never falling; all steps have one, or none
-    std::string line;           ///< of a program; may be empty
+    std::string label{};          ///< may be empty
+    std::optional<double> time{}; ///< never falling; all steps have one, or none
+    std::string line{};           ///< of a program; may be empty
 };
 
 struct Mark {
     Kind kind = Kind::kHit;
     double step = 0; ///< 0 to the number of steps - 1; 2.25 lies between steps 2 and 3
     Point point{};   ///< world coordinates, at that step
-    std::optional<Point> point2;
-    std::optional<Point> normal;       ///< not zero
-    std::vector<std::size_t> bodies;   ///< into Scene::bodies
-    std::optional<std::size_t> attach; ///< body that the point goes with at other steps
-    std::string text;
+    std::optional<Point> point2{};
+    std::optional<Point> normal{};       ///< not zero
+    std::vector<std::size_t> bodies{};   ///< into Scene::bodies
+    std::optional<std::size_t> attach{}; ///< body that the point goes with at other steps
+    std::string text{};
 };
 
 /// Line segments, such as the open edges of a mesh.
 struct Segments {
     Kind kind = Kind::kFault;
-    std::optional<std::size_t> body; ///< whose coordinates they have; else the world's
-    std::vector<float> lines;        ///< six of each: two ends
+    std::optional<std::size_t> body{}; ///< whose coordinates they have; else the world's
+    std::vector<float> lines{};        ///< six of each: two ends
 };
 
 struct Plot {
-    std::string label;
-    std::string unit;
-    std::vector<double> values; ///< one for each step, kGap for none
-    std::optional<double> limit;
+    std::string label{};
+    std::string unit{};
+    std::vector<double> values{}; ///< one for each step, kGap for none
+    std::optional<double> limit{};
 };
 
 /// Texts are UTF-8; what is not is shown as replacement characters. Numbers are finite.
 struct Scene {
-    std::string title;
-    std::string unit;     ///< of lengths: "mm", "inch"
-    std::string timeUnit; ///< of Step::time; may be empty
+    std::string title{};
+    std::string unit{};     ///< of lengths: "mm", "inch"
+    std::string timeUnit{}; ///< of Step::time; may be empty
     Status status = Status::kUndecided;
-    std::string verdict; ///< one line
-    std::vector<std::pair<std::string, std::string>> summary;
-    std::vector<Mesh> meshes;
-    std::vector<Body> bodies;
-    std::vector<Step> steps; ///< at least one
-    std::vector<Mark> marks;
-    std::vector<Segments> segments;
-    std::optional<Plot> plot;
+    std::string verdict{}; ///< one line
+    std::vector<std::pair<std::string, std::string>> summary{};
+    std::vector<Mesh> meshes{};
+    std::vector<Body> bodies{};
+    std::vector<Step> steps{}; ///< at least one
+    std::vector<Mark> marks{};
+    std::vector<Segments> segments{};
+    std::optional<Plot> plot{};
 };
 
 /// What keeps a scene from being shown: an index out of range, a wrong number of poses or values,
