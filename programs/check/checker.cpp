@@ -10,7 +10,7 @@ namespace check
 namespace
 {
 
-constexpr int kApproachSamples = 16;
+constexpr int kApproachSamples = 256;
 /// A clearance is measured to this part of itself.
 constexpr double kMeasureShare = 0.02;
 
@@ -107,8 +107,10 @@ struct MoveChecker {
         for (const double sample : {0.0, 0.5, 1.0})
             high = std::min(high, DistanceAt(context, sample, high));
         // Each sweep tells a contact from up to the precision away, so less would never be reached.
-        const double accuracy = std::max(3 * job.settings.precision, kMeasureShare * high);
-        for (double guess = high - accuracy; high - low > accuracy; guess = (low + high) / 2) {
+        const auto accuracy = [&] {
+            return std::max(3 * job.settings.precision, kMeasureShare * high);
+        };
+        for (double guess = high - accuracy(); high - low > accuracy(); guess = (low + high) / 2) {
             const SweepResult found = Sweep(context, guess, time, false);
             if (found.outcome == Outcome::kUndecided) break;
             if (found.outcome == Outcome::kClear)

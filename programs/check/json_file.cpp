@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <sstream>
+
+#include "read_file.h"
 
 namespace check
 {
@@ -114,14 +115,7 @@ std::string Reason(const std::string& what)
 bool ReadJson(const std::string& path, JsonFile& file, Problems& problems)
 {
     file.path = path;
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    if (in) text << in.rdbuf();
-    if (!in || text.fail()) {
-        problems.push_back({path, 0, "", "cannot be read"});
-        return false;
-    }
-    file.text = text.str();
+    if (!ReadFile(path, file.text, problems)) return false;
     try {
         file.root = nlohmann::json::parse(file.text);
     } catch (const nlohmann::json::parse_error& error) {

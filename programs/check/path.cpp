@@ -1,8 +1,8 @@
 #include "path.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
+
+#include "read_file.h"
 
 namespace check
 {
@@ -23,14 +23,7 @@ std::string LineOf(const Program& program, std::int32_t line)
 
 bool ReadText(const std::string& path, Program& program, Problems& problems)
 {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    if (in) text << in.rdbuf();
-    if (!in || text.fail()) {
-        problems.push_back({path, 0, "", "cannot be read"});
-        return false;
-    }
-    program.text = text.str();
+    if (!ReadFile(path, program.text, problems)) return false;
     for (std::size_t at = 0; at < program.text.size();) {
         program.lines.push_back(at);
         at = program.text.find('\n', at);

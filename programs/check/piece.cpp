@@ -35,14 +35,19 @@ struct ChainBound {
     bool movesBeyond = false;      ///< an axis beyond a turning one moves
 };
 
-/// 1 where one axis of the arc, or two at right angles, carry the link; sqrt(2) at the most.
+/// How much farther a body goes than the arc's two positions as one vector: 1 where it is carried by
+/// one of the axes, or by two that stay at right angles; sqrt(2) at the most.
 double ArcStretch(const Machine& machine, const Piece& piece,
                   const std::array<std::size_t, kMaxAxes>& chain, std::size_t count)
 {
     std::size_t carried = 0;
-    for (std::size_t k = 0; k < count; ++k)
+    bool turnsBetween = false;
+    for (std::size_t k = 0; k < count; ++k) {
         carried += chain[k] == piece.arcAxes[0] || chain[k] == piece.arcAxes[1];
+        turnsBetween |= carried == 1 && machine.axes[chain[k]].rotary;
+    }
     if (carried < 2) return static_cast<double>(carried);
+    if (turnsBetween) return std::sqrt(2);
     const double share = Dot(machine.axes[piece.arcAxes[0]].direction,
                              machine.axes[piece.arcAxes[1]].direction);
     return std::sqrt(1 + std::fabs(share));
