@@ -149,14 +149,16 @@ std::string ParseSource(const std::string& text, std::vector<Source>& sources)
 }
 
 /// Two poses, or a path and a turn, as one motion.
-std::string MakeMotion(const Placement& placement, scapi_motion& motion, bool& moves)
+std::string MakeMotion(const Placement& placement, const std::string& suffix, scapi_motion& motion,
+                       bool& moves)
 {
     const Pose start = placement.start.value_or(kRest);
     moves = placement.end || placement.path || placement.turn;
     if (placement.end && (placement.path || placement.turn))
-        return "--to does not go with --path or --turn: give the end, or the way there";
+        return "--to" + suffix + " does not go with --path" + suffix + " or --turn" + suffix +
+               ": give the end, or the way there";
     if (placement.pivot && !placement.end && !placement.turn)
-        return "--pivot needs a rotation: add --turn or --to";
+        return "--pivot" + suffix + " needs a rotation: add --turn" + suffix + " or --to" + suffix;
     motion = {};
     std::copy(start.begin(), start.end(), motion.start);
     motion.axis[2] = 1;
@@ -164,27 +166,30 @@ std::string MakeMotion(const Placement& placement, scapi_motion& motion, bool& m
     if (placement.end) {
         const int code = scapi_motion_between(start.data(), placement.end->data(), pivot, &motion);
         if (code == SCAPI_ERROR_HALF_TURN)
-            return "--to is half a turn away, and either way round is as short: give --turn, and "
-                   "--path if it moves";
-        return code == SCAPI_OK ? std::string() : std::string("--to: ") + scapi_error_text(code);
+            return "--to" + suffix +
+                   " is half a turn away, and either way round is as short: give " + "--turn" +
+                   suffix + ", and --path" + suffix + " if it moves";
+        return code == SCAPI_OK ? std::string() : "--to" + suffix + ": " + scapi_error_text(code);
     }
     if (pivot) std::copy_n(pivot, 3, motion.pivot);
     if (placement.path) std::copy_n(placement.path->data(), 3, motion.path);
     if (!placement.turn) return {};
     const double* turn = placement.turn->data();
     const double length = std::hypot(turn[0], turn[1], turn[2]);
-    if (!(length > 0)) return "--turn needs an axis: x, y and z cannot all be 0";
+    if (!(length > 0)) return "--turn" + suffix + " needs an axis: x, y and z cannot all be 0";
     for (int axis = 0; axis < 3; ++axis) motion.axis[axis] = turn[axis] / length;
     motion.angle = turn[3] * std::numbers::pi / 180;
     return {};
 }
 
 /// Checks what a motion holds beside its start pose.
-std::string CheckMotion(const scapi_motion& motion)
+std::string CheckMotion(const scapi_motion& motion, const std::string& suffix)
 {
     double pose[12];
     const int code = scapi_motion_pose(&motion, 1, pose);
-    return code == SCAPI_OK ? std::string() : scapi_error_text(code);
+    return code == SCAPI_OK ? std::string()
+                            : "--path" + suffix + ", --turn" + suffix + ", --pivot" + suffix +
+                                  ": " + scapi_error_text(code);
 }
 
 std::string Assemble(const Parsed& parsed, Request& request)
@@ -194,14 +199,15 @@ std::string Assemble(const Parsed& parsed, Request& request)
     request.tolerance = parsed.tolerance.value_or(kToleranceInMillimetres *
                                                   Factor(Unit::kMillimetre, request.unit));
     for (std::size_t i = 0; i < 2; ++i) {
-        const std::string which = std::string("solid ") + "AB"[i] + ": ";
+        const std::string suffix = i == 0 ? "-a" : "-b";
         request.sources[i] = parsed.sources[i];
         if (parsed.fileUnits[i] && request.sources[i].kind != Source::kFile)
-            return which + "--units-" + "ab"[i] + " is for files; a box or cylinder is in --units";
+            return "--units" + suffix + " is for files; a box or cylinder is in --units";
         request.sources[i].scale = Factor(parsed.fileUnits[i].value_or(request.unit), request.unit);
-        std::string error = MakeMotion(parsed.placements[i], request.motions[i], request.moves[i]);
-        if (error.empty()) error = CheckMotion(request.motions[i]);
-        if (!error.empty()) return which + error;
+        std::string error =
+            MakeMotion(parsed.placements[i], suffix, request.motions[i], request.moves[i]);
+        if (error.empty()) error = CheckMotion(request.motions[i], suffix);
+        if (!error.empty()) return error;
     }
     return {};
 }

@@ -96,7 +96,7 @@ void Print(const Request& request, const Report& report)
         return;
     }
     for (std::size_t i = 0; i < 2; ++i) std::printf("%s\n", SolidLine(request, report, i).c_str());
-    if (report.calls) std::printf("%s\n", CallsLine(*report.calls).c_str());
+    if (report.calls) std::printf("fifteen calls: %s\n", CallsText(*report.calls).c_str());
     std::printf("%s\n", VerdictLine(request, report.answer).c_str());
 }
 

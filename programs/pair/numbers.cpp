@@ -57,7 +57,10 @@ std::string FormatDown(double value)
 
 std::string FormatPoint(const double* point)
 {
-    return Format(point[0]) + ", " + Format(point[1]) + ", " + Format(point[2]);
+    std::string text;
+    for (int axis = 0; axis < 3; ++axis)
+        text += (axis > 0 ? ", " : "") + Format(std::fabs(point[axis]) < 1e-9 ? 0 : point[axis]);
+    return text;
 }
 
 } // namespace pair

@@ -20,7 +20,7 @@ std::string Format(double value);
 /// As Format, but never above the value: for what is said to be at least so much.
 std::string FormatDown(double value);
 
-/// "x, y, z".
+/// "x, y, z". Below 1e-9, what rounding leaves of a zero, it is 0.
 std::string FormatPoint(const double* point);
 
 } // namespace pair

@@ -179,11 +179,11 @@ std::string SolidLine(const Request& request, const Report& report, std::size_t 
     return text + " " + Name(request.unit);
 }
 
-std::string CallsLine(const FifteenCalls& calls)
+std::string CallsText(const FifteenCalls& calls)
 {
-    if (!calls.problem.empty()) return "fifteen calls: no answer, since " + calls.problem;
+    if (!calls.problem.empty()) return "no answer, since " + calls.problem;
     const auto word = [](bool hit) { return hit ? "interference" : "no interference"; };
-    return std::string("fifteen calls: ") + word(calls.Contact()) +
+    return word(calls.Contact()) + std::string() +
            " (edges of B against A: " + word(calls.edgesOfB) +
            ", edges of A against B: " + word(calls.edgesOfA) + ")";
 }

@@ -32,8 +32,8 @@ std::string VerdictLine(const Request& request, const Answer& answer);
 /// "A  plate.stl: 240 triangles, x -100 to 100, ...", without control characters.
 std::string SolidLine(const Request& request, const Report& report, std::size_t index);
 
-/// What the fifteen calls said, in one line.
-std::string CallsLine(const FifteenCalls& calls);
+/// What the fifteen calls said, in one line, or why they have no answer.
+std::string CallsText(const FifteenCalls& calls);
 
 /// The same as one JSON object: the verdict as in VerdictLine and as a word, numbers unrounded.
 std::string ToJson(const Request& request, const Report& report);

@@ -65,7 +65,7 @@ void AddMark(const Request& request, const Answer& answer, std::size_t stepCount
     view::Mark mark;
     mark.bodies = {0, 1};
     mark.attach = 0;
-    mark.text = scene.verdict;
+    mark.text = "Contact";
     if (answer.region) {
         for (std::size_t axis = 0; axis < 3; ++axis)
             mark.point[axis] = (answer.region->low[axis] + answer.region->high[axis]) / 2;
@@ -123,7 +123,7 @@ void AddSummary(const Request& request, const Report& report, view::Scene& scene
         scene.summary.emplace_back("Pairs of triangles in contact",
                                    (report.answer.region->complete ? "" : "at least ") +
                                        std::to_string(report.answer.region->pairs));
-    if (report.calls) scene.summary.emplace_back("Compared", CallsLine(*report.calls));
+    if (report.calls) scene.summary.emplace_back("Fifteen calls", CallsText(*report.calls));
     for (const std::string& warning : report.warnings)
         scene.summary.emplace_back("Warning", warning);
 }
