@@ -79,11 +79,14 @@ struct PageBuilder {
     void AddSteps()
     {
         links.reserve(steps.size());
-        for (const Step& step : steps) {
-            const Move& move = job.program.moves[step.move];
-            const Path path = PathOf(job.machine, job.program, move, job.settings.dogLeg);
-            links.push_back(PlaceLinks(job.machine, At(path, step.time)));
-            scene.steps.push_back({std::to_string(step.move) + " " + NameOf(move.kind), {},
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            const Path path = PathOf(job.machine, job.program, job.program.moves[steps[i].move],
+                                     job.settings.dogLeg);
+            links.push_back(PlaceLinks(job.machine, At(path, steps[i].time)));
+            // From here on runs the move that ends at the next step, as a control shows it.
+            const std::uint32_t index = steps[std::min(i + 1, steps.size() - 1)].move;
+            const Move& move = job.program.moves[index];
+            scene.steps.push_back({std::to_string(index) + " " + NameOf(move.kind), {},
                                    std::to_string(move.line) + ": " +
                                        LineOf(job.program, move.line)});
         }
@@ -159,7 +162,15 @@ struct PageBuilder {
         }
     }
 
-    /// Of each step the clearance of its move: 0 in a hit, the range where nothing came nearer.
+    /// Of each move the least clearance: 0 in a hit, the range where nothing came nearer.
+    double ClearanceOf(std::uint32_t move, const std::vector<bool>& hit) const
+    {
+        const Clearance& c = report.findings.clearance[move];
+        if (!c.checked) return view::kGap;
+        return hit[move] ? 0 : std::min(c.low, job.settings.range);
+    }
+
+    /// Of each step the less of the moves that end and start there.
     void AddPlot()
     {
         view::Plot plot;
@@ -168,10 +179,10 @@ struct PageBuilder {
         plot.limit = job.settings.limit;
         std::vector<bool> hit(job.program.moves.size());
         for (const Hit& row : report.findings.hits) hit[row.move] = true;
-        for (const Step& step : steps) {
-            const Clearance& c = report.findings.clearance[step.move];
-            const double value = std::min(c.low, job.settings.range);
-            plot.values.push_back(hit[step.move] ? 0 : c.checked ? value : view::kGap);
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            const std::uint32_t next = steps[std::min(i + 1, steps.size() - 1)].move;
+            plot.values.push_back(
+                std::fmin(ClearanceOf(steps[i].move, hit), ClearanceOf(next, hit)));
         }
         scene.plot = plot;
     }
