@@ -14,8 +14,7 @@ double SweepOf(const Arc& arc, const ArcWords& words)
 {
     if (words.from[0] == words.to[0] && words.from[1] == words.to[1])
         return words.clockwise ? -2 * kPi : 2 * kPi;
-    const double end =
-        std::atan2(words.to[1] - arc.center[1], words.to[0] - arc.center[0]);
+    const double end = std::atan2(words.to[1] - arc.center[1], words.to[0] - arc.center[0]);
     double turn = words.clockwise ? arc.angle - end : end - arc.angle;
     while (turn <= 0) turn += 2 * kPi;
     return words.clockwise ? -turn : turn;

@@ -43,8 +43,8 @@ struct MoveChecker {
 
     SweepContext ContextOf(const Pair& pair) const
     {
-        return {job,  path, job.bodies[std::size_t(pair.a)], job.bodies[std::size_t(pair.b)], query,
-                work};
+        return {job,   path, job.bodies[std::size_t(pair.a)], job.bodies[std::size_t(pair.b)],
+                query, work};
     }
 
     /// A rapid begins where the feed before it was allowed to touch.
@@ -175,8 +175,8 @@ Clearance CheckMove(const Job& job, const Pairs& pairs, std::uint32_t index, std
     scapi_query_create(&made);
     const QueryPtr query(made);
     const double slack = path.arc ? path.arc->slack : 0;
-    MoveChecker checker{job, index, move, path, job.settings.tolerance + slack, query.get(),
-                        hits, undecided, work};
+    MoveChecker checker{job,         index, move,      path, job.settings.tolerance + slack,
+                        query.get(), hits,  undecided, work};
     std::array<bool, kMaxAxes + 1> moves{};
     for (std::size_t link = 0; link <= job.machine.axes.size(); ++link)
         moves[link] = Moves(job, path, link);

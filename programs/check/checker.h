@@ -22,10 +22,10 @@ Pairs PairsOf(const Job& job);
 
 /// Work that was done, for the table of where the time goes.
 struct Work {
-    std::int64_t pairs = 0;    ///< of bodies, along moves
-    std::int64_t byBoxes = 0;  ///< pieces that boxes showed to be clear
-    std::int64_t byPlace = 0;  ///< that one placement, with room for the motion, showed to be clear
-    std::int64_t impacts = 0;  ///< calls for a time of impact
+    std::int64_t pairs = 0;   ///< of bodies, along moves
+    std::int64_t byBoxes = 0; ///< pieces that boxes showed to be clear
+    std::int64_t byPlace = 0; ///< that one placement, with room for the motion, showed to be clear
+    std::int64_t impacts = 0; ///< calls for a time of impact
     double placeSeconds = 0, impactSeconds = 0, measureSeconds = 0;
 };
 

@@ -19,10 +19,10 @@ struct Hit {
     bool inside = false;       ///< one lies inside the other, their surfaces apart
     double time = 0;           ///< of the move, 0 to 1
     double distance = 0;       ///< upper bound at that time, mm: tolerance + precision at the most
-    double approach = 0;       ///< mm: how much farther the move drives them into each other, along the
-                               ///< normal of the contact
-    Vec point{};               ///< of the contact; machine coordinates
-    Vec normal{};              ///< from a to b
+    double approach = 0; ///< mm: how much farther the move drives them into each other, along the
+                         ///< normal of the contact
+    Vec point{};         ///< of the contact; machine coordinates
+    Vec normal{};        ///< from a to b
 };
 
 /// A pair along a move that could not be settled.

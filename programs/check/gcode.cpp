@@ -16,8 +16,20 @@ constexpr std::size_t kMostMoves = 20000000;
 constexpr double kMostPecks = 10000;
 constexpr int kNone = -1;
 
-enum ModalGroup { kMotion, kPlane, kUnits, kDistance, kFeedMode, kCutterComp, kLength, kWork,
-                  kReturn, kOnce, kHarmless, kGroupCount };
+enum ModalGroup {
+    kMotion,
+    kPlane,
+    kUnits,
+    kDistance,
+    kFeedMode,
+    kCutterComp,
+    kLength,
+    kWork,
+    kReturn,
+    kOnce,
+    kHarmless,
+    kGroupCount
+};
 
 /// G words that are known, times ten.
 struct KnownG {
@@ -25,13 +37,13 @@ struct KnownG {
     ModalGroup group;
 };
 constexpr KnownG kKnownG[] = {
-    {0, kMotion},       {10, kMotion},    {20, kMotion},   {30, kMotion},     {800, kMotion},
-    {810, kMotion},     {820, kMotion},   {830, kMotion},  {170, kPlane},     {180, kPlane},
-    {190, kPlane},      {200, kUnits},    {210, kUnits},   {900, kDistance},  {910, kDistance},
-    {940, kFeedMode},   {400, kCutterComp}, {430, kLength}, {490, kLength},   {540, kWork},
-    {550, kWork},       {560, kWork},     {570, kWork},    {580, kWork},      {590, kWork},
-    {980, kReturn},     {990, kReturn},   {280, kOnce},    {530, kOnce},      {40, kHarmless},
-    {90, kHarmless},    {610, kHarmless}, {640, kHarmless}};
+    {0, kMotion},     {10, kMotion},      {20, kMotion},   {30, kMotion},    {800, kMotion},
+    {810, kMotion},   {820, kMotion},     {830, kMotion},  {170, kPlane},    {180, kPlane},
+    {190, kPlane},    {200, kUnits},      {210, kUnits},   {900, kDistance}, {910, kDistance},
+    {940, kFeedMode}, {400, kCutterComp}, {430, kLength},  {490, kLength},   {540, kWork},
+    {550, kWork},     {560, kWork},       {570, kWork},    {580, kWork},     {590, kWork},
+    {980, kReturn},   {990, kReturn},     {280, kOnce},    {530, kOnce},     {40, kHarmless},
+    {90, kHarmless},  {610, kHarmless},   {640, kHarmless}};
 
 /// M words that change no motion: 3 to 6 and 30 are followed, the others named once.
 constexpr int kSilentM[] = {30, 40, 50, 60, 300};
@@ -56,8 +68,8 @@ struct Modal {
     int plane = 17;
     double unit = 1; ///< mm
     bool absolute = true;
-    std::size_t work = 0; ///< into Job::offsets
-    double length = 0;    ///< tool length offset along Z, mm
+    std::size_t work = 0;  ///< into Job::offsets
+    double length = 0;     ///< tool length offset along Z, mm
     bool toInitial = true; ///< G98
     bool feedGiven = false;
     std::int32_t nextTool = kNone;
@@ -237,12 +249,14 @@ struct Interpreter {
         if (!PlaneAxes(axes)) return;
         const char third = PlaneLetters()[2];
         TakeCycleWords(block, third);
-        if (!modal.hasR || !modal.hasZ) return Fail(std::string("a canned cycle needs R and ") + third);
+        if (!modal.hasR || !modal.hasZ)
+            return Fail(std::string("a canned cycle needs R and ") + third);
         const double shift = modal.absolute ? OffsetOf(axes[2]) : modal.initial;
         const double top = shift + modal.cycleR;
         const double bottom = (modal.absolute ? shift : top) + modal.cycleZ;
         if (!(bottom < top)) return Fail(std::string(1, third) + " is not below R");
-        if (modal.motion == 83 && !(modal.hasQ && modal.cycleQ > 0)) return Fail("G83 needs Q above 0");
+        if (modal.motion == 83 && !(modal.hasQ && modal.cycleQ > 0))
+            return Fail("G83 needs Q above 0");
         if (modal.motion == 83 && (top - bottom) / modal.cycleQ > kMostPecks)
             return Fail("Q makes more than 10000 pecks");
         Block across = block;
@@ -284,7 +298,8 @@ struct Interpreter {
         if (word[kOnce] == 530) {
             if (modal.motion != 0 && modal.motion != 1) return Fail("G53 needs G0 or G1");
             if (!modal.absolute) return Fail("G53 needs G90");
-            return Emit(modal.motion == 0 ? MoveKind::kRapid : MoveKind::kFeed, Target(block, true));
+            return Emit(modal.motion == 0 ? MoveKind::kRapid : MoveKind::kFeed,
+                        Target(block, true));
         }
         const bool cycle = modal.motion > 80;
         if (!HasAxisWords(block) && !(arc && arcWords) && !(cycle && word[kMotion] != kNone)) {
@@ -367,7 +382,8 @@ struct Interpreter {
             if (!known && h != 0) return Fail("the job has no length H" + FormatNumber(h));
             modal.length = known ? job.lengths[static_cast<std::size_t>(h)] : 0;
             const bool fits = tool >= 0 && job.tools[static_cast<std::size_t>(tool)].number == h;
-            if (!fits) Warn("H" + FormatNumber(h) + " is not the length of the tool in the spindle");
+            if (!fits)
+                Warn("H" + FormatNumber(h) + " is not the length of the tool in the spindle");
         }
         const int z = AxisOf(job.machine, 'Z');
         if (z >= 0 && modal.length != before) offsetChanged[static_cast<std::size_t>(z)] = true;
@@ -451,7 +467,8 @@ struct Interpreter {
         const std::string_view text = program.text;
         for (std::size_t i = 0; i < program.lines.size() && problems.size() < kMostProblems; ++i) {
             const std::size_t begin = program.lines[i];
-            const std::size_t end = i + 1 < program.lines.size() ? program.lines[i + 1] : text.size();
+            const std::size_t end =
+                i + 1 < program.lines.size() ? program.lines[i + 1] : text.size();
             line = static_cast<std::int32_t>(i + 1);
             TakeLine(text.substr(begin, end - begin));
         }

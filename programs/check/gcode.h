@@ -7,7 +7,8 @@
 namespace check
 {
 
-constexpr double kPeckClearance = 0.25; ///< mm: G83 comes back in rapid to so far above the last peck
+constexpr double kPeckClearance =
+    0.25; ///< mm: G83 comes back in rapid to so far above the last peck
 
 /// Fills in the program of a job from its file. Each word is followed, named in a warning where it
 /// moves nothing, or named as a problem. docs/check.md has the list.

@@ -42,7 +42,8 @@ bool TakeNumber(const std::string& text, std::size_t& at, double& number)
     const std::size_t digits = at;
     while (at < text.size() && (text[at] == '.' || ('0' <= text[at] && text[at] <= '9'))) ++at;
     const char* last = text.data() + at;
-    const auto result = std::from_chars(text.data() + start, last, number, std::chars_format::fixed);
+    const auto result =
+        std::from_chars(text.data() + start, last, number, std::chars_format::fixed);
     return at > digits && result.ec == std::errc() && result.ptr == last;
 }
 
@@ -88,8 +89,7 @@ std::string ReadBlock(std::string_view line, Block& block)
             return "cannot read \"" + text.substr(start) + "\": a word is a letter and a number";
         if (!TakeNumber(text, at, number))
             return std::string(1, letter) + " has no number: \"" + text.substr(start) + "\"";
-        const std::string wrong =
-            StoreWord(letter, number, text.substr(start, at - start), block);
+        const std::string wrong = StoreWord(letter, number, text.substr(start, at - start), block);
         if (!wrong.empty()) return wrong;
     }
     return {};

@@ -12,9 +12,9 @@ namespace check
 {
 
 struct Block {
-    bool deletable = false;     ///< begins with /
-    bool programMark = false;   ///< begins with %: start or end of the tape
-    std::vector<int> g, m;      ///< numbers times ten: G43.4 is 434
+    bool deletable = false;                       ///< begins with /
+    bool programMark = false;                     ///< begins with %: start or end of the tape
+    std::vector<int> g, m;                        ///< numbers times ten: G43.4 is 434
     std::array<std::optional<double>, 26> word{}; ///< of the other letters, by letter - 'A'
 
     std::optional<double> Word(char letter) const
@@ -24,8 +24,8 @@ struct Block {
     bool IsEmpty() const;
 };
 
-/// Comments in parentheses, or from a semicolon on, are left out; letters are of either case; blanks
-/// may stand anywhere.
+/// Comments in parentheses, or from a semicolon on, are left out; letters are of either case;
+/// blanks may stand anywhere.
 /// @return what is wrong with the line; empty when all of it was understood
 std::string ReadBlock(std::string_view line, Block& block);
 

@@ -60,7 +60,8 @@ struct Reader {
     void ReadMount(const Node& node, Body& body) const
     {
         const std::string on = Text(node, "table");
-        const std::size_t axis = on.size() == 1 ? std::size_t(AxisOf(job.machine, on[0])) : kMaxAxes;
+        const std::size_t axis =
+            on.size() == 1 ? std::size_t(AxisOf(job.machine, on[0])) : kMaxAxes;
         if (on == "base") {
             body.side = Side::kBase;
         } else if (on == "table") {
@@ -83,7 +84,8 @@ struct Reader {
         for (std::int64_t first = 0; first < triangles; first += kAtATime) {
             const std::int64_t count =
                 scapi_mesh_triangles(body.mesh.get(), first, kAtATime, corners.data());
-            if (count > 0) Digest(job.digest, corners.data(), std::size_t(count) * 9 * sizeof(float));
+            if (count > 0)
+                Digest(job.digest, corners.data(), std::size_t(count) * 9 * sizeof(float));
         }
     }
 
@@ -157,14 +159,16 @@ struct Reader {
             AddToolBody(node, tool, Group::kCutter, Cut(outline, foot, cutting), -tool.length);
             AddToolBody(node, tool, Group::kShank, Cut(outline, cutting, end), -tool.length);
         }
-        if (const Node holder = Find(node, "holder"); holder && IsObject(holder, {"profile", "cylinder"}))
+        if (const Node holder = Find(node, "holder");
+            holder && IsObject(holder, {"profile", "cylinder"}))
             AddToolBody(holder, tool, Group::kHolder, ReadProfile(holder, unit), 0);
         job.tools.push_back(tool);
     }
 
     void ReadLengths(const Node& node)
     {
-        for (const Tool& tool : job.tools) SetLength(static_cast<std::size_t>(tool.number), tool.length);
+        for (const Tool& tool : job.tools)
+            SetLength(static_cast<std::size_t>(tool.number), tool.length);
         if (!node) return;
         if (!node.value->is_object()) return Complain(node, "must be an object");
         for (const auto& item : node.value->items()) {
@@ -248,11 +252,10 @@ struct Reader {
     {
         for (std::size_t i = 0; i < job.rules.size(); ++i)
             for (const std::string& name : {job.rules[i].a, job.rules[i].b}) {
-                const bool known =
-                    std::find(std::begin(kGroupNames), std::end(kGroupNames), name) !=
-                        std::end(kGroupNames) ||
-                    std::any_of(job.bodies.begin(), job.bodies.end(),
-                                [&](const Body& body) { return body.name == name; });
+                const bool known = std::find(std::begin(kGroupNames), std::end(kGroupNames),
+                                             name) != std::end(kGroupNames) ||
+                                   std::any_of(job.bodies.begin(), job.bodies.end(),
+                                               [&](const Body& body) { return body.name == name; });
                 if (!known) Complain(node, "\"" + name + "\" is neither a group nor a body");
             }
     }
@@ -288,8 +291,8 @@ void CheckLimits(const Job& job, Problems& warnings)
             if (axis.low - 1e-9 <= low && high <= axis.high + 1e-9) continue;
             const double farthest = low < axis.low ? low : high;
             warnings.push_back({job.programPath, move.line, "",
-                                std::string("axis ") + axis.letter + " at " + FormatNumber(farthest) +
-                                    " is beyond its limits"});
+                                std::string("axis ") + axis.letter + " at " +
+                                    FormatNumber(farthest) + " is beyond its limits"});
         }
     }
 }

@@ -28,7 +28,6 @@ struct Tool {
     double length = 0; ///< from the gauge point to the tip, mm
 };
 
-
 struct Settings {
     double tolerance = 0.001; ///< mm: nearer counts as contact
     double precision = 0.001; ///< mm: contact may be told from this much farther away
@@ -44,9 +43,9 @@ struct Job {
     Machine machine;
     std::vector<Body> bodies;
     std::vector<Tool> tools;
-    std::vector<double> lengths;      ///< by H number, mm; NaN: none
+    std::vector<double> lengths;       ///< by H number, mm; NaN: none
     std::array<Position, 6> offsets{}; ///< G54 to G59
-    double programUnit = 1;           ///< mm, until G20 or G21
+    double programUnit = 1;            ///< mm, until G20 or G21
     Position start{};
     std::int32_t startTool = -1;
     Rules rules;

@@ -18,7 +18,8 @@ Vec UnitVector(const Node& node, const Vec& fallback)
 Axis ReadAxis(const Node& node, double unit)
 {
     Axis axis;
-    if (!IsObject(node, {"axis", "direction", "through", "rapid", "min", "max", "home"})) return axis;
+    if (!IsObject(node, {"axis", "direction", "through", "rapid", "min", "max", "home"}))
+        return axis;
     const int letter = Choice(Need(node, "axis"), {"X", "Y", "Z", "A", "B", "C"}, 0);
     axis.letter = kAxisLetters[letter];
     axis.rotary = letter >= 3;

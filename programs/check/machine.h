@@ -34,10 +34,10 @@ struct Axis {
 /// Link 0 is the base; link i + 1 is what axis i carries.
 struct Machine {
     std::string name;
-    std::vector<Axis> axes;     ///< those of the table from the base on, then those of the head
-    std::size_t tableAxes = 0;  ///< so many of them carry the table
-    Pose gauge = kRest;         ///< the gauge point, z along the spindle away from the tool; machine
-                                ///< coordinates with all axes at 0
+    std::vector<Axis> axes;    ///< those of the table from the base on, then those of the head
+    std::size_t tableAxes = 0; ///< so many of them carry the table
+    Pose gauge = kRest;        ///< the gauge point, z along the spindle away from the tool; machine
+                               ///< coordinates with all axes at 0
     std::size_t TableLink() const { return tableAxes; }
     std::size_t HeadLink() const { return axes.size() > tableAxes ? axes.size() : 0; }
 };

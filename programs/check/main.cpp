@@ -23,7 +23,8 @@ constexpr char kUsage[] =
     "scapi-check merge JOB PART... [--json FILE] [--html FILE]\n"
     "scapi-check mesh FILE... [--json FILE] [--html FILE]\n"
     "\n"
-    "path   checks the program of a job: every pair of bodies that must not touch, along every move\n"
+    "path   checks the program of a job: every pair of bodies that must not touch, along every "
+    "move\n"
     "merge  puts the parts of all shards together; tells what one run would have told\n"
     "mesh   tells what is wrong with STL files, and where\n"
     "\n"
@@ -66,11 +67,15 @@ bool ToShard(std::string_view text, Shard& shard)
 /// @return what is wrong
 std::string TakeOption(std::string_view option, const std::string& value, Arguments& arguments)
 {
-    if (option == "--json") arguments.json = value;
-    else if (option == "--html") arguments.html = value;
-    else if (option == "--part") arguments.part = value;
+    if (option == "--json")
+        arguments.json = value;
+    else if (option == "--html")
+        arguments.html = value;
+    else if (option == "--part")
+        arguments.part = value;
     else if (option == "--jobs") {
-        if (!ToNumber(value, 1, 1024, arguments.jobs)) return "--jobs needs a number from 1 to 1024";
+        if (!ToNumber(value, 1, 1024, arguments.jobs))
+            return "--jobs needs a number from 1 to 1024";
     } else if (option == "--shard") {
         arguments.sharded = true;
         if (!ToShard(value, arguments.shard)) return "--shard needs I/N, such as 2/8";
@@ -87,8 +92,10 @@ std::string Check(const Arguments& arguments)
         return "the first word must be path, merge or mesh";
     if (arguments.files.empty()) return arguments.command + " needs a file";
     if (path && arguments.files.size() > 1) return "path takes one job";
-    if (arguments.command == "merge" && arguments.files.size() < 2) return "merge needs a job and its parts";
-    if (!path && (arguments.sharded || arguments.jobs || arguments.stats || !arguments.part.empty()))
+    if (arguments.command == "merge" && arguments.files.size() < 2)
+        return "merge needs a job and its parts";
+    if (!path &&
+        (arguments.sharded || arguments.jobs || arguments.stats || !arguments.part.empty()))
         return "--shard, --part, --jobs and --stats belong to path";
     if (arguments.sharded == arguments.part.empty()) return "--shard and --part go together";
     if (arguments.sharded && !(arguments.json.empty() && arguments.html.empty()))
@@ -106,7 +113,8 @@ std::string ReadArguments(int count, char** words, Arguments& arguments)
         } else if (word == "--stats") {
             arguments.stats = true;
         } else {
-            const std::string fault = TakeOption(word, i + 1 < count ? words[i + 1] : "", arguments);
+            const std::string fault =
+                TakeOption(word, i + 1 < count ? words[i + 1] : "", arguments);
             if (!fault.empty()) return fault;
             ++i;
         }
@@ -145,16 +153,17 @@ int Tell(const Arguments& arguments, const Report& report)
 
 void TellStats(const Work& work, std::size_t moves, double read, double checked)
 {
-    std::fprintf(stderr,
-                 "read in %.2f s; checked %zu moves in %.2f s: %.0f a second\n"
-                 "pairs along moves %lld; pieces clear by boxes %lld, by one placement %lld; times of "
-                 "impact %lld\n"
-                 "seconds of all threads: placements %.2f, times of impact %.2f; of these for "
-                 "measuring clearances %.2f\n",
-                 read, moves, checked, static_cast<double>(moves) / std::max(checked, 1e-9),
-                 static_cast<long long>(work.pairs), static_cast<long long>(work.byBoxes),
-                 static_cast<long long>(work.byPlace), static_cast<long long>(work.impacts),
-                 work.placeSeconds, work.impactSeconds, work.measureSeconds);
+    std::fprintf(
+        stderr,
+        "read in %.2f s; checked %zu moves in %.2f s: %.0f a second\n"
+        "pairs along moves %lld; pieces clear by boxes %lld, by one placement %lld; times of "
+        "impact %lld\n"
+        "seconds of all threads: placements %.2f, times of impact %.2f; of these for "
+        "measuring clearances %.2f\n",
+        read, moves, checked, static_cast<double>(moves) / std::max(checked, 1e-9),
+        static_cast<long long>(work.pairs), static_cast<long long>(work.byBoxes),
+        static_cast<long long>(work.byPlace), static_cast<long long>(work.impacts),
+        work.placeSeconds, work.impactSeconds, work.measureSeconds);
 }
 
 int RunPath(const Arguments& arguments)
@@ -179,7 +188,7 @@ int RunPath(const Arguments& arguments)
     if (!problems.empty()) return Fail(problems);
     if (Interrupted()) return static_cast<int>(Verdict::kUndecided);
     const bool hits = !findings.hits.empty();
-    return static_cast<int>(hits                        ? Verdict::kHits
+    return static_cast<int>(hits                         ? Verdict::kHits
                             : findings.undecided.empty() ? Verdict::kClear
                                                          : Verdict::kUndecided);
 }
@@ -205,7 +214,8 @@ int RunMesh(const Arguments& arguments)
         for (std::size_t i = 0; i < arguments.files.size(); ++i) {
             progress.Show(static_cast<std::int64_t>(i));
             MeshReport report;
-            if (CheckMesh(arguments.files[i], report, problems)) reports.push_back(std::move(report));
+            if (CheckMesh(arguments.files[i], report, problems))
+                reports.push_back(std::move(report));
         }
     }
     if (arguments.json != "-")

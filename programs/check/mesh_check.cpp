@@ -80,11 +80,16 @@ CoreLoad LoadCopy(const std::string& path)
 const char* MeaningOf(int code)
 {
     switch (code) {
-    case SCAPI_SUCCESS: return "loads";
-    case SCAPI_NOT_WRITTEN: return "loads, without a cache";
-    case SCAPI_OPEN_SIDE: return "refused: not closed";
-    case SCAPI_UNREADABLE: return "refused: unreadable";
-    default: return "refused";
+    case SCAPI_SUCCESS:
+        return "loads";
+    case SCAPI_NOT_WRITTEN:
+        return "loads, without a cache";
+    case SCAPI_OPEN_SIDE:
+        return "refused: not closed";
+    case SCAPI_UNREADABLE:
+        return "refused: unreadable";
+    default:
+        return "refused";
     }
 }
 
@@ -101,8 +106,8 @@ std::string Places(const scapi_finding& finding)
     std::string out;
     for (int i = 0; i < SCAPI_PLACES && finding.facet[i] >= 0; ++i) {
         const double* p = finding.point[i];
-        out += "      facet " + std::to_string(finding.facet[i]) + " at " + FormatNumber(p[0]) + " " +
-               FormatNumber(p[1]) + " " + FormatNumber(p[2]) + "\n";
+        out += "      facet " + std::to_string(finding.facet[i]) + " at " + FormatNumber(p[0]) +
+               " " + FormatNumber(p[1]) + " " + FormatNumber(p[2]) + "\n";
     }
     if (finding.count > SCAPI_PLACES)
         out += "      and " + std::to_string(finding.count - SCAPI_PLACES) + " more\n";
@@ -113,9 +118,9 @@ std::string Places(const scapi_finding& finding)
 
 bool MeshReport::IsFaulty() const
 {
-    const bool placed = std::any_of(std::begin(kMeshFaults), std::end(kMeshFaults), [&](auto& fault) {
-        return (diagnosis.*fault.finding).count > 0;
-    });
+    const bool placed =
+        std::any_of(std::begin(kMeshFaults), std::end(kMeshFaults),
+                    [&](auto& fault) { return (diagnosis.*fault.finding).count > 0; });
     return placed || !diagnosis.closed || diagnosis.inside_out || diagnosis.inverted_shells > 0;
 }
 
@@ -144,22 +149,28 @@ std::string MeshText(const MeshReport& report)
 {
     const scapi_diagnosis& d = report.diagnosis;
     const auto row = [](const std::string& name, const std::string& value) {
-        return "  " + name + std::string(name.size() < 24 ? 24 - name.size() : 1, ' ') + value + "\n";
+        return "  " + name + std::string(name.size() < 24 ? 24 - name.size() : 1, ' ') + value +
+               "\n";
     };
     std::string out = report.path + ": " + (report.IsFaulty() ? "faulty" : "sound") + "\n";
-    out += row("triangles", std::to_string(d.triangles) + ", vertices " + std::to_string(d.vertices));
-    out += row("size in mm", Size(d.extent, 1) + "; if the unit is an inch " + Size(d.extent_if_inches, 1));
+    out +=
+        row("triangles", std::to_string(d.triangles) + ", vertices " + std::to_string(d.vertices));
+    out += row("size in mm",
+               Size(d.extent, 1) + "; if the unit is an inch " + Size(d.extent_if_inches, 1));
     out += row("closed", d.closed ? d.inside_out ? "yes, but inside out" : "yes" : "no");
-    out += row("shells", std::to_string(d.shells) + ", inside out " + std::to_string(d.inverted_shells) +
-                             ", nested " + std::to_string(d.nested_shells));
+    out += row("shells", std::to_string(d.shells) + ", inside out " +
+                             std::to_string(d.inverted_shells) + ", nested " +
+                             std::to_string(d.nested_shells));
     if (d.closed) out += row("volume", FormatNumber(d.volume));
     for (const MeshFault& fault : kMeshFaults) {
         const scapi_finding& finding = d.*fault.finding;
         if (finding.count == 0) continue;
         out += row(fault.name, std::to_string(finding.count)) + Places(finding);
     }
-    if (!d.self_crossings_complete) out += row("self crossings", "too many tests: not all were looked for");
-    out += row("SCAPI_LoadSTL", std::to_string(report.core.code) + ", " + MeaningOf(report.core.code));
+    if (!d.self_crossings_complete)
+        out += row("self crossings", "too many tests: not all were looked for");
+    out +=
+        row("SCAPI_LoadSTL", std::to_string(report.core.code) + ", " + MeaningOf(report.core.code));
     out += row("refined", std::to_string(d.triangles) + " triangles become " +
                               std::to_string(report.core.triangles));
     out += row("cache beside the file", report.core.cache);

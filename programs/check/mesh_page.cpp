@@ -67,7 +67,8 @@ void AddMesh(const MeshReport& report, double shift, view::Scene& scene)
     edges.lines = FaultyEdges(scene.meshes.back());
     if (!edges.lines.empty()) scene.segments.push_back(edges);
     AddMarks(report, index, shift, scene);
-    scene.summary.push_back({report.path, std::to_string(report.diagnosis.triangles) + " triangles, " +
+    scene.summary.push_back({report.path, std::to_string(report.diagnosis.triangles) +
+                                              " triangles, " +
                                               (report.diagnosis.closed ? "closed" : "not closed")});
 }
 
@@ -82,7 +83,8 @@ bool WriteMeshPage(const std::string& path, const std::vector<MeshReport>& repor
     const auto faulty = std::count_if(reports.begin(), reports.end(),
                                       [](const auto& report) { return report.IsFaulty(); });
     scene.status = faulty > 0 ? view::Status::kHit : view::Status::kClear;
-    scene.verdict = std::to_string(faulty) + " of " + std::to_string(reports.size()) + " meshes faulty";
+    scene.verdict =
+        std::to_string(faulty) + " of " + std::to_string(reports.size()) + " meshes faulty";
     double next = 0;
     for (const MeshReport& report : reports) {
         scapi_mesh_info info{};

@@ -24,7 +24,8 @@ double OrInfinity(double number) { return number < 0 ? HUGE_VAL : number; }
 Json RowOf(const Clearance& c) { return {c.checked, c.a, c.b, OrMinus(c.low), OrMinus(c.high)}; }
 Json RowOf(const Hit& h)
 {
-    return {h.move, h.a, h.b, h.atStart, h.inside, h.time, h.distance, h.approach, h.point, h.normal};
+    return {h.move, h.a,        h.b,        h.atStart, h.inside,
+            h.time, h.distance, h.approach, h.point,   h.normal};
 }
 Json RowOf(const Undecided& u) { return {u.move, u.a, u.b, u.time, u.openMesh}; }
 
@@ -42,7 +43,8 @@ struct PartReader {
     bool Take(const Shard& shard)
     {
         const std::size_t first = FirstMove(shard, findings.clearance.size());
-        const std::size_t end = FirstMove({shard.index + 1, shard.count}, findings.clearance.size());
+        const std::size_t end =
+            FirstMove({shard.index + 1, shard.count}, findings.clearance.size());
         const auto& rows = root.at("clearance");
         if (rows.size() != end - first) return false;
         for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -105,7 +107,8 @@ std::string PartJson(const Job& job, const Shard& shard, const Findings& finding
     for (std::size_t i = FirstMove(shard, findings.clearance.size()); i < end; ++i)
         out["clearance"].push_back(RowOf(findings.clearance[i]));
     for (const Hit& hit : findings.hits) out["hits"].push_back(RowOf(hit));
-    for (const Undecided& undecided : findings.undecided) out["undecided"].push_back(RowOf(undecided));
+    for (const Undecided& undecided : findings.undecided)
+        out["undecided"].push_back(RowOf(undecided));
     return out.dump() + "\n";
 }
 
@@ -123,8 +126,9 @@ bool MergeParts(const Job& job, const std::vector<std::string>& paths, Findings&
     }
     for (std::size_t i = 0; problems.empty() && i < taken.size(); ++i)
         if (!taken[i])
-            problems.push_back({job.path, 0, "", "the part of shard " + std::to_string(i + 1) + "/" +
-                                                     std::to_string(taken.size()) + " is missing"});
+            problems.push_back({job.path, 0, "",
+                                "the part of shard " + std::to_string(i + 1) + "/" +
+                                    std::to_string(taken.size()) + " is missing"});
     Sort(findings);
     return problems.empty();
 }

@@ -17,7 +17,8 @@ std::string LineOf(const Program& program, std::int32_t line)
 {
     if (line < 1 || static_cast<std::size_t>(line) > program.lines.size()) return {};
     const std::size_t start = program.lines[static_cast<std::size_t>(line) - 1];
-    const std::size_t end = std::min(program.text.find_first_of("\r\n", start), program.text.size());
+    const std::size_t end =
+        std::min(program.text.find_first_of("\r\n", start), program.text.size());
     return program.text.substr(start, end - start);
 }
 

@@ -25,13 +25,13 @@ struct Arc {
     double radius[2]{}; ///< at the start and at the end: equal but for rounding of the program
     double angle = 0;   ///< at the start, radians
     double sweep = 0;   ///< radians, of either sign, up to a full turn
-    double slack = 0;   ///< mm: how far the program leaves open where the arc runs, by a radius that
-                        ///< doesn't quite fit its ends
+    double slack = 0; ///< mm: how far the program leaves open where the arc runs, by a radius that
+                      ///< doesn't quite fit its ends
 };
 
 struct Move {
     Position from{}, to{};
-    std::int32_t line = 0; ///< of the program, from 1
+    std::int32_t line = 0;  ///< of the program, from 1
     std::int32_t tool = -1; ///< into the tools of the job; -1: none in the spindle
     std::int32_t arc = -1;  ///< into Program::arcs
     MoveKind kind = MoveKind::kPlace;
@@ -40,8 +40,8 @@ struct Move {
 struct Program {
     std::vector<Move> moves;
     std::vector<Arc> arcs;
-    std::string text;                ///< of the file
-    std::vector<std::size_t> lines;  ///< where each line begins in the text
+    std::string text;               ///< of the file
+    std::vector<std::size_t> lines; ///< where each line begins in the text
     Problems warnings; ///< what was met that does not keep the program from being checked
 };
 

@@ -11,9 +11,9 @@ std::array<Vec, 8> CornersAt(const Pose& pose, const BodyFrame& body)
 {
     std::array<Vec, 8> corners;
     for (std::size_t i = 0; i < 8; ++i)
-        corners[i] = Placed(pose, {(i & 1 ? body.high : body.low)[0],
-                                   (i & 2 ? body.high : body.low)[1],
-                                   (i & 4 ? body.high : body.low)[2]});
+        corners[i] =
+            Placed(pose, {(i & 1 ? body.high : body.low)[0], (i & 2 ? body.high : body.low)[1],
+                          (i & 4 ? body.high : body.low)[2]});
     return corners;
 }
 
@@ -28,15 +28,15 @@ double FarthestFrom(const std::array<Vec, 8>& corners, const Vec& through, const
 
 /// What a chain of axes can do to a body along a piece.
 struct ChainBound {
-    double displacement = 0; ///< from half way on, of any point
-    double curving = 0;      ///< greatest second derivative of any point's way
-    std::size_t turning = 0; ///< rotary axes that move
-    std::size_t lastTurning = 0;   ///< the one farthest from the base; an axis
-    bool movesBeyond = false;      ///< an axis beyond a turning one moves
+    double displacement = 0;     ///< from half way on, of any point
+    double curving = 0;          ///< greatest second derivative of any point's way
+    std::size_t turning = 0;     ///< rotary axes that move
+    std::size_t lastTurning = 0; ///< the one farthest from the base; an axis
+    bool movesBeyond = false;    ///< an axis beyond a turning one moves
 };
 
-/// How much farther a body goes than the arc's two positions as one vector: 1 where it is carried by
-/// one of the axes, or by two that stay at right angles; sqrt(2) at the most.
+/// How much farther a body goes than the arc's two positions as one vector: 1 where it is carried
+/// by one of the axes, or by two that stay at right angles; sqrt(2) at the most.
 double ArcStretch(const Machine& machine, const Piece& piece,
                   const std::array<std::size_t, kMaxAxes>& chain, std::size_t count)
 {
@@ -48,8 +48,8 @@ double ArcStretch(const Machine& machine, const Piece& piece,
     }
     if (carried < 2) return static_cast<double>(carried);
     if (turnsBetween) return std::sqrt(2);
-    const double share = Dot(machine.axes[piece.arcAxes[0]].direction,
-                             machine.axes[piece.arcAxes[1]].direction);
+    const double share =
+        Dot(machine.axes[piece.arcAxes[0]].direction, machine.axes[piece.arcAxes[1]].direction);
     return std::sqrt(1 + std::fabs(share));
 }
 
@@ -103,9 +103,9 @@ BodyMotion Between(const Machine& machine, const Piece& piece, const BodyFrame& 
         return out;
     }
     const Vec direction{out.motion.axis[0], out.motion.axis[1], out.motion.axis[2]};
-    const double radius = out.motion.angle == 0
-                              ? 0
-                              : FarthestFrom(CornersAt(start, body), Placed(start, pivot), direction);
+    const double radius = out.motion.angle == 0 ? 0
+                                                : FarthestFrom(CornersAt(start, body),
+                                                               Placed(start, pivot), direction);
     const double own = out.motion.angle * out.motion.angle * radius;
     out.deviation = (bound.curving + own) / 8 + kPoseRounding;
     return out;
@@ -124,8 +124,8 @@ Piece PieceOf(const Machine& machine, const Path& path, double start, double end
     piece.last = PlaceLinks(machine, to);
     for (std::size_t i = 0; i < machine.axes.size(); ++i) {
         if (machine.axes[i].rotary) piece.turned[i] = (to[i] - from[i]) * kRadians;
-        piece.travel[i] = machine.axes[i].rotary ? std::fabs(piece.turned[i])
-                                                 : std::fabs(to[i] - from[i]);
+        piece.travel[i] =
+            machine.axes[i].rotary ? std::fabs(piece.turned[i]) : std::fabs(to[i] - from[i]);
     }
     if (!path.arc) return piece;
     const Arc& arc = *path.arc;
@@ -153,7 +153,8 @@ BodyMotion MotionOf(const Machine& machine, const Piece& piece, const BodyFrame&
     // One axis turns, or none, and nothing moves beyond it: this is the true motion but for the
     // arc, which only shifts the whole body.
     std::copy(start.begin(), start.end(), out.motion.start);
-    Vec pivot{}, path = Translation(Composed(piece.last[body.link], body.mount)) - Translation(start);
+    Vec pivot{},
+        path = Translation(Composed(piece.last[body.link], body.mount)) - Translation(start);
     Vec direction{0, 0, 1};
     if (bound.turning == 1) {
         const Axis& axis = machine.axes[bound.lastTurning];
@@ -203,8 +204,8 @@ double GapAlong(const Machine& machine, const Piece& piece, const BodyFrame& a, 
     Bounds ofA = BoundsAt(Composed(at[a.link], a.mount), a);
     const Bounds ofB = BoundsAt(Composed(at[b.link], b.mount), b);
     if (turns) {
-        const double gap = GapOf(ofA, ofB) - Displacement(machine, piece, a) -
-                           Displacement(machine, piece, b);
+        const double gap =
+            GapOf(ofA, ofB) - Displacement(machine, piece, a) - Displacement(machine, piece, b);
         return std::max(0.0, gap);
     }
     // Seen from B, A goes straight.

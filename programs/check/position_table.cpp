@@ -31,7 +31,8 @@ bool ReadNumber(const std::string& cell, double& number)
 {
     const char* last = cell.data() + cell.size();
     const auto result = std::from_chars(cell.data(), last, number);
-    return result.ec == std::errc() && result.ptr == last && std::fabs(number) <= kMostLength / 25.4;
+    return result.ec == std::errc() && result.ptr == last &&
+           std::fabs(number) <= kMostLength / 25.4;
 }
 
 struct TableReader {
@@ -103,9 +104,9 @@ struct TableReader {
         for (std::size_t i = 0; i < cells.size(); ++i) TakeCell(columns[i], cells[i], kind, to);
         std::vector<Move>& moves = job.program.moves;
         // The first row is where the axes stand.
-        if (moves.empty() || tool != before) moves.push_back({moves.empty() ? to : at,
-                                                              moves.empty() ? to : at, line, tool,
-                                                              -1, MoveKind::kPlace});
+        if (moves.empty() || tool != before)
+            moves.push_back({moves.empty() ? to : at, moves.empty() ? to : at, line, tool, -1,
+                             MoveKind::kPlace});
         if (to != moves.back().to) moves.push_back({at, to, line, tool, -1, kind});
         at = to;
     }

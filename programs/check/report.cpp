@@ -68,7 +68,8 @@ std::string Summary(const Report& report)
     const std::size_t checked = CheckedMoves(findings), all = findings.clearance.size();
     std::string out = hits > 0 ? count(hits, "hit") : "no hit";
     out += " in " + count(all, "move");
-    if (!findings.undecided.empty()) out += ", " + std::to_string(findings.undecided.size()) + " undecided";
+    if (!findings.undecided.empty())
+        out += ", " + std::to_string(findings.undecided.size()) + " undecided";
     if (near > 0)
         out += ", " + count(near, "move") + " nearer than " +
                FormatNumber(report.job.settings.limit) + " mm";

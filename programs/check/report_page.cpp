@@ -42,7 +42,8 @@ std::vector<Step> StepsOf(const Report& report)
     for (std::size_t i = 0; i < moves; ++i) {
         const Move& move = job.program.moves[i];
         if (i % stride != 0 && i + 1 != moves) continue;
-        std::vector<double> times = PathOf(job.machine, job.program, move, job.settings.dogLeg).breaks;
+        std::vector<double> times =
+            PathOf(job.machine, job.program, move, job.settings.dogLeg).breaks;
         const int parts = stride == 1 ? PartsOf(job, move) : 1;
         for (int k = 1; k < parts; ++k) times.push_back(double(k) / parts);
         std::sort(times.begin(), times.end());
@@ -86,9 +87,10 @@ struct PageBuilder {
             // From here on runs the move that ends at the next step, as a control shows it.
             const std::uint32_t index = steps[std::min(i + 1, steps.size() - 1)].move;
             const Move& move = job.program.moves[index];
-            scene.steps.push_back({std::to_string(index) + " " + NameOf(move.kind), {},
-                                   std::to_string(move.line) + ": " +
-                                       LineOf(job.program, move.line)});
+            scene.steps.push_back(
+                {std::to_string(index) + " " + NameOf(move.kind),
+                 {},
+                 std::to_string(move.line) + ": " + LineOf(job.program, move.line)});
         }
     }
 
@@ -111,7 +113,8 @@ struct PageBuilder {
             shown.name = body.name, shown.group = NameOf(body.group);
             shown.mesh = scene.meshes.size();
             shown.color = kColors[static_cast<std::size_t>(body.group)];
-            if (body.group == Group::kSpindle || body.group == Group::kMachine) shown.opacity = 0.45;
+            if (body.group == Group::kSpindle || body.group == Group::kMachine)
+                shown.opacity = 0.45;
             shown.poses = PosesOf(body);
             scene.meshes.push_back(PageMesh(body.mesh.get()));
             scene.bodies.push_back(shown);
@@ -134,7 +137,8 @@ struct PageBuilder {
     Vec PlaceOf(std::uint32_t move) const
     {
         const Position& at = job.program.moves[move].to;
-        return Placed(PlaceLinks(job.machine, at)[job.machine.HeadLink()], Translation(job.machine.gauge));
+        return Placed(PlaceLinks(job.machine, at)[job.machine.HeadLink()],
+                      Translation(job.machine.gauge));
     }
 
     void AddMarks()
@@ -143,8 +147,10 @@ struct PageBuilder {
         for (const Incident& incident : IncidentsOf(report.findings)) {
             const Hit& hit = report.findings.hits[incident.first];
             AddMark(view::Kind::kHit, hit.move, hit.time, hit.point, hit.normal, hit.a, hit.b,
-                    hit.inside ? ", one inside the other"
-                               : ", approach " + FormatNumber(std::round(incident.approach * 1e3) / 1e3) + " mm");
+                    hit.inside
+                        ? ", one inside the other"
+                        : ", approach " + FormatNumber(std::round(incident.approach * 1e3) / 1e3) +
+                              " mm");
         }
         for (const Undecided& row : report.findings.undecided)
             AddMark(view::Kind::kUndecided, row.move, row.time, PlaceOf(row.move), {}, row.a, row.b,

@@ -57,15 +57,16 @@ std::string HitTable(const Report& report)
         if (rows.size() > kMostRows) break;
         const Hit& hit = report.findings.hits[incident.first];
         const std::int32_t line = report.job.program.moves[hit.move].line;
-        rows.push_back({Lines(report.job, hit.move, incident.lastMove),
-                        MoveName(report.job, hit.move), PairName(report.job, hit.a, hit.b),
-                        hit.inside ? "inside" : Fixed(hit.time, 4),
-                        Fixed(hit.point[0], 3) + " " + Fixed(hit.point[1], 3) + " " +
-                            Fixed(hit.point[2], 3),
-                        Fixed(incident.approach, 3), LineOf(report.job.program, line)});
+        rows.push_back(
+            {Lines(report.job, hit.move, incident.lastMove), MoveName(report.job, hit.move),
+             PairName(report.job, hit.a, hit.b), hit.inside ? "inside" : Fixed(hit.time, 4),
+             Fixed(hit.point[0], 3) + " " + Fixed(hit.point[1], 3) + " " + Fixed(hit.point[2], 3),
+             Fixed(incident.approach, 3), LineOf(report.job.program, line)});
     }
-    std::string out = "\nHits: at is the fraction of the move, approach the mm that the move goes on "
-                      "into the contact\n" + Table(rows);
+    std::string out =
+        "\nHits: at is the fraction of the move, approach the mm that the move goes on "
+        "into the contact\n" +
+        Table(rows);
     if (incidents.size() > kMostRows)
         out += "  and " + std::to_string(incidents.size() - kMostRows) + " more\n";
     return out;
@@ -76,10 +77,10 @@ std::string UndecidedTable(const Report& report)
     std::vector<std::vector<std::string>> rows{{"line", "move", "pair", "clear until", "reason"}};
     for (const Undecided& row : report.findings.undecided) {
         if (rows.size() > kMostRows) break;
-        rows.push_back({Lines(report.job, row.move, row.move), MoveName(report.job, row.move),
-                        PairName(report.job, row.a, row.b), Fixed(row.time, 4),
-                        row.openMesh ? "a mesh is not closed, so inside cannot be told"
-                                     : "too many tests"});
+        rows.push_back(
+            {Lines(report.job, row.move, row.move), MoveName(report.job, row.move),
+             PairName(report.job, row.a, row.b), Fixed(row.time, 4),
+             row.openMesh ? "a mesh is not closed, so inside cannot be told" : "too many tests"});
     }
     std::string out = "\nUndecided\n" + Table(rows);
     if (report.findings.undecided.size() > kMostRows)
@@ -103,7 +104,8 @@ std::string NearTable(const Report& report, std::vector<std::uint32_t> near)
                         PairName(report.job, row.a, row.b), Fixed(row.low, 3),
                         LineOf(report.job.program, line)});
     }
-    std::string out = "\nNearer than " + FormatNumber(report.job.settings.limit) + " mm\n" + Table(rows);
+    std::string out =
+        "\nNearer than " + FormatNumber(report.job.settings.limit) + " mm\n" + Table(rows);
     if (near.size() > kMostRows / 2)
         out += "  and " + std::to_string(near.size() - kMostRows / 2) + " more\n";
     return out;
@@ -127,7 +129,8 @@ std::string TextReport(const Report& report)
                                  : ": what is inside cannot be told (or set \"surface\")\n");
     for (const Pair& pair : report.pairs.ignored)
         if (pair.contact.reason != std::string("on one link"))
-            out += "not checked: " + PairName(job, pair.a, pair.b) + " (" + pair.contact.reason + ")\n";
+            out += "not checked: " + PairName(job, pair.a, pair.b) + " (" + pair.contact.reason +
+                   ")\n";
     if (!report.findings.hits.empty()) out += HitTable(report);
     if (!report.findings.undecided.empty()) out += UndecidedTable(report);
     const auto near = NearMoves(report);

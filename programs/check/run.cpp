@@ -35,8 +35,8 @@ struct Queue {
     std::atomic<std::size_t> next, done{0};
 };
 
-void RunWorker(const Job& job, const Pairs& pairs, Queue& queue,
-               std::vector<Clearance>& clearance, Worker& worker)
+void RunWorker(const Job& job, const Pairs& pairs, Queue& queue, std::vector<Clearance>& clearance,
+               Worker& worker)
 {
     for (;;) {
         const std::size_t first = queue.next.fetch_add(kMovesAtATime);

@@ -73,8 +73,8 @@ struct Sweeper {
     bool ClearByPlace(const Piece& piece)
     {
         const Machine& machine = c.job.machine;
-        const double room = Displacement(machine, piece, c.a.frame) +
-                            Displacement(machine, piece, c.b.frame);
+        const double room =
+            Displacement(machine, piece, c.a.frame) + Displacement(machine, piece, c.b.frame);
         if (leaving || room > std::min(c.a.radius, c.b.radius)) return false;
         const Timer timer{c.work.placeSeconds};
         const scapi_options options = Options(tolerance + room, piece);
@@ -149,8 +149,8 @@ struct Sweeper {
         const BodyMotion motionA = MotionOf(machine, piece, c.a.frame);
         const BodyMotion motionB = MotionOf(machine, piece, c.b.frame);
         const double deviation = motionA.deviation + motionB.deviation;
-        const bool exact = deviation <= kDeviationShare * Precision() ||
-                           span.end - span.start <= 2 * kLeastPiece;
+        const bool exact =
+            deviation <= kDeviationShare * Precision() || span.end - span.start <= 2 * kLeastPiece;
         if (!exact && !(deviation <= kUsefulDeviation * std::min(c.a.radius, c.b.radius))) {
             Divide(span.start, span.end);
             return true;

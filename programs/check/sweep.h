@@ -25,11 +25,11 @@ enum class Outcome { kClear, kContact, kUndecided };
 
 struct SweepResult {
     Outcome outcome = Outcome::kClear;
-    double time = 1;        ///< kContact: of it; kUndecided: clear before
+    double time = 1;            ///< kContact: of it; kUndecided: clear before
     double distance = HUGE_VAL; ///< kContact: an upper bound of the distance then
-    bool inside = false;    ///< kContact: one lies in the other
-    bool openMesh = false;  ///< kUndecided: for the want of a closed mesh
-    Vec point{}, normal{};  ///< kContact
+    bool inside = false;        ///< kContact: one lies in the other
+    bool openMesh = false;      ///< kUndecided: for the want of a closed mesh
+    Vec point{}, normal{};      ///< kContact
 };
 
 /// Clear is a proof: at every time from `start` on the bodies are farther apart than the tolerance,

@@ -40,7 +40,8 @@ std::string Duration(double seconds)
     if (whole < 3600)
         std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
     else
-        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);
+        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60,
+                      whole % 60);
     return text;
 }
 

@@ -13,9 +13,9 @@ namespace check
 void CatchInterrupts();
 bool Interrupted();
 
-/// A line on standard error with the part done and the time left; nothing where that is no terminal.
-class Progress
-{
+/// A line on standard error with the part done and the time left; nothing where that is no
+/// terminal.
+class Progress {
 public:
     Progress(std::string what, std::int64_t total);
     ~Progress();

@@ -61,7 +61,8 @@ struct Row {
 };
 
 constexpr Row kRows[] = {
-    {"MotionIsNotModal", "G0 X1\nY2\nG1 Z3 F9\nX4", "rapid 1 X1; rapid 2 Y2; feed 3 Z3; feed 4 X4; "},
+    {"MotionIsNotModal", "G0 X1\nY2\nG1 Z3 F9\nX4",
+     "rapid 1 X1; rapid 2 Y2; feed 3 Z3; feed 4 X4; "},
     {"LowerCaseOrBlanksOrNumbersOfBlocks", "n10 g 0 x 1 . 5y-.5\r\nN20Y+3\r\n",
      "rapid 1 X1.5 Y-0.5; rapid 2 Y3; "},
     {"CommentsAreRead", "(G0 X5)G0 X1(mm) Y2;Z9\n; X7", "rapid 1 X1 Y2; "},
@@ -71,17 +72,21 @@ constexpr Row kRows[] = {
     {"WorkOffsetsAreLost", "G55 G0 X0 Y0 Z0\nG54 X0", "rapid 1 X10 Y20 Z30; rapid 2 X0; "},
     {"MachineCoordinatesStayInForce", "G55 G53 G0 Z7\nZ7", "rapid 1 Z7; rapid 2 Z37; "},
     {"LengthIsNotAdded", "T1 M6\nG43 H1 G0 Z5\nG49 Z5", "place 1; rapid 2 Z55; rapid 3 Z5; "},
-    {"LengthIsInMachineCoordinates", "T1 M6\nG43 H1 G0 Z5\nG53 Z0", "place 1; rapid 2 Z55; rapid 3 Z0; "},
-    {"ReferenceSkipsTheWayPoint", "G0 X9 Z20\nG28 X5 Z50\nX9", "rapid 1 X9 Z20; rapid 2 X5 Z50; rapid 2 "
-                                                             "X0 Z100; rapid 3 X9; "},
+    {"LengthIsInMachineCoordinates", "T1 M6\nG43 H1 G0 Z5\nG53 Z0",
+     "place 1; rapid 2 Z55; rapid 3 Z0; "},
+    {"ReferenceSkipsTheWayPoint", "G0 X9 Z20\nG28 X5 Z50\nX9",
+     "rapid 1 X9 Z20; rapid 2 X5 Z50; rapid 2 "
+     "X0 Z100; rapid 3 X9; "},
     {"ReferenceByIncrement", "G0 Z20 X3\nG91 G28 Z0", "rapid 1 X3 Z20; rapid 2 Z100; "},
     {"CycleG81", "G0 Z20\nG81 X5 Z-3 R2 F9\nY7\nG80",
      "rapid 1 Z20; rapid 2 X5; rapid 2 Z2; feed 2 Z-3; retract 2 Z2; rapid 2 Z20; "
      "rapid 3 Y7; rapid 3 Z2; feed 3 Z-3; retract 3 Z2; rapid 3 Z20; "},
     {"CycleG82StaysAtR", "G0 Z20\nG99 G82 X5 Z-3 R2 P100 F9\nX6",
-     "rapid 1 Z20; rapid 2 X5; rapid 2 Z2; feed 2 Z-3; retract 2 Z2; rapid 3 X6; feed 3 Z-3; retract 3 Z2; "},
+     "rapid 1 Z20; rapid 2 X5; rapid 2 Z2; feed 2 Z-3; retract 2 Z2; rapid 3 X6; feed 3 Z-3; "
+     "retract 3 Z2; "},
     {"CycleG83Pecks", "G0 Z20\nG83 Z-5 R1 Q4 F9",
-     "rapid 1 Z20; rapid 2 Z1; feed 2 Z-3; retract 2 Z1; retract 2 Z-2.75; feed 2 Z-5; retract 2 Z1; "
+     "rapid 1 Z20; rapid 2 Z1; feed 2 Z-3; retract 2 Z1; retract 2 Z-2.75; feed 2 Z-5; retract 2 "
+     "Z1; "
      "rapid 2 Z20; "},
     {"CycleByIncrements", "G0 Z20\nG91 G81 X5 Z-3 R-8 F9",
      "rapid 1 Z20; rapid 2 X5; rapid 2 Z12; feed 2 Z9; retract 2 Z12; rapid 2 Z20; "},
@@ -94,7 +99,8 @@ constexpr Row kRows[] = {
     {"UnknownG", "G0 X1\nG68 X0 Y0 R45", "2: G68 is not known; "},
     {"DecimalsOfGAreCut", "G43.4 H1", "1: G43.4 is not known; "},
     {"CutterCompensation", "G41 D1", "1: G41 is not known; "},
-    {"Subprogram", "M98 P1000", "1: P belongs to G4 and G82; 1: M98 is not followed, and it may move something; "},
+    {"Subprogram", "M98 P1000",
+     "1: P belongs to G4 and G82; 1: M98 is not followed, and it may move something; "},
     {"UnknownAxis", "G0 W1", "1: W is not known; "},
     {"AxisThatTheMachineHasNot", "G0 B1", "1: the machine has no axis B; "},
     {"TwoOfAGroup", "G0 G1 X1", "1: G0 and G1 exclude each other in one block; "},
@@ -129,9 +135,9 @@ TEST(CheckGcode, ProgramsMeanTheirMoves)
 
 struct ArcRow {
     const char* fault;
-    const char* words;      ///< of the block, from X10 Y0 Z0 on
-    double middle[3];       ///< half way
-    double sweep;           ///< degrees
+    const char* words; ///< of the block, from X10 Y0 Z0 on
+    double middle[3];  ///< half way
+    double sweep;      ///< degrees
 };
 
 constexpr ArcRow kArcs[] = {
@@ -154,7 +160,8 @@ TEST(CheckGcode, ArcsOfAllPlanes)
         ASSERT_TRUE(ReadGcode(job, problems)) << row.fault << Describe(problems.at(0));
         const Path path = PathOf(job.machine, job.program, job.program.moves.at(2), true);
         const Position at = At(path, 0.5);
-        for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(at[i], row.middle[i], 1e-6) << row.fault << i;
+        for (std::size_t i = 0; i < 3; ++i)
+            EXPECT_NEAR(at[i], row.middle[i], 1e-6) << row.fault << i;
         EXPECT_NEAR(path.arc->sweep / kRadians, row.sweep, 1e-9) << row.fault;
         std::filesystem::remove(job.programPath);
     }
@@ -177,7 +184,8 @@ TEST(CheckGcode, DogLegsEndAxisByAxis)
 
 TEST(CheckGcode, EveryBeginningOfAProgramIsRead)
 {
-    const std::string program = "%\nO1 (a)\nG21 G0 X1 Y-2.5\nG3 X5 I2 F9\nG83 Z-9 R1 Q2\n/N5 X1;b\nM30\n%\n";
+    const std::string program =
+        "%\nO1 (a)\nG21 G0 X1 Y-2.5\nG3 X5 I2 F9\nG83 Z-9 R1 Q2\n/N5 X1;b\nM30\n%\n";
     for (std::size_t length = 0; length <= program.size(); ++length) {
         Job job = MakeJob(program.substr(0, length));
         Problems problems;

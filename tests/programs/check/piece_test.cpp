@@ -1,5 +1,5 @@
-// The bounds on how far a body goes and how far its one motion is off, against where its points truly
-// are: by the machine's own matrices, at many times.
+// The bounds on how far a body goes and how far its one motion is off, against where its points
+// truly are: by the machine's own matrices, at many times.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -39,7 +39,9 @@ Path RandomPath(const Machine& machine, std::mt19937& random, Arc& arc)
     path.ends.fill(1);
     const double size = std::pow(10, -3 * std::fabs(any(random)));
     for (std::size_t i = 0; i < machine.axes.size(); ++i) {
-        const double scale = random() % 3 == 0 ? 0 : machine.axes[i].rotary ? 150 * size : 300 * size;
+        const double scale = random() % 3 == 0        ? 0
+                             : machine.axes[i].rotary ? 150 * size
+                                                      : 300 * size;
         path.from[i] = 100 * any(random);
         path.to[i] = path.from[i] + scale * any(random);
     }
@@ -48,7 +50,8 @@ Path RandomPath(const Machine& machine, std::mt19937& random, Arc& arc)
         if (!machine.axes[i].rotary) linear.push_back(i);
     if (linear.size() < 2 || random() % 2 == 0) return path;
     arc.first = linear[0], arc.second = linear[1];
-    arc.radius[0] = 100 * std::fabs(any(random)) + 0.1, arc.radius[1] = arc.radius[0] + 0.01 * any(random);
+    arc.radius[0] = 100 * std::fabs(any(random)) + 0.1,
+    arc.radius[1] = arc.radius[0] + 0.01 * any(random);
     arc.angle = 3 * any(random), arc.sweep = 6 * size * any(random);
     path.arc = &arc;
     for (const auto& [time, end] : {std::pair{0.0, &path.from}, std::pair{1.0, &path.to}}) {
@@ -85,13 +88,14 @@ void Attack(const Machine& machine, const Path& path, std::mt19937& random, Wors
             ASSERT_EQ(scapi_motion_pose(&motion.motion, share, told.data()), SCAPI_OK);
         }
         for (int corner = 0; corner < 8; ++corner) {
-            const Vec p{(corner & 1 ? body.high : body.low)[0], (corner & 2 ? body.high : body.low)[1],
+            const Vec p{(corner & 1 ? body.high : body.low)[0],
+                        (corner & 2 ? body.high : body.low)[1],
                         (corner & 4 ? body.high : body.low)[2]};
             const double gone = Length(Placed(truth, p) - Placed(middle, p));
             worst.displacement = std::max(worst.displacement, gone / displacement);
             if (known)
-                worst.deviation = std::max(worst.deviation, Length(Placed(truth, p) - Placed(told, p)) /
-                                                                motion.deviation);
+                worst.deviation = std::max(
+                    worst.deviation, Length(Placed(truth, p) - Placed(told, p)) / motion.deviation);
         }
     }
 }
@@ -122,7 +126,11 @@ TEST(CheckPiece, SagittaOfAnArcIsCounted)
     machine.axes[1].direction = {0, 1, 0};
     for (const double sweep : {0.01, 0.3, 1.5}) {
         const Arc arc{0, 1, {0, 0}, {50, 50}, 0, sweep, 0};
-        Path path{{50, 0}, {50 * std::cos(sweep), 50 * std::sin(sweep)}, &arc, {1, 1, 1, 1, 1, 1}, {0, 1}};
+        Path path{{50, 0},
+                  {50 * std::cos(sweep), 50 * std::sin(sweep)},
+                  &arc,
+                  {1, 1, 1, 1, 1, 1},
+                  {0, 1}};
         const Piece piece = PieceOf(machine, path, 0, 1);
         const double bound = MotionOf(machine, piece, {2, kRest, {0, 0, 0}, {1, 1, 1}}).deviation;
         const double sagitta = 50 * (1 - std::cos(sweep / 2));
