@@ -39,7 +39,8 @@ from ._pose import Motion, Pose, motions_between
 from ._progress import TerminalProgress
 from ._query import (contacts, distance, distance_many, time_of_impact, time_of_impact_many, within,
                      within_many)
-from ._results import (Contacts, Distance, Impact, Impacts, Kind, Relation, Result, Results, Verdict)
+from ._results import (Contacts, Distance, Impact, Impacts, Kind, Relation, Result, Results,
+                       Verdict)
 from ._scene import Body, Pair, Scene, SceneResult
 from .errors import Error, IndeterminateError
 

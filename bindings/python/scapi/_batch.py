@@ -14,7 +14,7 @@ from concurrent.futures import FIRST_COMPLETED, BrokenExecutor, Executor, Future
 from dataclasses import dataclass, field
 from functools import lru_cache
 from multiprocessing import get_context
-from typing import Any, Generic, TypeVar, cast
+from typing import Any, Generic, TypeAlias, TypeVar, Union, cast
 
 from . import errors
 from ._mesh import Mesh, PathLike
@@ -29,7 +29,7 @@ class WorkerLostWarning(UserWarning):
 
 
 class WorkerLostError(Error):
-    """Workers died at the same tasks again and again, or an executor broke that has no successor."""
+    """Workers died at the same tasks again and again, or an executor broke for good."""
 
 
 @dataclass(frozen=True)
@@ -105,7 +105,7 @@ def _resolved(argument: Any) -> Any:
     return argument.load() if isinstance(argument, MeshFile) else argument
 
 
-def _run(task: Task[T]) -> T:
+def _run(task: Task[Any]) -> Any:
     return task()
 
 
@@ -129,7 +129,7 @@ def batch(tasks: Iterable[Task[T]], executor: Executor | None = None, *,
     pool, which is replaced, and by Dask, which does so itself. MPI ends the whole run when a
     process of it dies. The first task that raises ends the batch with its exception.
     """
-    pool = _Given(executor) if executor else _OwnPool(workers or os.cpu_count() or 1)
+    pool: _Pool = _Given(executor) if executor else _OwnPool(workers or os.cpu_count() or 1)
     show = sys.stderr.isatty() if progress is None else progress
     run: _Run[T] = _Run(list(tasks), pool, attempts, TerminalProgress("tasks") if show else None)
     try:
@@ -180,12 +180,15 @@ class _Given:
 
     def _names(self) -> set[str]:
         client = getattr(self.executor, "_client", None)  # Dask's
-        if not hasattr(client, "scheduler_info"):
+        if client is None or not hasattr(client, "scheduler_info"):
             return set()
         return set(client.scheduler_info()["workers"])
 
     def close(self) -> None:
         pass
+
+
+_Pool: TypeAlias = Union[_OwnPool, _Given]
 
 
 def _is_worker_lost(error: BaseException) -> bool:
@@ -196,7 +199,7 @@ def _is_worker_lost(error: BaseException) -> bool:
 class _Run(Generic[T]):
     """The state of a batch."""
 
-    def __init__(self, tasks: list[Task[T]], pool: _OwnPool | _Given, attempts: int,
+    def __init__(self, tasks: list[Task[T]], pool: _Pool, attempts: int,
                  progress: TerminalProgress | None) -> None:
         self.tasks, self.pool, self.attempts, self.progress = tasks, pool, attempts, progress
         self.results: list[T | None] = [None] * len(tasks)

@@ -17,7 +17,7 @@ UNITS = {"um": 0.001, "mm": 1.0, "cm": 10.0, "m": 1000.0, "inch": 25.4}
 """Millimetres."""
 
 AXES = {"xyz": "", "yzx": "(STL_SWAP_ZXY)", "zxy": "(STL_SWAP_YZX)"}
-"""What stands in a file as x, y, z is taken as these; and the marker that asks the library for it."""
+"""What x, y, z of a file are taken for, and the marker that asks the library for it."""
 
 _SWAP_MARKERS = 1
 _SELF_CROSSINGS = 1
@@ -45,9 +45,12 @@ class Mesh:
     __slots__ = ("_handle", "_info", "_indexed", "__weakref__")
 
     _handle: _native.MeshHandle
+    _info: tuple[int, int, Point, Point, bool, int] | None
+    _indexed: tuple[NDArray[np.float32], NDArray[np.int32]] | None
 
     def __init__(self) -> None:
-        raise TypeError("use Mesh.from_stl, from_arrays, from_trimesh, box, cylinder, cone, revolved")
+        raise TypeError("use Mesh.from_stl, from_arrays, from_trimesh, box, cylinder, cone or "
+                        "revolved")
 
     @classmethod
     def _own(cls, handle: _native.MeshHandle) -> Mesh:
@@ -194,8 +197,7 @@ class Mesh:
     def _get_info(self) -> tuple[int, int, Point, Point, bool, int]:
         if self._info is None:
             self._info = _native.mesh_info(self._handle)
-        info: tuple[int, int, Point, Point, bool, int] = self._info
-        return info
+        return self._info
 
     def _arrays(self) -> tuple[NDArray[np.float32], NDArray[np.int32]]:
         if self._indexed is None:
@@ -205,8 +207,7 @@ class Mesh:
             vertices = room[:_native.mesh_indexed(self._handle, count, room, faces)].copy()
             vertices.flags.writeable = faces.flags.writeable = False
             self._indexed = vertices, faces
-        arrays: tuple[NDArray[np.float32], NDArray[np.int32]] = self._indexed
-        return arrays
+        return self._indexed
 
     def __reduce__(self) -> tuple[Any, ...]:
         return Mesh.from_arrays, (self.triangles.reshape(-1, 3),)
@@ -320,12 +321,16 @@ def _diagnosis(record: Any) -> Diagnosis:
     values: dict[str, Any] = {}
     for field in fields(Diagnosis):
         value = record[field.name]
-        if field.type == "Finding":
-            known = value["facet"] >= 0
-            values[field.name] = Finding(int(value["count"]), tuple(value["facet"][known].tolist()),
-                                         tuple(map(tuple, value["point"][known].tolist())))
-        elif field.type == "Point":
+        if isinstance(value, np.void):
+            values[field.name] = _finding(value)
+        elif isinstance(value, np.ndarray):
             values[field.name] = tuple(value.tolist())
         else:
-            values[field.name] = bool(value) if field.type == "bool" else value.item()
+            values[field.name] = bool(value) if value.dtype == np.int32 else value.item()
     return Diagnosis(**values)
+
+
+def _finding(record: Any) -> Finding:
+    known = record["facet"] >= 0
+    points = tuple((x, y, z) for x, y, z in record["point"][known].tolist())
+    return Finding(int(record["count"]), tuple(record["facet"][known].tolist()), points)

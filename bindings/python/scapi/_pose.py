@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Sequence
-from typing import Any, TypeAlias, Union
+from typing import Any, TypeAlias, Union, cast
 
 import numpy as np
 from numpy.typing import ArrayLike
@@ -22,7 +22,7 @@ def _unit(axis: ArrayLike) -> Floats:
     if not 0 < largest < np.inf:
         raise ValueError(f"axis: {vector} has no direction")
     vector = vector / largest  # or squares would overflow or vanish
-    return vector / np.linalg.norm(vector)
+    return vector / float(np.linalg.norm(vector))
 
 
 def _rotation(axis: ArrayLike, angle: float) -> Floats:
@@ -33,9 +33,9 @@ def _rotation(axis: ArrayLike, angle: float) -> Floats:
 
 
 def _three_rows(matrices: Floats, name: str) -> Floats:
-    """(..., 3, 4), of (..., 4, 4) the first three rows; the fourth has to say that they are affine."""
+    """(..., 3, 4); of (..., 4, 4) the first three rows, once the fourth is the usual one."""
     if matrices.shape[-2:] == (4, 4):
-        if not np.array_equal(matrices[..., 3, :], np.broadcast_to(_LAST_ROW, matrices[..., 3, :].shape)):
+        if not (matrices[..., 3, :] == _LAST_ROW).all():
             raise ValueError(f"{name}: the last row of a 4x4 pose is 0 0 0 1; "
                              "transpose it if its translation stands there")
         matrices = matrices[..., :3, :]
@@ -132,7 +132,7 @@ def poses_data(poses: PosesLike, name: str) -> tuple[Floats, int | None]:
     if isinstance(poses, Sequence) and any(isinstance(pose, Pose) for pose in poses):
         data = b"".join(pose_data(pose) for pose in poses)
         return np.frombuffer(data).reshape(-1, _ROWS), len(poses)
-    array = reals(poses, name)
+    array = reals(cast(ArrayLike, poses), name)
     if array.size == 0 and array.ndim < 3:
         array = np.empty((0, 3, 4))
     if array.ndim == 2:
@@ -227,7 +227,7 @@ MotionLike: TypeAlias = Union[Motion, PoseLike]
 """A motion, or a pose in which the body rests."""
 
 MotionsLike: TypeAlias = Union[Motion, Sequence[Motion], PoseLike, Floats]
-"""One motion or pose, which stands for all, or many: a sequence, or what `motions_between` gives."""
+"""One motion or pose, which stands for all, or many: a sequence, or rows of `motions_between`."""
 
 
 def _matrix(pose: PoseLike) -> ArrayLike | None:
@@ -243,11 +243,11 @@ def motions_data(motions: MotionsLike, name: str) -> tuple[Floats, int | None]:
     if isinstance(motions, np.ndarray) and motions.ndim == 2 and motions.shape[1] == _MOTION:
         return reals(motions, name), len(motions)
     if isinstance(motions, Sequence) and any(isinstance(m, (Motion, Pose)) for m in motions):
-        data = b"".join(motion_data(motion) for motion in motions)  # type: ignore[arg-type]
+        data = b"".join(motion_data(motion) for motion in motions)
         return np.frombuffer(data).reshape(-1, _MOTION), len(motions)
     if isinstance(motions, Sequence) and len(motions) == 0:
         return np.empty((0, _MOTION)), 0
-    return np.frombuffer(motion_data(motions)).reshape(1, _MOTION), None  # type: ignore[arg-type]
+    return np.frombuffer(motion_data(cast(MotionLike, motions))).reshape(1, _MOTION), None
 
 
 def motions_between(starts: PosesLike, ends: PosesLike, pivot: ArrayLike = (0, 0, 0)) -> Floats:
@@ -269,6 +269,6 @@ def motions_between(starts: PosesLike, ends: PosesLike, pivot: ArrayLike = (0, 0
 def common_count(a: int | None, b: int | None) -> int:
     """Of questions, from the numbers of places of either body."""
     if a is not None and b is not None and a != b:
-        raise ValueError(f"{a} places of one body and {b} of the other: pass as many, or one for all")
+        raise ValueError(f"{a} places of one body, {b} of the other: pass as many, or one for all")
     counts = [count for count in (a, b) if count is not None]
     return counts[0] if counts else 1

@@ -12,7 +12,7 @@ from . import _native
 from ._mesh import Mesh, handle_of
 from ._pose import (MotionLike, MotionsLike, PoseLike, PosesLike, common_count, motion_data,
                     motions_data, pose_data, poses_data)
-from ._results import CONTACT, IMPACT, RESULT, Contacts, Distance, Impact, Impacts, Result, Results
+from ._results import IMPACT, RESULT, Contacts, Distance, Impact, Impacts, Result, Results
 
 Progress: TypeAlias = Callable[[int, int], object]
 """Called with what is done and of how many, ten times a second at most. May raise, to stop."""
@@ -96,10 +96,9 @@ def contacts(a: Mesh, b: Mesh, pose_a: PoseLike = None, pose_b: PoseLike = None,
     if limit < 0:
         raise ValueError(f"limit: {limit} is below 0")
     flags = SURFACES_ONLY if surfaces_only else 0
-    *fields, records = _native.contacts(_thread.query, handle_of(a), pose_data(pose_a),
-                                        handle_of(b), pose_data(pose_b), flags, tolerance,
-                                        resolution, 0.0, budget, limit)
-    return Contacts(*fields, np.frombuffer(records, CONTACT))
+    fields = _native.contacts(_thread.query, handle_of(a), pose_data(pose_a), handle_of(b),
+                              pose_data(pose_b), flags, tolerance, resolution, 0.0, budget, limit)
+    return Contacts.of(*fields)
 
 
 def within_many(a: Mesh, b: Mesh, poses_a: PosesLike = None, poses_b: PosesLike = None, *,

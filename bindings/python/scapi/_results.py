@@ -91,7 +91,7 @@ class Result:
     verdict, relation       see `Verdict` and `Relation`
     lower, upper            lower <= distance of the surfaces <= upper, certified, in the unit of
                             the meshes; upper is infinite where nothing was met below the bound
-    point_a, point_b        closest points as found, world coordinates; zeros where upper is infinite
+    point_a, point_b        closest points found, world coordinates; zeros where upper is infinite
     triangle_a, triangle_b  their triangles, in the order of the input; -1 where upper is infinite
     tests                   spent of the budget
     """
@@ -186,7 +186,7 @@ class _Many(Generic[T]):
     records: Records
     """The library's records, a structured array."""
     verdict: NDArray[np.object_]
-    """(n,) of `Verdict`. Objects, not numbers, so that any() and all() take them for what they mean."""
+    """(n,) of `Verdict`: objects, not numbers, whose any() and all() would mislead."""
     relation: NDArray[np.object_]
     """(n,) of `Relation`."""
 
@@ -211,11 +211,12 @@ class _Many(Generic[T]):
         return type(self), (self.records,)
 
     def __eq__(self, other: object) -> bool:
-        return type(other) is type(self) and np.array_equal(self.records, other.records)  # type: ignore[attr-defined]
+        return (isinstance(other, _Many) and type(other) is type(self)
+                and np.array_equal(self.records, other.records))
 
     def __repr__(self) -> str:
-        counts = {v.name: int(np.count_nonzero(self.records["verdict"] == v.value)) for v in Verdict}
-        found = ", ".join(f"{n} {name}" for name, n in counts.items() if n)
+        counts = [(np.count_nonzero(self.verdict == verdict), verdict.name) for verdict in Verdict]
+        found = ", ".join(f"{count} {name}" for count, name in counts if count)
         return f"<{type(self).__name__}: {found or 'none'}>"
 
     @classmethod
@@ -259,9 +260,9 @@ class _Many(Generic[T]):
         return self.records["tests"]
 
 
-def _plain(record: Any, fields: Iterable[str]) -> list[Any]:
-    """Numbers and tuples of them, from a record of an array."""
-    values = (record[name].tolist() for name in fields)
+def _plain(record: Any, dtype: np.dtype[Any]) -> list[Any]:
+    """The fields of a record behind verdict and relation, as numbers and tuples of them."""
+    values = (record[name].tolist() for name in (dtype.names or ())[2:])
     return [tuple(value) if isinstance(value, list) else value for value in values]
 
 
@@ -272,9 +273,7 @@ class Results(_Many[Result]):
 
     def __getitem__(self, index: int) -> Result:
         record = self.records[index]
-        names = RESULT.names or ()
-        return Result(VERDICTS[record["verdict"]], RELATIONS[record["relation"]],
-                      *_plain(record, names[2:]))
+        return Result(self.verdict[index], self.relation[index], *_plain(record, RESULT))
 
 
 class Impacts(_Many[Impact]):
@@ -304,9 +303,8 @@ class Impacts(_Many[Impact]):
 
 
 def impact_of(record: Any) -> Impact:
-    names = IMPACT.names or ()
     return Impact(VERDICTS[record["verdict"]], RELATIONS[record["relation"]],
-                  *_plain(record, names[2:]))
+                  *_plain(record, IMPACT))
 
 
 class Contacts:
@@ -334,6 +332,11 @@ class Contacts:
         self.count, self.truncated, self.exhausted, self.tests = count, truncated, exhausted, tests
         self.records = records
         self.kind = KINDS[records["kind"]]
+
+    @classmethod
+    def of(cls, *fields: Any) -> Contacts:
+        """From what the native module gives: the records, last, as bytes."""
+        return cls(*fields[:6], np.frombuffer(fields[6], CONTACT))
 
     def __bool__(self) -> bool:
         return bool(self.verdict)

@@ -145,8 +145,8 @@ class Scene:
     def _use(self) -> Iterator[None]:
         # Waiting would hang a progress callback for good: it runs within the check.
         if not self._lock.acquire(blocking=False):
-            raise errors.SceneBusyError("the scene is being checked: use it again when that is over, "
-                                        "or make a scene for each thread")
+            raise errors.SceneBusyError("the scene is being checked: use it again when that is "
+                                        "over, or make a scene for each thread")
         try:
             yield
         finally:

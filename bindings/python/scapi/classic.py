@@ -43,7 +43,7 @@ import os
 from collections import deque
 from collections.abc import Callable
 from types import TracebackType
-from typing import TypeAlias, Union
+from typing import TypeAlias, TypeVar, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
@@ -69,6 +69,8 @@ _MEANINGS = {
 
 MatrixLike: TypeAlias = Union[Pose, ArrayLike]
 """A pose, or a 4x4 matrix of finite numbers."""
+
+N = TypeVar("N", np.float32, np.int32)
 
 
 class SolidError(Error):
@@ -110,6 +112,10 @@ class Solid:
 
     __slots__ = ("_slot", "_born", "_simple", "_placed", "cache_written", "__weakref__")
 
+    _slot: int
+    _born: int
+    _simple: bool
+    _placed: bool
     cache_written: bool
     """False when the file was loaded, but no cache could be written beside it."""
 
@@ -234,24 +240,24 @@ class Solid:
     @property
     def vertices(self) -> NDArray[np.float32]:
         """(n, 3), at rest. A simple solid has none."""
-        return self._walk(_native.classic_vertices, np.dtype(np.float32), 3)
+        return self._walk(_native.classic_vertices, np.float32, 3)
 
     @property
     def faces(self) -> NDArray[np.int32]:
         """(m, 3) indices into vertices. A simple solid has none."""
-        return self._walk(_native.classic_loops, np.dtype(np.int32), 3)
+        return self._walk(_native.classic_loops, np.int32, 3)
 
     @property
     def triangles(self) -> NDArray[np.float32]:
         """(m, 4, 3): three corners and the normal, at rest, as refined by the load."""
-        return self._walk(_native.classic_triangles, np.dtype(np.float32), 12).reshape(-1, 4, 3)
+        return self._walk(_native.classic_triangles, np.float32, 12).reshape(-1, 4, 3)
 
-    def _walk(self, read: Callable[[int], tuple[int, bytearray]], dtype: np.dtype[np.generic],
-              width: int) -> NDArray[np.generic]:
+    def _walk(self, read: Callable[[int], tuple[int, bytearray]], number: type[N],
+              width: int) -> NDArray[N]:
         code, data = read(self.slot)
         if code:
             _fail(code, "reading back")
-        return np.frombuffer(data, dtype).reshape(-1, width)
+        return np.frombuffer(data, number).reshape(-1, width)
 
     def free(self) -> None:
         """Frees the slot. Can be called again."""
