@@ -20,7 +20,7 @@ Make bodies     Mesh: from_stl, from_arrays, from_trimesh, box, cylinder, cone, 
 Place them      Pose, Motion, motions_between
 Ask             within, distance, contacts, time_of_impact; at many poses in one call within_many,
                 distance_many, time_of_impact_many
-Many bodies     Scene: add, move, ignore, check
+Many bodies     Scene: add, move, ignore, check; show, save_html
 Many processes  batch, Task, MeshFile
 The old calls   classic: the fifteen calls on numbered slots
 
@@ -42,11 +42,12 @@ from ._query import (contacts, distance, distance_many, time_of_impact, time_of_
 from ._results import (Contacts, Distance, Impact, Impacts, Kind, Relation, Result, Results,
                        Verdict)
 from ._scene import Body, Pair, Scene, SceneResult
+from ._view import Page
 from .errors import Error, IndeterminateError
 
 __all__ = [
     "Body", "Contacts", "Diagnosis", "Distance", "Error", "Finding", "Impact", "Impacts",
-    "IndeterminateError", "Kind", "Mesh", "MeshFile", "Motion", "Pair", "Pose", "Relation",
+    "IndeterminateError", "Kind", "Mesh", "MeshFile", "Motion", "Page", "Pair", "Pose", "Relation",
     "Result", "Results", "Scene", "SceneResult", "Task", "TerminalProgress", "Verdict",
     "WorkerLostError", "WorkerLostWarning", "__version__", "batch", "classic", "contacts",
     "distance", "distance_many", "errors", "motions_between", "time_of_impact",

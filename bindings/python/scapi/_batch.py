@@ -6,6 +6,7 @@ import hashlib
 import os
 import sys
 import threading
+import time
 import warnings
 from collections import deque
 from collections.abc import Callable, Iterable
@@ -207,6 +208,7 @@ class _Run(Generic[T]):
         self.todo = deque(range(len(tasks)))
         self.running: dict[Future[T], int] = {}
         self.done = 0
+        self.next_watch = 0.0
 
     def finish(self) -> list[T]:
         self._report()
@@ -217,8 +219,7 @@ class _Run(Generic[T]):
                 lost += self._take(future)
             if lost:
                 self._begin_again(sorted(lost))
-            for name in self.pool.lost():
-                self._say(f"worker {name} is gone: its tasks are given to others")
+            self._watch()
             self._report()
         return cast("list[T]", self.results)
 
@@ -260,6 +261,15 @@ class _Run(Generic[T]):
                                   "with if __name__ == \"__main__\"")
         self._say(f"a worker died: {len(lost)} tasks are given to others")
         self.pool.replace()
+
+    def _watch(self) -> None:
+        """Says which workers have gone. At the end too: a short batch would be over unsaid."""
+        now = time.monotonic()
+        if now < self.next_watch and (self.todo or self.running):
+            return
+        self.next_watch = now + 0.5
+        for name in self.pool.lost():
+            self._say(f"worker {name} is gone: its tasks are given to others")
 
     def _say(self, text: str) -> None:
         if self.progress:

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Sequence
+from types import NoneType
 from typing import Any, TypeAlias, Union, cast
 
 import numpy as np
@@ -17,12 +18,13 @@ _MOTION = 22  # start, pivot, path, axis, angle
 
 
 def _unit(axis: ArrayLike) -> Floats:
-    vector = shaped(axis, (3,), "axis")
+    vector: Floats = np.array(shaped(axis, (3,), "axis"))
     largest = float(np.abs(vector).max())
     if not 0 < largest < np.inf:
         raise ValueError(f"axis: {vector} has no direction")
-    vector = vector / largest  # or squares would overflow or vanish
-    return vector / float(np.linalg.norm(vector))
+    vector /= largest  # or squares would overflow or vanish
+    unit: Floats = vector / np.linalg.norm(vector)
+    return unit
 
 
 def _rotation(axis: ArrayLike, angle: float) -> Floats:
@@ -129,7 +131,7 @@ def poses_data(poses: PosesLike, name: str) -> tuple[Floats, int | None]:
     """(n, 12), and the number of poses; None for one that stands for all."""
     if poses is None or isinstance(poses, Pose):
         return np.frombuffer(pose_data(poses)).reshape(1, _ROWS), None
-    if isinstance(poses, Sequence) and any(isinstance(pose, Pose) for pose in poses):
+    if isinstance(poses, Sequence) and any(isinstance(p, (Pose, NoneType)) for p in poses):
         data = b"".join(pose_data(pose) for pose in poses)
         return np.frombuffer(data).reshape(-1, _ROWS), len(poses)
     array = reals(cast(ArrayLike, poses), name)
@@ -242,7 +244,7 @@ def motions_data(motions: MotionsLike, name: str) -> tuple[Floats, int | None]:
     """(n, 22), and the number of motions; None for one that stands for all."""
     if isinstance(motions, np.ndarray) and motions.ndim == 2 and motions.shape[1] == _MOTION:
         return reals(motions, name), len(motions)
-    if isinstance(motions, Sequence) and any(isinstance(m, (Motion, Pose)) for m in motions):
+    if isinstance(motions, Sequence) and any(isinstance(m, (Motion, Pose, NoneType)) for m in motions):
         data = b"".join(motion_data(motion) for motion in motions)
         return np.frombuffer(data).reshape(-1, _MOTION), len(motions)
     if isinstance(motions, Sequence) and len(motions) == 0:

@@ -336,7 +336,9 @@ class Contacts:
     @classmethod
     def of(cls, *fields: Any) -> Contacts:
         """From what the native module gives: the records, last, as bytes."""
-        return cls(*fields[:6], np.frombuffer(fields[6], CONTACT))
+        verdict, relation, count, truncated, exhausted, tests, records = fields
+        return cls(verdict, relation, count, truncated, exhausted, tests,
+                   np.frombuffer(records, CONTACT))
 
     def __bool__(self) -> bool:
         return bool(self.verdict)

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import sys
 import threading
 from collections.abc import Iterator
 from contextlib import contextmanager
@@ -11,10 +12,11 @@ from typing import Any, TypeAlias, Union
 import numpy as np
 
 from . import _native, errors
-from ._mesh import Mesh, handle_of
+from ._mesh import Mesh, PathLike, handle_of
 from ._pose import Motion, MotionLike, motion_data
 from ._query import IGNORE_START_CONTACT, SURFACES_ONLY, Progress
 from ._results import PAIR, Impact, Verdict, impact_of
+from ._view import Page, page_of
 
 BodyKey: TypeAlias = Union[int, str]
 """The number of a body, or its name."""
@@ -140,6 +142,26 @@ class Scene:
                                impact_of(record["impact"]))
                           for record in np.frombuffer(records, PAIR))
         return SceneResult(verdict, pairs, count, truncated, pair_count, examined)
+
+    def page(self, result: SceneResult | None = None, title: str = "scene") -> Page:
+        """A picture of the bodies along their motions; with the result of a check, of what it
+        found."""
+        return page_of(self, result, title)
+
+    def save_html(self, path: PathLike, result: SceneResult | None = None,
+                  title: str = "scene") -> None:
+        """Writes the picture as one HTML file, which needs nothing else."""
+        self.page(result, title).save(path)
+
+    def show(self, result: SceneResult | None = None, title: str = "scene") -> Page:
+        """Opens the picture in a browser; in a notebook, as the last line of a cell, inline."""
+        page = self.page(result, title)
+        if "ipykernel" not in sys.modules:
+            page.open()
+        return page
+
+    def _repr_html_(self) -> str:
+        return self.page()._repr_html_()
 
     @contextmanager
     def _use(self) -> Iterator[None]:
