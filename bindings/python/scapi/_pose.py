@@ -23,15 +23,16 @@ def _unit(axis: ArrayLike) -> Floats:
     if not 0 < largest < np.inf:
         raise ValueError(f"axis: {vector} has no direction")
     vector /= largest  # or squares would overflow or vanish
-    unit: Floats = vector / np.linalg.norm(vector)
-    return unit
+    vector /= np.linalg.norm(vector)
+    return vector
 
 
 def _rotation(axis: ArrayLike, angle: float) -> Floats:
     """3x3, by Rodrigues' formula."""
     x, y, z = _unit(axis)
     cross = np.array([[0, -z, y], [z, 0, -x], [-y, x, 0]])
-    return np.eye(3) + np.sin(angle) * cross + (1 - np.cos(angle)) * (cross @ cross)
+    turn: Floats = np.eye(3) + np.sin(angle) * cross + (1 - np.cos(angle)) * (cross @ cross)
+    return turn
 
 
 def _three_rows(matrices: Floats, name: str) -> Floats:
