@@ -13,6 +13,7 @@ from . import _native
 from ._arrays import Floats, reals, shaped
 
 _LAST_ROW = np.array([0.0, 0.0, 0.0, 1.0])
+_LAST_ROW_DATA = _LAST_ROW.tobytes()
 _ROWS = 12  # numbers of a pose: three rows of four
 _MOTION = 22  # start, pivot, path, axis, angle
 
@@ -125,6 +126,11 @@ _IDENTITY = Pose()._data
 def pose_data(pose: PoseLike) -> bytes:
     if isinstance(pose, Pose):
         return pose._data
+    if isinstance(pose, np.ndarray) and pose.shape == (4, 4) and pose.dtype == np.float64:
+        data = pose.tobytes()
+        # The usual case, without the ten times longer way below; the query checks the rest.
+        if data[96:] == _LAST_ROW_DATA:
+            return data[:96]
     return _IDENTITY if pose is None else Pose(pose)._data
 
 
@@ -232,13 +238,15 @@ MotionLike: TypeAlias = Union[Motion, PoseLike]
 MotionsLike: TypeAlias = Union[Motion, Sequence[Motion], PoseLike, Floats]
 """One motion or pose, which stands for all, or many: a sequence, or rows of `motions_between`."""
 
+_REST = Motion()._data[8 * _ROWS:]  # what follows the start of a motion that goes nowhere
+
 
 def _matrix(pose: PoseLike) -> ArrayLike | None:
     return pose.matrix if isinstance(pose, Pose) else pose
 
 
 def motion_data(motion: MotionLike) -> bytes:
-    return motion._data if isinstance(motion, Motion) else Motion(motion)._data
+    return motion._data if isinstance(motion, Motion) else pose_data(motion) + _REST
 
 
 def motions_data(motions: MotionsLike, name: str) -> tuple[Floats, int | None]:
