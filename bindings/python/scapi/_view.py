@@ -24,6 +24,7 @@ if TYPE_CHECKING:
     from ._scene import Body, Pair, Scene, SceneResult
 
 _PLACEHOLDER = "@SCAPI_SCENE@"
+_STEPS = 20  # of a motion, for those who go from one to the next
 _MOST_STEPS = 2000  # enough for 500 turns
 _STATUS = {Verdict.CLEAR: "clear", Verdict.INDETERMINATE: "undecided"}  # else "hit"
 
@@ -83,15 +84,17 @@ def _last_step(scene: Scene) -> int:
     if not moving:
         return 0
     turns = max(abs(motion.angle) for motion in moving)
-    return min(max(1, math.ceil(turns / (math.pi / 4))), _MOST_STEPS)
+    return min(max(_STEPS, math.ceil(turns / (math.pi / 4))), _MOST_STEPS)
 
 
 def _verdict(result: SceneResult | None) -> dict[str, str]:
     if result is None:
         return {"status": "undecided", "text": "not checked"}
+    open_pairs = "1 pair is not clear" if result.count == 1 else (
+        f"{result.count} pairs are not clear")
     text = {Verdict.CLEAR: "clear", Verdict.INDETERMINATE: "not decided for all pairs"}
     return {"status": _STATUS.get(result.verdict, "hit"),
-            "text": text.get(result.verdict, f"{result.count} pairs are not clear")}
+            "text": text.get(result.verdict, open_pairs)}
 
 
 def _summary(scene: Scene, result: SceneResult | None) -> list[list[str]]:
@@ -131,8 +134,8 @@ def _mark(pair: Pair, last: int) -> dict[str, Any]:
     }
     if impact.triangle_a >= 0:
         return mark | {"step": impact.t_contact * last, "point": impact.point_a,
-                       "point2": impact.point_b, "attach": pair.b.number}
+                       "point2": impact.point_b}
     # No contact is named: the middle of the second body, where it is last known to be clear.
     time = impact.t_clear if impact.verdict is Verdict.INDETERMINATE else 0.0
     middle = pair.b.motion.at(time).apply(pair.b.mesh.bounds.mean(axis=0))
-    return mark | {"step": time * last, "point": middle.tolist(), "attach": pair.b.number}
+    return mark | {"step": time * last, "point": middle.tolist()}
