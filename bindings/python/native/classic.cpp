@@ -23,9 +23,9 @@ int Locked(Call call)
 PyObject* LoadStl(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 3);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     PyObject* path = arguments.Object();
-    const auto simple = int(arguments.Integer());
+    const int simple = arguments.Int();
     if (arguments.Failed()) return nullptr;
     char* name = nullptr;
     if (path != Py_None && PyBytes_AsStringAndSize(path, &name, nullptr)) return nullptr;
@@ -36,7 +36,7 @@ PyObject* LoadStl(PyObject*, Args args, Py_ssize_t count)
 PyObject* SaveStl(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 2);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     PyObject* path = arguments.Object();
     char* name = nullptr;
     if (arguments.Failed() || PyBytes_AsStringAndSize(path, &name, nullptr)) return nullptr;
@@ -59,7 +59,7 @@ bool Floats(Arguments& arguments, float* out, int count)
 PyObject* LoadBox(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 2);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     float box[6];
     if (!Floats(arguments, box, 6)) return nullptr;
     return PyLong_FromLong(Locked([&] { return SCAPI_LoadBox(slot, box); }));
@@ -68,7 +68,7 @@ PyObject* LoadBox(PyObject*, Args args, Py_ssize_t count)
 PyObject* LoadCylinder(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 4);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     float start[3], end[3];
     if (!Floats(arguments, start, 3) || !Floats(arguments, end, 3)) return nullptr;
     const auto radius = float(arguments.Number());
@@ -79,7 +79,7 @@ PyObject* LoadCylinder(PyObject*, Args args, Py_ssize_t count)
 PyObject* DefSweep(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 3);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     float start[4][4], end[4][4];
     if (!Floats(arguments, start[0], 16) || !Floats(arguments, end[0], 16)) return nullptr;
     return PyLong_FromLong(Locked([&] { return SCAPI_DefSweep(slot, start, end); }));
@@ -88,7 +88,7 @@ PyObject* DefSweep(PyObject*, Args args, Py_ssize_t count)
 PyObject* Rotate(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 2);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     float matrix[4][4];
     if (!Floats(arguments, matrix[0], 16)) return nullptr;
     return PyLong_FromLong(Locked([&] { return SCAPI_Rotate(slot, matrix); }));
@@ -97,7 +97,7 @@ PyObject* Rotate(PyObject*, Args args, Py_ssize_t count)
 PyObject* DetectInterference(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 2);
-    const auto a = int(arguments.Integer()), b = int(arguments.Integer());
+    const int a = arguments.Int(), b = arguments.Int();
     if (arguments.Failed()) return nullptr;
     return PyLong_FromLong(Locked([&] { return SCAPI_DetectInterference(a, b); }));
 }
@@ -106,9 +106,9 @@ PyObject* BboxesInterference(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 6);
     float poses[4][16];
-    const auto a = int(arguments.Integer());
+    const int a = arguments.Int();
     if (!Floats(arguments, poses[0], 16) || !Floats(arguments, poses[1], 16)) return nullptr;
-    const auto b = int(arguments.Integer());
+    const int b = arguments.Int();
     if (!Floats(arguments, poses[2], 16) || !Floats(arguments, poses[3], 16)) return nullptr;
     return PyLong_FromLong(Locked(
         [&] { return SCAPI_BboxesInterference(a, poses[0], poses[1], b, poses[2], poses[3]); }));
@@ -117,7 +117,7 @@ PyObject* BboxesInterference(PyObject*, Args args, Py_ssize_t count)
 PyObject* GetBbox(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 1);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     if (arguments.Failed()) return nullptr;
     float box[6] = {};
     const int code = Locked([&] { return SCAPI_GetBbox(slot, box); });
@@ -131,7 +131,7 @@ template <class Record, class ReadOne>
 PyObject* Walk(Args args, Py_ssize_t count, ReadOne read)
 {
     Arguments arguments(args, count, 1);
-    const auto slot = int(arguments.Integer());
+    const int slot = arguments.Int();
     if (arguments.Failed()) return nullptr;
     std::vector<Record> records;
     int code = SCAPI_SUCCESS;

@@ -8,10 +8,10 @@ scapi_mesh_options MeshOptions(Arguments& arguments)
 {
     scapi_mesh_options options{};
     options.size = sizeof options;
-    options.flags = std::uint32_t(arguments.Integer());
+    options.flags = std::uint32_t(arguments.Int());
     options.scale = arguments.Number();
     options.chord_tolerance = arguments.Number();
-    options.segments = std::int32_t(arguments.Integer());
+    options.segments = arguments.Int();
     return options;
 }
 
@@ -170,7 +170,7 @@ PyObject* Diagnose(PyObject*, Args args, Py_ssize_t count)
     const scapi_mesh* mesh = arguments.Mesh();
     scapi_diagnose_options options{};
     options.size = sizeof options;
-    options.flags = std::uint32_t(arguments.Integer());
+    options.flags = std::uint32_t(arguments.Int());
     options.weld = arguments.Number();
     options.budget = arguments.Integer();
     Buffer out;

@@ -23,7 +23,7 @@ PyObject* Capsule(T* handle, const char* kind)
 PyObject* ErrorText(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 1);
-    const auto code = int(arguments.Integer());
+    const int code = arguments.Int();
     return arguments.Failed() ? nullptr : PyUnicode_FromString(scapi_error_text(code));
 }
 
@@ -113,6 +113,16 @@ std::int64_t Arguments::Integer()
     return number;
 }
 
+int Arguments::Int()
+{
+    const std::int64_t number = Integer();
+    if (!failed_ && number != int(number)) {
+        failed_ = true;
+        PyErr_SetString(PyExc_OverflowError, "the integer is too large");
+    }
+    return failed_ ? 0 : int(number);
+}
+
 bool Arguments::Doubles(double* out, int count)
 {
     if (failed_) return false;
@@ -151,7 +161,7 @@ scapi_options Arguments::Options()
 {
     scapi_options options{};
     options.size = sizeof options;
-    options.flags = std::uint32_t(Integer());
+    options.flags = std::uint32_t(Int());
     options.tolerance = Number();
     options.resolution = Number();
     options.upper_bound = Number();

@@ -61,6 +61,8 @@ public:
     PyObject* Object();
     double Number();
     std::int64_t Integer();
+    /// One that an int holds: a number must never wrap to that of another body or group.
+    int Int();
     /// Exactly so many doubles, from bytes.
     bool Doubles(double* out, int count);
     bool Read(Buffer& buffer, Py_ssize_t elementSize);

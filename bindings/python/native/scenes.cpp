@@ -28,7 +28,7 @@ PyObject* Add(PyObject*, Args args, Py_ssize_t count)
     Arguments arguments(args, count, 3);
     scapi_scene* scene = arguments.Scene();
     scapi_mesh* mesh = arguments.Mesh();
-    const auto group = std::int32_t(arguments.Integer());
+    const int group = arguments.Int();
     if (arguments.Failed()) return nullptr;
     const int body = scapi_scene_add(scene, mesh, group);
     return body < 0 ? Fail(body) : PyLong_FromLong(body);
@@ -38,7 +38,7 @@ PyObject* Place(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 3);
     scapi_scene* scene = arguments.Scene();
-    const auto body = std::int32_t(arguments.Integer());
+    const int body = arguments.Int();
     double pose[kPoseNumbers];
     if (!arguments.Doubles(pose, kPoseNumbers)) return nullptr;
     return Done(scapi_scene_place(scene, body, pose));
@@ -48,7 +48,7 @@ PyObject* Move(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 3);
     scapi_scene* scene = arguments.Scene();
-    const auto body = std::int32_t(arguments.Integer());
+    const int body = arguments.Int();
     scapi_motion motion;
     if (!arguments.Doubles(AsNumbers(motion), kMotionNumbers)) return nullptr;
     return Done(scapi_scene_move(scene, body, &motion));
@@ -58,7 +58,7 @@ PyObject* Ignore(PyObject*, Args args, Py_ssize_t count)
 {
     Arguments arguments(args, count, 3);
     scapi_scene* scene = arguments.Scene();
-    const auto a = std::int32_t(arguments.Integer()), b = std::int32_t(arguments.Integer());
+    const int a = arguments.Int(), b = arguments.Int();
     return arguments.Failed() ? nullptr : Done(scapi_scene_ignore(scene, a, b));
 }
 

@@ -12,6 +12,8 @@ Floats: TypeAlias = NDArray[np.float64]
 
 def reals(values: ArrayLike, name: str) -> Floats:
     """Contiguous doubles. Refuses what is no real number: text, objects, complex numbers."""
+    if isinstance(values, np.ma.MaskedArray):
+        raise TypeError(f"{name}: a masked array would lose its mask; pass what is to be asked")
     try:
         array = np.asarray(values)
         return np.ascontiguousarray(array.astype(np.float64, casting="same_kind", copy=False))

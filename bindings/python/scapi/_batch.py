@@ -130,7 +130,8 @@ def batch(tasks: Iterable[Task[T]], executor: Executor | None = None, *,
     pool, which is replaced, and by Dask, which does so itself. MPI ends the whole run when a
     process of it dies. The first task that raises ends the batch with its exception.
     """
-    pool: _Pool = _Given(executor) if executor else _OwnPool(workers or os.cpu_count() or 1)
+    pool: _Pool = _Given(executor) if executor else _OwnPool(
+        workers if workers is not None else os.cpu_count() or 1)
     show = sys.stderr.isatty() if progress is None else progress
     run: _Run[T] = _Run(list(tasks), pool, attempts, TerminalProgress("tasks") if show else None)
     try:

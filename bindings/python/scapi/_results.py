@@ -5,7 +5,7 @@ from __future__ import annotations
 import enum
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
-from typing import Any, Generic, TypeAlias, TypeVar
+from typing import Any, Generic, TypeAlias, TypeVar, overload
 
 import numpy as np
 from numpy.typing import NDArray
@@ -178,7 +178,7 @@ Self = TypeVar("Self", bound="_Many[Any]")
 class _Many(Generic[T]):
     """As many answers as there were questions, in their order; its fields are arrays.
 
-    An index gives one answer. There is no truth value: ask `clear.all()`.
+    An index gives one answer, a slice or mask several. There is no truth value: ask `clear.all()`.
     """
 
     __slots__ = ("records", "verdict", "relation")
@@ -204,7 +204,19 @@ class _Many(Generic[T]):
     def __iter__(self) -> Iterator[T]:
         return (self[i] for i in range(len(self)))
 
-    def __getitem__(self, index: int) -> T:
+    @overload
+    def __getitem__(self, index: int) -> T: ...
+
+    @overload
+    def __getitem__(self: Self, index: slice | NDArray[Any]) -> Self: ...
+
+    def __getitem__(self, index: Any) -> Any:
+        """One answer; of a slice, a mask or an array of indices as many."""
+        record = self.records[index]
+        return type(self)(record) if isinstance(record, np.ndarray) else self._one(record)
+
+    @staticmethod
+    def _one(record: Any) -> Any:
         raise NotImplementedError
 
     def __reduce__(self) -> tuple[Any, ...]:
@@ -271,9 +283,10 @@ class Results(_Many[Result]):
 
     __slots__ = ()
 
-    def __getitem__(self, index: int) -> Result:
-        record = self.records[index]
-        return Result(self.verdict[index], self.relation[index], *_plain(record, RESULT))
+    @staticmethod
+    def _one(record: Any) -> Result:
+        return Result(VERDICTS[record["verdict"]], RELATIONS[record["relation"]],
+                      *_plain(record, RESULT))
 
 
 class Impacts(_Many[Impact]):
@@ -281,8 +294,9 @@ class Impacts(_Many[Impact]):
 
     __slots__ = ()
 
-    def __getitem__(self, index: int) -> Impact:
-        return impact_of(self.records[index])
+    @staticmethod
+    def _one(record: Any) -> Impact:
+        return impact_of(record)
 
     @property
     def t_clear(self) -> NDArray[np.float64]:

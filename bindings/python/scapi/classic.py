@@ -43,7 +43,7 @@ import os
 from collections import deque
 from collections.abc import Callable
 from types import TracebackType
-from typing import TypeAlias, TypeVar, Union
+from typing import NoReturn, TypeAlias, TypeVar, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
@@ -99,11 +99,15 @@ def _fail(code: int, about: str) -> None:
     raise error
 
 
-def _matrix(matrix: MatrixLike, name: str) -> NDArray[np.float32]:
-    rows = floats(matrix.matrix if isinstance(matrix, Pose) else matrix, (4, 4), name)
-    if not np.isfinite(rows).all():
+def _finite(values: ArrayLike, shape: tuple[int, ...], name: str) -> NDArray[np.float32]:
+    array = floats(values, shape, name)
+    if not np.isfinite(array).all():
         raise ValueError(f"{name}: holds a number that is not finite; nothing would be hit")
-    return rows
+    return array
+
+
+def _matrix(matrix: MatrixLike, name: str) -> NDArray[np.float32]:
+    return _finite(matrix.matrix if isinstance(matrix, Pose) else matrix, (4, 4), name)
 
 
 class Solid:
@@ -160,15 +164,16 @@ class Solid:
     @classmethod
     def box(cls, low: ArrayLike, high: ArrayLike) -> Solid:
         """A box from corner low (3,) to high (3,), more than 1e-4 above it on each axis."""
-        corners = np.concatenate([floats(low, (3,), "low"), floats(high, (3,), "high")])
+        corners = np.concatenate([_finite(low, (3,), "low"), _finite(high, (3,), "high")])
         return cls._load(lambda slot: _native.classic_load_box(slot, corners), "box")
 
     @classmethod
     def cylinder(cls, start: ArrayLike, end: ArrayLike, radius: float) -> Solid:
         """A cylinder of 32 segments. Ends of the axis (3,), and the radius, all above 1e-4."""
-        ends = floats(start, (3,), "start"), floats(end, (3,), "end")
+        ends = _finite(start, (3,), "start"), _finite(end, (3,), "end")
+        size = float(_finite([radius], (1,), "radius")[0])
         return cls._load(
-            lambda slot: _native.classic_load_cylinder(slot, *ends, float(radius)), "cylinder")
+            lambda slot: _native.classic_load_cylinder(slot, *ends, size), "cylinder")
 
     @property
     def slot(self) -> int:
@@ -193,6 +198,8 @@ class Solid:
 
         The module's text says what NONE_FOUND does not mean.
         """
+        if not isinstance(b, Solid):
+            raise TypeError(f"expected a Solid, got {type(b).__name__}")
         if b._simple:
             raise SolidError("b is a simple solid, without edges that hit: ask b.is_hit_by(a), or "
                              "load it as a full one")
@@ -265,6 +272,9 @@ class Solid:
         if slot >= 0 and self._born == _generation:
             _native.classic_load_stl(slot, None, 0)
             _free_slots.append(slot)
+
+    def __reduce__(self) -> NoReturn:
+        raise TypeError("a solid stands in a slot of its process: it has no copies")
 
     def __enter__(self) -> Solid:
         return self

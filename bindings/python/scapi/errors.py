@@ -37,6 +37,8 @@ class NullError(ArgumentError):
 
 
 class OptionsError(ArgumentError):
+    """A budget below 0, or a number of segments that is neither 0 nor 3 to 100000."""
+
     code = -2002
 
 
@@ -147,5 +149,7 @@ def from_code(code: int, what: str | None, number: int) -> Error:
     text = _native.error_text(code)
     error = BY_CODE.get(code, Error)(f"{what} {number}: {text}" if what else text)
     error.code = code
+    if code == OptionsError.code:
+        error.add_note(OptionsError.__doc__ or "")  # the text is about the interface in C
     error.number = number if what else None
     return error

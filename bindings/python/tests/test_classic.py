@@ -1,4 +1,5 @@
 import gc
+import pickle
 import threading
 
 import numpy as np
@@ -31,6 +32,8 @@ def test_slots_that_are_not_freed():
     del solids[7]
     with Solid.cylinder((0, 0, 0), (0, 0, 5), 1) as solid:
         assert solid.bounds[1] == pytest.approx([1, 1, 5], abs=1e-5)
+    with pytest.raises(TypeError, match="copies"):
+        pickle.dumps(solids[0])
     solid.free()
     with pytest.raises(SolidError, match="freed"):
         solid.place(STAY)
@@ -68,6 +71,7 @@ def test_contact_that_is_asked_the_wrong_way_round():
     (lambda a, b: b.place(STAY * np.nan), "not finite"),
     (lambda a, b: b.move(STAY, STAY * 1e300), "not finite"),
     (lambda a, b: b.place(np.eye(3)), "shape"),
+    (lambda a, b: Solid.cylinder((0, 0, 0), (0, 0, 1), np.inf), "not finite"),
 ])
 def test_none_that_could_only_be_wrong(ask, message):
     a, b = Solid.box((0, 0, 0), (1, 1, 1)), Solid.box((0, 0, 0), (1, 1, 1))

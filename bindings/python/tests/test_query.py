@@ -129,6 +129,7 @@ def test_many_answers_that_are_not_those_of_single_questions(cube, away, shifts)
     assert impacts == scapi.time_of_impact_many(
         cube, away, [scapi.Motion._from_data(m.tobytes()) for m in motions])
     assert scapi.Impacts.join([impacts, impacts])[len(impacts)] == impacts[0]
+    assert many[many.clear].clear.all() and list(many[-3:]) == list(many)[-3:]
     assert pickle.loads(pickle.dumps(impacts)) == impacts != many
     resting = scapi.time_of_impact_many(cube, away, scapi.Pose(), [scapi.Pose()] * 3)
     assert len(resting) == 3 and resting.clear.all()
@@ -159,6 +160,9 @@ def test_arrays_that_hold_no_poses(poses, error, number, cube):
     (lambda m: scapi.within(m, "cube.stl"), TypeError),
     (lambda m: scapi.within(m, m, tolerance="1"), TypeError),
     (lambda m: scapi.within(m, m, budget=2**70), OverflowError),
+    (lambda m: scapi.within(m, m, budget=-1), errors.OptionsError),
+    (lambda m: scapi.Mesh.cylinder(1, 1, segments=2**32 + 3), OverflowError),
+    (lambda m: scapi.within_many(m, m, np.ma.array(np.zeros((1, 4, 4)))), TypeError),
     (lambda m: scapi.contacts(m, m, limit=-1), ValueError),
     (lambda m: scapi.within_many(m, m, [None] * 2, [None] * 3), ValueError),
     (lambda m: scapi.Mesh(), TypeError),

@@ -60,6 +60,9 @@ def test_an_undecided_pair_that_counts_as_clear(cube):
     (lambda s, m: s.ignore(0, -1), errors.BodyError),
     (lambda s, m: s.add(m, name="body 0"), ValueError),
     (lambda s, m: s.add(m, np.eye(4) * np.nan), ValueError),
+    (lambda s, m: s.add(m, np.diag([2.0, 2, 2, 1])), errors.PoseScaledError),
+    (lambda s, m: s.move(2**32, scapi.Pose.translation(0.5, 0, 0)), OverflowError),
+    (lambda s, m: s.add(m, group=2**32 + 1), OverflowError),
     (lambda s, m: s.add("cube.stl"), TypeError),
     (lambda s, m: s.check(limit=-1), ValueError),
     (lambda s, m: s.check(tolerance=math.inf), errors.ToleranceError),
@@ -68,7 +71,7 @@ def test_misuse_that_leaves_a_broken_scene(misuse, error, cube):
     scene = row(cube, [1])
     with pytest.raises(error):
         misuse(scene, cube)
-    assert len(scene) == 2 and scene.check().pair_count == 1
+    assert len(scene) == 2 and scene.check().pair_count == 1 and not scene.check()
 
 
 def test_use_of_a_scene_within_its_check(cube):
