@@ -11,7 +11,10 @@
 #include <Python.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <new>
 
 #include "scapi/proximity.h"
 
@@ -106,6 +109,14 @@ private:
     PyObject* progress_;
     std::chrono::steady_clock::time_point next_{}; // the first tick reports
 };
+
+/// Room for records, not set. Null where there is none, also for a count that no memory holds.
+template <class T>
+std::unique_ptr<T[]> Room(std::int64_t count)
+{
+    if (count < 0 || count > PY_SSIZE_T_MAX / std::int64_t(sizeof(T))) return nullptr;
+    return std::unique_ptr<T[]>(new (std::nothrow) T[std::size_t(count)]);
+}
 
 extern PyMethodDef kMeshFunctions[];
 extern PyMethodDef kMotionFunctions[];

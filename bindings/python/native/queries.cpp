@@ -1,8 +1,6 @@
 // Poses, motions and the questions about two bodies: one at a time, or arrays of them.
 #include <algorithm>
-#include <cstddef>
 #include <memory>
-#include <new>
 
 #include "native.h"
 #include "numbers.h"
@@ -236,8 +234,7 @@ PyObject* Contacts(PyObject*, Args args, Py_ssize_t count)
     std::unique_ptr<scapi_contact[]> contacts;
     // Most answers fit the first time; else their count is known for the second.
     for (std::int64_t capacity = std::min<std::int64_t>(limit, 256);;) {
-        contacts.reset(new (std::nothrow)
-                           scapi_contact[std::size_t(std::max<std::int64_t>(capacity, 0))]);
+        contacts = Room<scapi_contact>(capacity);
         if (!contacts) return PyErr_NoMemory();
         int code = SCAPI_OK;
         {

@@ -1,7 +1,5 @@
 // Scenes. The package sees to it that one thread at a time uses a scene.
-#include <cstddef>
 #include <memory>
-#include <new>
 
 #include "native.h"
 #include "numbers.h"
@@ -81,8 +79,7 @@ PyObject* Check(PyObject*, Args args, Py_ssize_t count)
     if (const int code = scapi_query_create(&created)) return Fail(code);
     const std::unique_ptr<scapi_query, decltype(&scapi_query_destroy)> query(created,
                                                                              scapi_query_destroy);
-    const std::unique_ptr<scapi_pair[]> pairs(new (std::nothrow)
-                                                  scapi_pair[std::size_t(limit < 0 ? 0 : limit)]);
+    const auto pairs = Room<scapi_pair>(limit);
     if (!pairs) return PyErr_NoMemory();
     scapi_scene_result result{};
     int code = SCAPI_OK;

@@ -135,11 +135,14 @@ def batch(tasks: Iterable[Task[T]], executor: Executor | None = None, *,
     show = sys.stderr.isatty() if progress is None else progress
     run: _Run[T] = _Run(list(tasks), pool, attempts, TerminalProgress("tasks") if show else None)
     try:
-        return run.finish()
-    finally:
+        results = run.finish()
+    except BaseException:
         for future in run.running:
             future.cancel()
-        pool.close()
+        pool.stop()
+        raise
+    pool.close()
+    return results
 
 
 class _OwnPool:
@@ -157,7 +160,14 @@ class _OwnPool:
         return []
 
     def close(self) -> None:
+        self.executor.shutdown(wait=False)
+
+    def stop(self) -> None:
+        # A worker takes Ctrl-C for the failure of its task, and would begin the next one.
+        workers = list((getattr(self.executor, "_processes", None) or {}).values())
         self.executor.shutdown(wait=False, cancel_futures=True)
+        for worker in workers:
+            worker.terminate()
 
 
 class _Given:
@@ -188,6 +198,8 @@ class _Given:
 
     def close(self) -> None:
         pass
+
+    stop = close
 
 
 _Pool: TypeAlias = Union[_OwnPool, _Given]

@@ -2,6 +2,7 @@ import os
 import pathlib
 import pickle
 import shutil
+import signal
 import subprocess
 import sys
 from concurrent.futures import ProcessPoolExecutor, ThreadPoolExecutor
@@ -99,3 +100,28 @@ def test_workers_of_mpi(stl, expected):
     done = subprocess.run(command, env=os.environ | {"PYTHONPATH": path}, capture_output=True,
                           text=True, timeout=120)
     assert done.stdout.strip() == expected, done.stderr
+
+
+WAITS = """
+import jobs, scapi
+if __name__ == "__main__":
+    scapi.batch([scapi.Task(jobs.wait_long) for _ in range(4)], workers=2)
+"""
+
+
+def test_ctrl_c_that_leaves_processes_behind(tmp_path):
+    script = tmp_path / "waits.py"
+    script.write_text(WAITS)
+    path = os.pathsep.join(filter(None, [str(HERE), os.environ.get("PYTHONPATH")]))
+    process = subprocess.Popen([sys.executable, script], env=os.environ | {"PYTHONPATH": path},
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                               start_new_session=True)
+    try:
+        workers = [int(process.stdout.readline()) for _ in range(2)]
+        os.killpg(process.pid, signal.SIGINT)  # as a terminal does
+        _, said = process.communicate(timeout=100)
+    except BaseException:
+        os.killpg(process.pid, signal.SIGKILL)
+        raise
+    assert process.returncode != 0 and "KeyboardInterrupt" in said
+    assert not any(pathlib.Path("/proc", str(worker)).exists() for worker in workers)

@@ -1,7 +1,10 @@
 import json
 import math
+import pathlib
 import pickle
 import re
+import sys
+import webbrowser
 
 import numpy as np
 import pytest
@@ -129,3 +132,15 @@ def test_a_picture_that_shows_another_scene(cube, tmp_path):
 def test_a_picture_that_looks_clear_and_is_not(options, status, cube):
     scene = row(cube, [0.25])
     assert scene_in(scene.page(scene.check(**options)))["verdict"]["status"] == status
+
+
+def test_a_page_that_opens_in_a_notebook_too(cube, monkeypatch, capsys):
+    opened = []
+    monkeypatch.setattr(webbrowser, "open", lambda address: opened.append(address))
+    scene = row(cube, [1])
+    scene.show()
+    path = pathlib.Path(opened[0].removeprefix("file://"))
+    assert "scapi-scene" in path.read_text("utf-8") and str(path) in capsys.readouterr().err
+    path.unlink()
+    monkeypatch.setitem(sys.modules, "ipykernel", object())
+    assert scene.show()._repr_html_().startswith("<iframe") and len(opened) == 1
