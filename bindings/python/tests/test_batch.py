@@ -81,7 +81,8 @@ def test_progress_that_ends_elsewhere(stl, capsys):
 def test_a_dask_cluster_with_a_killed_worker(stl, tmp_path, expected):
     distributed = pytest.importorskip("distributed")
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
-                                  dashboard_address=None, local_directory=str(tmp_path)) as cluster, \
+                                  dashboard_address=None,
+                                  local_directory=str(tmp_path)) as cluster, \
             distributed.Client(cluster) as client, client.get_executor() as executor:
         with pytest.warns(scapi.WorkerLostWarning, match="worker tcp://.* is gone"):
             results = scapi.batch(jobs.sweep_with_a_death(stl, tmp_path / "mark"), executor)

@@ -23,7 +23,7 @@ def test_arrays_that_come_back_in_another_order_or_shape():
 
 
 @pytest.mark.parametrize("vertices, faces", [
-    pytest.param(TETRAHEDRON.astype(np.float64), FACES.astype(np.uint8), id="small unsigned indices"),
+    pytest.param(TETRAHEDRON.astype(np.float64), FACES.astype(np.uint8), id="small unsigned"),
     pytest.param(np.asfortranarray(TETRAHEDRON), np.asfortranarray(FACES), id="columns"),
     pytest.param(np.repeat(TETRAHEDRON, 2, 0)[::2], np.repeat(FACES, 3, 1)[:, ::3], id="steps"),
     pytest.param(TETRAHEDRON[::-1], (3 - FACES), id="negative strides"),

@@ -187,7 +187,8 @@ def test_a_process_that_ends_badly(script):
 def test_help_that_is_not_enough_to_start():
     start = re.sub(r"^    ", "", scapi.__doc__, flags=re.M)
     example = start[start.index("clamp ="):start.index("CLEAR is a proof")]
-    example = example.replace('from_stl("clamp.stl", unit="inch")', "box((-50, -50, 0), (50, 50, 20))")
+    example = example.replace('from_stl("clamp.stl", unit="inch")',
+                              "box((-50, -50, 0), (50, 50, 20))")
     names = {"scapi": scapi, "print": lambda *answer: None}
     exec(example, names)
     # The tool of radius 10 starts at -90 and reaches the clamp at -50: 30 of 180.

@@ -178,7 +178,8 @@ def test_threads_that_share_what_they_must_not(shifts):
 
     def ask(pose):
         # Where several triangles touch, a single question names the one nearest to its last pair.
-        return (scapi.distance_many(a, b, poses_b=[pose] * 3), scapi.contacts(a, b, None, pose).count,
+        return (scapi.distance_many(a, b, poses_b=[pose] * 3),
+                scapi.contacts(a, b, None, pose).count,
                 scapi.within(a, b, None, pose).verdict, scapi.time_of_impact(
                     a, b, None, scapi.Motion(pose, (0, 0, 1), (1, 0, 0), 0.5)).verdict)
 

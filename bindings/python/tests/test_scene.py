@@ -113,7 +113,8 @@ def test_a_picture_that_shows_another_scene(cube, tmp_path):
                                  2 * math.pi), name="</script>", group=2)
     result = scene.check()
     shown = scene_in(scene.page(result))
-    assert [len(shown[k]) for k in ("meshes", "bodies", "steps", "marks")] == [1, 4, 21, result.count]
+    counts = [len(shown[key]) for key in ("meshes", "bodies", "steps", "marks")]
+    assert counts == [1, 4, 21, result.count]
     assert shown["verdict"]["status"] == "hit" and shown["bodies"][3]["name"] == "</script>"
     mark, impact = shown["marks"][0], result.pairs[0].impact
     assert mark["point"] == list(impact.point_a) and mark["bodies"] == [0, 3]
