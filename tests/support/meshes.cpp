@@ -142,7 +142,7 @@ TemporaryFile::TemporaryFile(const std::string& content, const std::string& name
     const auto folder = std::filesystem::temp_directory_path() /
                         ("scapi_test_" + std::to_string(getpid()) + "_" + std::to_string(++number));
     std::filesystem::create_directories(folder);
-    path = (folder / name).string();
+    path = (folder / name).generic_string();
     std::ofstream(path, std::ios::binary) << content;
 }
 
