@@ -89,30 +89,32 @@ Handle Open(const std::wstring& path, DWORD access, DWORD creation, DWORD flags)
     return Handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
 }
 
-/// Looks at what a path names, without rights to its contents. @param flags  besides folders
-Handle OpenToLook(const char* path, DWORD flags = 0)
+/// Looks at what a path names, folders included, without rights to its contents.
+Handle OpenToLook(const char* path)
 {
-    return Open(FullPath(path), FILE_READ_ATTRIBUTES, OPEN_EXISTING,
-                FILE_FLAG_BACKUP_SEMANTICS | flags);
+    return Open(FullPath(path), FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
 }
 
 /// What is on no disk passes for a file by its name alone, as pipes of other machines do.
-bool IsRegular(HANDLE handle, BY_HANDLE_FILE_INFORMATION& info)
+bool IsRegular(HANDLE handle, FILE_STANDARD_INFO& info)
 {
-    return ::GetFileType(handle) == FILE_TYPE_DISK && ::GetFileInformationByHandle(handle, &info) &&
-           !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
+    return ::GetFileType(handle) == FILE_TYPE_DISK &&
+           ::GetFileInformationByHandleEx(handle, FileStandardInfo, &info, sizeof info) &&
+           !info.Directory;
 }
 
 bool IsRegular(HANDLE handle)
 {
-    BY_HANDLE_FILE_INFORMATION info;
+    FILE_STANDARD_INFO info;
     return IsRegular(handle, info);
 }
 
-/// Said by the attribute, which does not bind administrators everywhere.
-bool IsWritable(HANDLE handle, BY_HANDLE_FILE_INFORMATION& info)
+/// Read-only files are told by the attribute too: it does not bind administrators everywhere.
+bool HasAttribute(HANDLE handle, DWORD attributes)
 {
-    return IsRegular(handle, info) && !(info.dwFileAttributes & FILE_ATTRIBUTE_READONLY);
+    FILE_BASIC_INFO info;
+    return !::GetFileInformationByHandleEx(handle, FileBasicInfo, &info, sizeof info) ||
+           (info.FileAttributes & attributes);
 }
 
 /// A stream of the C run time, which then owns the handle.
@@ -140,8 +142,9 @@ std::FILE* OpenForWriting(const char* path)
 {
     const std::wstring full = FullPath(path);
     // Emptied by the open itself, so what is no file must be known before; a hidden file refuses.
-    BY_HANDLE_FILE_INFORMATION info;
-    if (const Handle old = OpenToLook(path); old && !IsWritable(old.get(), info)) return nullptr;
+    if (const Handle old = OpenToLook(path))
+        if (!IsRegular(old.get()) || HasAttribute(old.get(), FILE_ATTRIBUTE_READONLY))
+            return nullptr;
     Handle handle = Open(full, GENERIC_WRITE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     if (!handle || !IsRegular(handle.get())) return nullptr;
     return StreamOf(std::move(handle), _O_WRONLY, "wb");
@@ -153,10 +156,12 @@ bool IsReplaceable(const char* path)
     if (::GetFileAttributesW(full.c_str()) == INVALID_FILE_ATTRIBUTES)
         return ::GetLastError() == ERROR_FILE_NOT_FOUND;
     // Asks for the right to write, as whoever wrote in place would.
-    const Handle file = Open(full, GENERIC_WRITE, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
-    BY_HANDLE_FILE_INFORMATION info;
-    return file && IsWritable(file.get(), info) && info.nNumberOfLinks == 1 &&
-           !(info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT);
+    const Handle file = Open(full, GENERIC_WRITE | FILE_READ_ATTRIBUTES, OPEN_EXISTING,
+                             FILE_FLAG_OPEN_REPARSE_POINT);
+    constexpr DWORD kHindrances = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_REPARSE_POINT;
+    FILE_STANDARD_INFO info;
+    return file && IsRegular(file.get(), info) && info.NumberOfLinks == 1 &&
+           !HasAttribute(file.get(), kHindrances);
 }
 
 std::FILE* CreateBeside(const char* path, std::string& name)

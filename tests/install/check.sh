@@ -19,7 +19,7 @@ if [[ $system == Windows ]]; then
     cc=x86_64-w64-mingw32-gcc-posix run=$(command -v wine64 || echo /usr/lib/wine/wine64) exe=.exe
     cp "$prefix"/bin/*.dll "$work"
     for dll in scapi scapi_proximity; do # the version resource
-        strings -el "$prefix/bin/$dll.dll" | grep -A1 FileVersion | grep -qx "$version"
+        strings -el "$prefix/bin/$dll.dll" | grep -A1 FileVersion | grep -x "$version" >/dev/null
     done
 else
     cmake --install "$build" --prefix "$prefix" >/dev/null
@@ -46,7 +46,7 @@ $cc -std=c99 -Wall -Wextra -Werror "$here/host.c" -o "$work/host_pc$exe" \
 # Built along it has the same target names, and nothing but the libraries.
 cmake -S "$here" -B "$work/along" "${options[@]}" --no-warn-unused-cli "-DSCAPI_SOURCES=$sources" \
     >/dev/null
-! grep -q '^build .*\(unit_tests\|digest\|interference\)' "$work/along/build.ninja"
+if grep '^build .*\(unit_tests\|digest\|interference\)' "$work/along/build.ninja"; then exit 1; fi
 
 for file in include/scapi/proximity.h share/doc/scapi/LICENSE share/man/man3/scapi.3; do
     [[ -s $prefix/$file ]]

@@ -8,5 +8,5 @@ cpack -G DEB -B packages >/dev/null
 cd packages
 [[ $(find . -maxdepth 1 -name '*.deb' | wc -l) == 2 ]]
 lintian --allow-root --fail-on error,warning *.deb
-dpkg-deb --contents libscapi0_*.deb | grep -q 'libscapi_proximity.so.0 ->'
-dpkg-deb --contents libscapi-dev_*.deb | grep -q 'cmake/scapi/scapi-config.cmake'
+dpkg-deb --contents libscapi0_*.deb | grep 'libscapi_proximity.so.0 ->' >/dev/null
+dpkg-deb --contents libscapi-dev_*.deb | grep 'cmake/scapi/scapi-config.cmake' >/dev/null
