@@ -13,7 +13,13 @@
 #include "platform/memory.h"
 
 // msvcrt has these under the names of a C++ compiler, and for allocations of C alike.
-extern "C" int __cdecl SetNewMode(int) __asm__("\"?_set_new_mode@@YAHH@Z\"");
+// gcc's assembler takes such a name in quotes only; clang writes the object itself.
+#ifdef __clang__
+#define MSVCRT_NAME(name) name
+#else
+#define MSVCRT_NAME(name) "\"" name "\""
+#endif
+extern "C" int __cdecl SetNewMode(int) __asm__(MSVCRT_NAME("?_set_new_mode@@YAHH@Z"));
 extern "C" int __cdecl _callnewh(std::size_t);
 
 namespace
