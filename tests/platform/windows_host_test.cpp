@@ -34,7 +34,7 @@ struct Library {
     ~Library() { ::FreeLibrary(module); }
 
     template <class Function>
-    Function* Call(const char* name, Function*) const
+    Function* Find(const char* name) const
     {
         const FARPROC address = ::GetProcAddress(module, name);
         EXPECT_NE(address, nullptr) << name;
@@ -43,10 +43,18 @@ struct Library {
         return function;
     }
 };
-#define CALL(library, name) library.Call(#name, static_cast<decltype(name)*>(nullptr))
+
+using Call = std::function<void(const Library&, const char* name)>;
+
+template <class Function>
+Call With(auto... arguments)
+{
+    return [=](const Library& library, const char* name) {
+        library.Find<Function>(name)(arguments...);
+    };
+}
 
 float box[6] = {0, 0, 0, 1, 1, 1}, pose[4][4] = {{1}, {0, 1}, {0, 0, 1}, {0, 0, 0, 1}};
-unsigned char nothing[] = "no such file";
 int cursor = 0, indices[3];
 
 TEST(Dll, NewModeIsSetByTheFourCallsThatSayItAndNoOther)
@@ -54,90 +62,33 @@ TEST(Dll, NewModeIsSetByTheFourCallsThatSayItAndNoOther)
     const struct {
         const char* name;
         int mode;
-        std::function<void(const Library&)> call;
-    } rows[] = {{"(attach)", 0, [](const Library&) {}},
-                {"LoadSTL", 1,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_LoadSTL)
-                     (-1, nullptr, 0);
-                 }},
-                {"LoadBox", 1,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_LoadBox)
-                     (-1, box);
-                 }},
-                {"LoadCylinder", 1,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_LoadCylinder)
-                     (-1, box, box, 1);
-                 }},
-                {"DefSweep", 1,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_DefSweep)
-                     (-1, pose, pose);
-                 }},
-                {"SaveSTL", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_SaveSTL)
-                     (0, nothing);
-                 }},
-                {"Detect", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_DetectInterference)
-                     (0, 1);
-                 }},
-                {"Bboxes", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_BboxesInterference)
-                     (0, box, box, 1, box, box);
-                 }},
-                {"Rotate", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_Rotate)
-                     (0, pose);
-                 }},
-                {"GetVertex", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_GetVertex)
-                     (0, &cursor, box);
-                 }},
-                {"GetTriangles", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_GetTriangles)
-                     (0, &cursor, nullptr, box);
-                 }},
-                {"GetLoop", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_GetLoop)
-                     (0, &cursor, indices, box);
-                 }},
-                {"GetBbox", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_GetBbox)
-                     (0, nullptr);
-                 }},
-                {"GetUsedRAM", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_GetUsedRAM)
-                     ();
-                 }},
-                {"ReleaseSolids", 0,
-                 [](const Library& l) {
-                     CALL(l, SCAPI_ReleaseSolids)
-                     ();
-                 }},
-                {"Close", 0, [](const Library& l) {
-                     CALL(l, SCAPI_Close)
-                     ();
-                 }}};
+        Call call;
+    } rows[] = {
+        {"", 0, [](const Library&, const char*) {}}, // the attach alone
+        {"SCAPI_LoadSTL", 1, With<decltype(SCAPI_LoadSTL)>(-1, nullptr, 0)},
+        {"SCAPI_LoadBox", 1, With<decltype(SCAPI_LoadBox)>(-1, box)},
+        {"SCAPI_LoadCylinder", 1, With<decltype(SCAPI_LoadCylinder)>(-1, box, box, 1.0f)},
+        {"SCAPI_DefSweep", 1, With<decltype(SCAPI_DefSweep)>(-1, pose, pose)},
+        {"SCAPI_SaveSTL", 0, With<decltype(SCAPI_SaveSTL)>(0, nullptr)},
+        {"SCAPI_DetectInterference", 0, With<decltype(SCAPI_DetectInterference)>(0, 1)},
+        {"SCAPI_BboxesInterference", 0,
+         With<decltype(SCAPI_BboxesInterference)>(0, box, box, 1, box, box)},
+        {"SCAPI_Rotate", 0, With<decltype(SCAPI_Rotate)>(0, pose)},
+        {"SCAPI_GetVertex", 0, With<decltype(SCAPI_GetVertex)>(0, &cursor, box)},
+        {"SCAPI_GetTriangles", 0, With<decltype(SCAPI_GetTriangles)>(0, &cursor, nullptr, box)},
+        {"SCAPI_GetLoop", 0, With<decltype(SCAPI_GetLoop)>(0, &cursor, indices, box)},
+        {"SCAPI_GetBbox", 0, With<decltype(SCAPI_GetBbox)>(0, nullptr)},
+        {"SCAPI_GetUsedRAM", 0, With<decltype(SCAPI_GetUsedRAM)>()},
+        {"SCAPI_ReleaseSolids", 0, With<decltype(SCAPI_ReleaseSolids)>()},
+        {"SCAPI_Close", 0, With<decltype(SCAPI_Close)>()}};
     for (const auto& [name, mode, call] : rows) {
         SetNewMode(0);
         const Library library;
         ASSERT_NE(library.module, nullptr);
-        call(library);
+        call(library, name);
         EXPECT_EQ(NewMode(), mode) << name;
         SetNewMode(0);
-        if (mode) CALL(library, SCAPI_LoadBox)(-1, box);
+        if (mode) call(library, name);
         EXPECT_EQ(NewMode(), 0) << name << ": the first call alone";
     }
 }
@@ -183,16 +134,16 @@ TEST(Dll, CacheOfAMappedDriveStandsUnderItsUniversalNameAndNothingElseIsAsked)
     std::memcpy(&lastAsked, &address, sizeof lastAsked);
     Asked& asked = *lastAsked();
     asked.count = 0;
-    ASSERT_EQ(CALL(library, SCAPI_LoadSTL)(0, source.Path(), 0), 0);
+    ASSERT_EQ(library.Find<decltype(SCAPI_LoadSTL)>("SCAPI_LoadSTL")(0, source.Path(), 0), 0);
     EXPECT_EQ(asked.count, 1);
     EXPECT_EQ(std::string(asked.path), fs::path(source.path).replace_extension("SLD").string());
     EXPECT_EQ(asked.level, 1u);
     EXPECT_EQ(asked.size, 1024u);
     EXPECT_TRUE(fs::exists(source.folder / "server" / "part.SLD"));
     EXPECT_FALSE(fs::exists(source.folder / "mapped" / "part.SLD"));
-    EXPECT_EQ(CALL(library, SCAPI_SaveSTL)(0, source.Path()), 0);
+    EXPECT_EQ(library.Find<decltype(SCAPI_SaveSTL)>("SCAPI_SaveSTL")(0, source.Path()), 0);
     EXPECT_EQ(asked.count, 1);
-    CALL(library, SCAPI_Close)();
+    library.Find<decltype(SCAPI_Close)>("SCAPI_Close")();
 }
 
 /// All that the process may have but pieces of less than 64 MB. Its limit is set where it is
@@ -237,7 +188,7 @@ TEST(Dll, FailedAllocationsGoToTheHandlerOfTheCRunTime)
                  -1}};
     Source source("big", 60 << 20); // more than three times as many bytes of records
     Library library;
-    const auto loadSTL = CALL(library, SCAPI_LoadSTL);
+    const auto loadSTL = library.Find<decltype(SCAPI_LoadSTL)>("SCAPI_LoadSTL");
     for (const auto& [name, handler, result] : rows) {
         SCOPED_TRACE(name);
         addressSpace.reserve(100000);
@@ -257,11 +208,11 @@ TEST(Dll, FailedAllocationsGoToTheHandlerOfTheCRunTime)
         // Whatever happened, the library serves on, and no file is left open or half written.
         EXPECT_EQ(fs::remove(fs::path(source.path).replace_extension("SLD")), result == 0);
         EXPECT_EQ(std::distance(fs::directory_iterator(source.folder / "big"), {}), 1);
-        EXPECT_EQ(CALL(library, SCAPI_LoadBox)(0, box), 0);
-        EXPECT_EQ(CALL(library, SCAPI_LoadBox)(1, box), 0);
-        EXPECT_EQ(CALL(library, SCAPI_DefSweep)(1, pose, pose), 0);
+        EXPECT_EQ(library.Find<decltype(SCAPI_LoadBox)>("SCAPI_LoadBox")(0, box), 0);
+        EXPECT_EQ(library.Find<decltype(SCAPI_LoadBox)>("SCAPI_LoadBox")(1, box), 0);
+        EXPECT_EQ(library.Find<decltype(SCAPI_DefSweep)>("SCAPI_DefSweep")(1, pose, pose), 0);
     }
-    CALL(library, SCAPI_Close)();
+    library.Find<decltype(SCAPI_Close)>("SCAPI_Close")();
 }
 
 } // namespace
