@@ -17,6 +17,14 @@ bool FailsNow() { return untilFailure > 0 && --untilFailure == 0; }
 
 void GiveUp() { throw std::bad_alloc(); }
 
+#ifdef _WIN32
+// There the handler is that of the C run time.
+using CHandler = int(__cdecl*)(std::size_t);
+extern "C" CHandler __cdecl SetCHandler(CHandler) __asm__(
+    "\"?_set_new_handler@@YAP6AH_K@ZP6AH0@Z@Z\"");
+int GiveUpFor(std::size_t) { throw std::bad_alloc(); }
+#endif
+
 } // namespace
 
 // The linker leads the library's allocations here: see CMakeLists.txt. The name of operator new has
@@ -76,6 +84,9 @@ template <class Run, class Check>
 int FailEachAllocation(Run run, Check check)
 {
     const std::new_handler before = std::set_new_handler(GiveUp);
+#ifdef _WIN32
+    const CHandler cBefore = SetCHandler(GiveUpFor);
+#endif
     int failures = 0;
     for (bool failed = true; failed && !testing::Test::HasFailure(); failures += failed) {
         failed = false;
@@ -90,6 +101,9 @@ int FailEachAllocation(Run run, Check check)
         check();
     }
     std::set_new_handler(before);
+#ifdef _WIN32
+    SetCHandler(cBefore);
+#endif
     return failures;
 }
 
@@ -115,6 +129,21 @@ TEST(Faults, AllocationThatFailsUnwindsAndLosesNothing)
     };
     // Or few allocations pass by here.
     EXPECT_GT(FailEachAllocation([&] { WholeRun(text, binary); }, check), 60);
+}
+
+TEST(Faults, CacheThatUnwindsLeavesNoCountsWithoutArrays)
+{
+    TemporaryFile file(TextStl(BoxMesh({0, 0, 0}, {9, 1, 1})));
+    Matrix pose = Translation(0.5f, 0.5f, 0.5f);
+    ASSERT_EQ(SCAPI_LoadSTL(0, file.Path(), 0), 0);
+    const auto check = [&] {
+        for (const int slot : {0, 1}) {
+            SCAPI_DefSweep(slot, Rows(pose), Rows(pose));
+            SCAPI_DetectInterference(slot, 1 - slot);
+        }
+    };
+    EXPECT_GT(FailEachAllocation([&] { SCAPI_LoadSTL(1, file.Path(), 0); }, check), 5);
+    SCAPI_ReleaseSolids();
 }
 
 TEST(Faults, RefinementThatUnwindsLeavesAMeshThatIsWhole)
