@@ -8,9 +8,12 @@ target_compile_options(scapi_flags INTERFACE
 target_compile_options(scapi_flags INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
 
-# The x87 rounds to 80 bits between steps; 32-bit x86 must use SSE2 like everyone else.
-if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "86")
-  target_compile_options(scapi_flags INTERFACE -msse2 -mfpmath=sse)
+if(MINGW)
+  # Nothing of the compiler's has to lie beside the library; its own file names may be long.
+  target_link_options(scapi_flags INTERFACE -static)
+  # Windows 10, for what kernel32 has there; formats of C99, which msvcrt lacks; M_PI.
+  target_compile_definitions(scapi_flags INTERFACE
+    _WIN32_WINNT=0x0A00 __USE_MINGW_ANSI_STDIO=1 _USE_MATH_DEFINES)
 endif()
 
 if(SCAPI_SANITIZE)

@@ -17,7 +17,7 @@ int main(int count, char** arguments)
             if (!entry.is_regular_file()) continue;
             std::ifstream in(entry.path(), std::ios::binary);
             const std::string input(std::istreambuf_iterator<char>(in), {});
-            std::printf("%s\n", entry.path().c_str());
+            std::printf("%s\n", entry.path().string().c_str());
             std::fflush(stdout);
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()),
                                    input.size());

@@ -4,6 +4,8 @@
 #include <array>
 #include <numbers>
 
+#include "proximity/kernel/angles.h"
+
 namespace proximity
 {
 namespace
@@ -30,7 +32,8 @@ int SegmentsFor(const Chords& chords, double radius)
     if (chords.segments) return chords.segments;
     if (!(chords.tolerance > 0)) return 32;
     const double cosine = std::max(-1.0, 1.0 - chords.tolerance / radius);
-    const double segments = std::ceil(std::numbers::pi / std::acos(cosine));
+    const double segments =
+        std::ceil(std::numbers::pi / AngleOf(std::sqrt((1 - cosine) * (1 + cosine)), cosine));
     // A cosine that rounds to 1 makes the quotient infinite.
     return segments <= kMostSegments ? std::max(3, static_cast<int>(segments)) : 0;
 }
@@ -104,9 +107,10 @@ int MakeRevolved(std::span<const ProfilePoint> profile, const Chords& chords, do
     for (std::size_t i = 0; i < closed.size(); ++i) {
         for (int k = 0; k < segments; ++k) {
             const double angle = 2 * std::numbers::pi * k / segments;
+            const auto [sine, cosine] = SineCosineOf(angle);
             const double r = closed[i].radius * scale;
-            ring[static_cast<std::size_t>(k)] = {static_cast<float>(r * std::cos(angle)),
-                                                 static_cast<float>(r * std::sin(angle)),
+            ring[static_cast<std::size_t>(k)] = {static_cast<float>(r * cosine),
+                                                 static_cast<float>(r * sine),
                                                  static_cast<float>(closed[i].z * scale)};
         }
         if (i) AddBand(below, ring, closed[i - 1].radius == 0, closed[i].radius == 0, triangles);

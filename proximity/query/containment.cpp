@@ -4,6 +4,7 @@
 #include <numbers>
 
 #include "proximity/exact/predicates.h"
+#include "proximity/kernel/angles.h"
 #include "proximity/query/node_bounds.h"
 
 namespace proximity
@@ -29,7 +30,8 @@ Vec Direction(int k)
     const double z = 1 - (2 * k + 1.0) / kMostRays;
     const double turn = k * std::numbers::pi * (3 - std::sqrt(5.0)) + 0.1234;
     const double radius = std::sqrt(1 - z * z);
-    return {{radius * std::cos(turn), radius * std::sin(turn), z}};
+    const auto [sine, cosine] = SineCosineOf(turn);
+    return {{radius * cosine, radius * sine, z}};
 }
 
 /// Separating axes of a segment and a box (Ericson 2005, 5.3.3), with room for rounding.

@@ -70,7 +70,7 @@ double RadiusOfBox(const Rates& rates, const NodeBox& box, const Vec& arm)
         const double at = Dot(d, rates.pivot);
         return std::max({0.0, SupportOf(box, d) - at, SupportOf(box, -1.0 * d) + at});
     };
-    return std::min(ball, std::hypot(farthest(first), farthest(second)) * (1 + 1e-14));
+    return std::min(ball, std::hypot(farthest(first), farthest(second), 0.0) * (1 + 1e-14));
 }
 
 NodeBox PlaceBox(const Placement& placement, const Rates& rates, const Box& box)

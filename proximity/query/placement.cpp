@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "proximity/kernel/angles.h"
+
 namespace proximity
 {
 namespace
@@ -53,7 +55,7 @@ bool IsGoodMagnitude(const double* numbers, int count)
 
 Mat RotationBy(const Vec& axis, double angle)
 {
-    const double c = std::cos(angle), s = std::sin(angle);
+    const auto [s, c] = SineCosineOf(angle);
     Mat m;
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) m.row[i][j] = (1 - c) * axis[i] * axis[j];
@@ -194,7 +196,7 @@ int MotionBetween(const double* start, const double* end, const double* pivot, s
     if (cosine < 0 && sine < 1e-6) return SCAPI_ERROR_HALF_TURN;
     // Poses are rotations within 1e-6 only; what is less than rounding is no turn.
     if (sine > 1e-12) {
-        motion.angle = std::atan2(sine, cosine);
+        motion.angle = AngleOf(sine, cosine);
         const Vec axis = (1 / Length(twice)) * twice;
         std::copy(axis.x, axis.x + 3, motion.axis);
     }

@@ -1,5 +1,7 @@
 #include "api/table.h"
 
+#include "platform/memory.h"
+
 std::array<SOLIDC*, SCAPI_SLOT_COUNT> SolidTable{};
 
 namespace
@@ -11,8 +13,8 @@ bool isFirstCall = true;
 
 void InitialiseOnFirstCall()
 {
-    // That failed allocations go to the one handler needs no call here: see mesh/memory.h.
     if (!isFirstCall) return;
+    RouteFailedAllocations();
     SolidTable.fill(nullptr);
     isFirstCall = false;
 }

@@ -174,9 +174,17 @@ int SOLIDC::SC_LoadSLDfile(unsigned char* path)
     std::setvbuf(in.file.get(), nullptr, _IONBF, 0);
     Release_Octree();
     Release_Lists();
-    const int result = ReadSolid(in, *this);
-    // Nothing of a damaged file stays.
-    if (result == SCAPI_DAMAGED_FILE) Release_Lists();
-    if (result == 0) RefillOctree(*this);
-    return result;
+    // Nothing of a damaged file stays, nor counts without arrays where a handler of failed
+    // allocations unwinds.
+    struct Reading {
+        SOLIDC& solid;
+        int result = SCAPI_DAMAGED_FILE;
+        ~Reading()
+        {
+            if (result == SCAPI_DAMAGED_FILE) solid.Release_Lists();
+        }
+    } reading{*this};
+    reading.result = ReadSolid(in, *this);
+    if (reading.result == 0) RefillOctree(*this);
+    return reading.result;
 }

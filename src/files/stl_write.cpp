@@ -121,7 +121,7 @@ int StlOpenWrite(StlStream& stream, int mode)
     }
     stream.mode = mode;
     stream.facetCount = 0;
-    stream.writePosition = std::ftell(stream.file);
+    stream.writePosition = StreamPosition(stream.file);
     return 1;
 }
 
@@ -133,7 +133,7 @@ int StlWriteFacet(StlStream& stream, const float* normal, const float* corners)
         stream.writePosition += kFacetBytes;
     } else {
         if (!WriteTextFacet(stream, normal, corners)) return 0;
-        stream.writePosition = std::ftell(stream.file);
+        stream.writePosition = StreamPosition(stream.file);
     }
     ++stream.facetCount;
     return 1;

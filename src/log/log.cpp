@@ -19,7 +19,7 @@ File LogStream(const char* mode) { return File(std::fopen(LogPath.c_str(), mode)
 void WriteBanner(const char* title)
 {
     const std::time_t now = std::time(nullptr);
-    const File stream = LogStream("w");
+    const File stream = LogStream("wt");
     if (!stream) return;
     std::fputs("----------------------------\n", stream.get());
     std::fputs(title, stream.get());
@@ -30,7 +30,7 @@ void WriteBanner(const char* title)
 
 void Append(const char* text)
 {
-    const File stream = LogStream("a");
+    const File stream = LogStream("at");
     if (!stream) return;
         // The log format (docs/behaviour.md): hosts write %% for one %.
 #pragma GCC diagnostic push
@@ -68,7 +68,7 @@ int LogAppend(const char* text)
 void LogError(const char* text)
 {
     if (!LogStarted && !LogErrorsStarted) {
-        if (const File stream = LogStream("w")) {
+        if (const File stream = LogStream("wt")) {
             std::fputs("---------------------------\n- WKVMAIN ERRORS LOG FILE -\n"
                        "---------------------------\n\n",
                        stream.get());

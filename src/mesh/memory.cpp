@@ -1,7 +1,6 @@
 #include "mesh/memory.h"
 
 #include <cstdlib>
-#include <new>
 
 #include "platform/memory.h"
 
@@ -13,9 +12,7 @@ void* TryAllocateRecords(std::size_t count, std::size_t size)
             if (count * size >= kLarge) PreferLargePages(records, count * size);
             return records;
         }
-        const std::new_handler handler = std::get_new_handler();
-        if (!handler) return nullptr;
-        handler();
+        if (!CallAllocationHandler(count * size)) return nullptr;
     }
 }
 

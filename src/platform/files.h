@@ -38,6 +38,9 @@ bool AreSameFile(const char* a, const char* b);
 /// Length in bytes, 0 when the system does not tell.
 std::int64_t StreamLength(std::FILE* file);
 
+/// Where the next byte is read or written; lengths beyond 32 bits count.
+std::int64_t StreamPosition(std::FILE* file);
+
 /// Modification time, seconds cut to 32 bits; 0 when the system does not tell.
 std::int32_t StreamModTime(std::FILE* file);
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 
 #include "platform/files.h"
 #include "platform/memory.h"
@@ -114,6 +115,8 @@ std::int64_t StreamLength(std::FILE* file)
     return ::fstat(::fileno(file), &status) == 0 ? std::int64_t{status.st_size} : 0;
 }
 
+std::int64_t StreamPosition(std::FILE* file) { return ::ftello(file); }
+
 std::int32_t StreamModTime(std::FILE* file)
 {
     struct stat status {};
@@ -132,4 +135,13 @@ void PreferLargePages(void* block, std::size_t bytes)
 #else
     (void)block, (void)bytes;
 #endif
+}
+
+void RouteFailedAllocations() {}
+
+bool CallAllocationHandler(std::size_t)
+{
+    const std::new_handler handler = std::get_new_handler();
+    if (handler) handler();
+    return handler != nullptr;
 }

@@ -141,8 +141,9 @@ TemporaryFile::TemporaryFile(const std::string& content, const std::string& name
     static int number = 0;
     const auto folder = std::filesystem::temp_directory_path() /
                         ("scapi_test_" + std::to_string(getpid()) + "_" + std::to_string(++number));
+    std::filesystem::remove_all(folder); // of a process of this number that was killed
     std::filesystem::create_directories(folder);
-    path = (folder / name).string();
+    path = (folder / name).generic_string();
     std::ofstream(path, std::ios::binary) << content;
 }
 
