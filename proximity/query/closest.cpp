@@ -55,6 +55,17 @@ struct Search {
                static_cast<std::size_t>(scratch.lastB) < b.tree.triangle.size();
     }
 
+    /// Tests the pairs of two leaves that may be no farther apart than `far`.
+    /// @return false where the answer or the end of the budget is reached
+    bool TestNear(auto& search, Leaf inA, Leaf inB, double far)
+    {
+        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
+        return ForEachPair(NearPairs(leafA, leafB, far), [&](int i, int j) {
+            return Spend() && search.Test(leafA.TriangleAt(i), leafB.TriangleAt(j), inA.first + i,
+                                          inB.first + j);
+        });
+    }
+
     void Finish(bool walked, Scratch& scratch)
     {
         closest.finished = walked;
@@ -81,19 +92,7 @@ struct ClosestSearch : Search {
         return !crosses;
     }
 
-    bool VisitLeaves(Leaf inA, Leaf inB)
-    {
-        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
-        for (int i = 0; i < leafA.count; ++i)
-            for (int j = 0; j < leafB.count; ++j) {
-                const double far = Far() + error;
-                if (SquaredBoxGap(leafA, i, leafB, j) > far * far * (1 + 0x1p-40)) continue;
-                if (!Spend()) return false;
-                if (!Test(leafA.triangle[i], leafB.triangle[j], inA.first + i, inB.first + j))
-                    return false;
-            }
-        return true;
-    }
+    bool VisitLeaves(Leaf inA, Leaf inB) { return TestNear(*this, inA, inB, Far() + error); }
 };
 
 struct WithinSearch : Search {
@@ -129,19 +128,7 @@ struct WithinSearch : Search {
         return limits.wantRelation;
     }
 
-    bool VisitLeaves(Leaf inA, Leaf inB)
-    {
-        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
-        for (int i = 0; i < leafA.count; ++i)
-            for (int j = 0; j < leafB.count; ++j) {
-                const double far = near + error;
-                if (SquaredBoxGap(leafA, i, leafB, j) > far * far * (1 + 0x1p-40)) continue;
-                if (!Spend()) return false;
-                if (!Test(leafA.triangle[i], leafB.triangle[j], inA.first + i, inB.first + j))
-                    return false;
-            }
-        return true;
-    }
+    bool VisitLeaves(Leaf inA, Leaf inB) { return TestNear(*this, inA, inB, near + error); }
 };
 
 template <class Any>
