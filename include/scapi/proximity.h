@@ -214,7 +214,11 @@ enum {                          /* flags of scapi_options */
        SCAPI_WANT_RELATION = 2, /* scapi_within tells TOUCHING from CROSSING too: more work */
        SCAPI_IGNORE_START_CONTACT =
            4 /* scapi_time_of_impact: triangles in contact at the start count
-                again when they come closer or deeper by the resolution */
+                again when they come closer or deeper by the resolution. Of a mesh
+                that is not closed both sides are outside: two sheets that meet at
+                the start, at distance 0, may part to either side, so that one which
+                is meant to lift off can leave through the other, and that is CLEAR.
+                Use closed meshes, or start apart, where that matters */
 };
 
 typedef struct scapi_options {

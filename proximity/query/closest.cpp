@@ -73,13 +73,17 @@ struct Search {
     }
 };
 
+/// Of the least distance so far: a pair that is hardly nearer is none to look for.
+constexpr double kWorthwhile = 1 - 0x1p-21;
+
 struct ClosestSearch : Search {
     float limit = 0;
 
     using Search::Search;
 
-    /// Nothing at this distance or farther is of interest.
-    double Far() const { return std::min(closest.upper, limits.upperBound); }
+    /// Nothing at this distance or farther is of interest. Certificates are no narrower, and where
+    /// many pairs are equally far apart all but the first are passed over.
+    double Far() const { return std::min(closest.upper * kWorthwhile, limits.upperBound); }
     float Limit() const { return limit; }
     void UpdateLimit() { limit = PruneLimit(slack, Far()); }
 

@@ -93,6 +93,15 @@ TEST(ProximityDistance, BudgetThatRunsOutIsNotClear)
     }
 }
 
+TEST(ProximityDistance, PairsThatAreEquallyFarAreNotAllMeasured)
+{
+    // Fans of 200 over fans of 200: most of 40,000 pairs are 0.01 apart.
+    const MeshPtr drum = Cylinder(5, 3, 200);
+    const scapi_result result = Distance(drum, kIdentity, drum, At(1, 0.5, 3.01));
+    ExpectDistance(result, 0.01);
+    EXPECT_LT(result.tests, 8000);
+}
+
 TEST(ProximityRelation, InsideIsToldByClosedSurfacesOnly)
 {
     const MeshPtr small = Box({0, 0, 0}, {1, 1, 1});

@@ -154,6 +154,16 @@ TEST(ProximityImpact, ContactAtTheStartIsItsOwnVerdictAndCanBeLeft)
     EXPECT_EQ(ask({0, 0, -5}, ignore).verdict, SCAPI_CONTACT);
     EXPECT_LE(ask({0, 0, -5}, ignore).t_contact, 1e-3 / 5 + 1e-9);
     EXPECT_EQ(ask({0, 0, -50}, ignore).verdict, SCAPI_CONTACT) << "through the table";
+    // A sheet has no inside: from distance 0 either way is out, from above it the way down is not.
+    const MeshPtr sheet = FromFloats({-5, -5, 0, 5, -5, 0, 0, 5, 0});
+    const auto parting = [&](double from, double by) {
+        return Impact(sheet, Rest(kIdentity), sheet, Straight(At(0, 0, from), {0, 0, by}),
+                      Within(0.01, 1e-3, ignore | SCAPI_SURFACES_ONLY))
+            .verdict;
+    };
+    EXPECT_EQ(parting(0, 5), SCAPI_CLEAR);
+    EXPECT_EQ(parting(0, -5), SCAPI_CLEAR);
+    EXPECT_EQ(parting(0.005, -5), SCAPI_CONTACT);
     // Lifted, then against a second thing that it did not touch at the start.
     const MeshPtr both = FromFloats(
         Joined(BoxFloats({-10, -10, -1}, {10, 10, 0}), BoxFloats({-10, -10, 4}, {10, 10, 5})));
