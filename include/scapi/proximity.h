@@ -308,7 +308,8 @@ typedef struct scapi_impact {
     double point_b[3];
     double normal[3];   /* the same: unit vector from A to B there */
     double clearance;   /* the least distance that was met; the true least one is not above it, and
-                           when CLEAR not below the tolerance */
+                           when CLEAR not below the tolerance. No more was measured than the answer
+                           needs: ask scapi_distance for how far bodies are apart */
     int32_t triangle_a; /* -1 where there is no contact */
     int32_t triangle_b;
     int64_t tests;

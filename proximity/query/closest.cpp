@@ -69,7 +69,7 @@ struct Search {
     void Finish(bool walked, Scratch& scratch)
     {
         closest.finished = walked;
-        scratch.lastA = closest.a, scratch.lastB = closest.b;
+        if (closest.a >= 0) scratch.lastA = closest.a, scratch.lastB = closest.b;
     }
 };
 
