@@ -51,6 +51,22 @@ std::vector<Triangle> Tube(int triangles, double inner, double outer, double len
     return GridMesh(columns, 4, at);
 }
 
+std::vector<Triangle> Torus(int triangles, double radius, double thickness)
+{
+    const double turn = 2 * std::acos(-1.0);
+    const int sectors = std::max(static_cast<int>(std::sqrt(triangles / 8.0)), 3);
+    const int columns = 4 * sectors;
+    const auto at = [&](int column, int sector) -> Point {
+        const double u = turn * (column % columns) / columns;
+        const double v = turn * (sector % sectors) / sectors;
+        const double r = thickness * (1 + 0.05 * std::sin(8 * u) * std::cos(3 * v));
+        const double out = radius + r * std::cos(v);
+        return {static_cast<float>(out * std::cos(u)), static_cast<float>(out * std::sin(u)),
+                static_cast<float>(r * std::sin(v))};
+    };
+    return GridMesh(columns, sectors, at);
+}
+
 void AddQuad(std::vector<Triangle>& mesh, const Point& a, const Point& b, const Point& c,
              const Point& d)
 {
@@ -228,6 +244,11 @@ void WriteCrowded(const std::string& path, int triangles, bool withoutArea)
 void WriteTube(const std::string& path, int triangles, double inner, double outer, double length)
 {
     WriteBinary(Create(path).get(), Tube(triangles, inner, outer, length));
+}
+
+void WriteTorus(const std::string& path, int triangles, double radius, double thickness)
+{
+    WriteBinary(Create(path).get(), Torus(triangles, radius, thickness));
 }
 
 void WriteNestedCubes(const std::string& path, int cubes)

@@ -10,6 +10,9 @@ int WriteSphere(const std::string& path, int triangles, bool text);
 /// Writes a closed tube round the x axis, of about `triangles` triangles, long and thin ones.
 void WriteTube(const std::string& path, int triangles, double inner, double outer, double length);
 
+/// Writes a closed torus round the z axis, of about `triangles` triangles, bumpy in its thickness.
+void WriteTorus(const std::string& path, int triangles, double radius, double thickness);
+
 /// Writes closed cubes round each other, 12 triangles each: many refined triangles from few.
 void WriteNestedCubes(const std::string& path, int cubes);
 

@@ -1,8 +1,10 @@
 // Time of the calls of the proximity library, and of FCL on the same meshes and poses where it is
-// there: two bumpy spheres apart, one inside the other, 0.01 apart, in contact, and a shaft in a
-// bore with 0.05 of air all round. Each iteration asks for another pose, so that what a query
-// remembers of the last one helps no more than it does in use. `sum` is of distances or times
-// found, or a count of contacts, so that a change of an answer shows.
+// there: two bumpy spheres apart, one inside the other, 0.01 apart, in contact; linked tori; a gear
+// 0.01 above a plate; a shaft in a bore with 0.05 of air all round, or 1 % of the radius; and any
+// files, given in pairs as arguments behind those of the benchmarks, 1 % of their size apart. Each
+// iteration asks for another pose, so that what a query remembers of the last one helps no more
+// than it does in use. `sum` is of distances or times found, or a count of contacts, so that a
+// change of an answer shows.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -36,8 +38,10 @@ Pose MakePose(double angle, double x)
     return {{1, 0, 0, x, 0, c, -s, 0, 0, s, c, 0}};
 }
 
-enum Situation { kApart, kNested, kNear, kHit, kFit };
-const char* const kNames[] = {"apart", "nested", "near", "hit", "fit"};
+enum Situation { kApart, kNested, kNear, kHit, kLinked, kFlat, kFit, kLoose, kFiles };
+const char* const kNames[] = {"apart", "nested", "near", "hit", "linked", "flat", "fit", "loose"};
+
+std::vector<std::array<std::string, 2>> files; ///< pairs; situation kFiles + n has pair n
 
 struct Case {
     scapi_mesh *a, *b;
@@ -54,25 +58,35 @@ scapi_query* Query()
     return query;
 }
 
-std::string Write(Situation situation, int triangles, bool second)
+std::string Write(int situation, int triangles, bool second)
 {
+    if (situation >= kFiles) return files[static_cast<std::size_t>(situation - kFiles)][second];
     const auto folder = std::filesystem::temp_directory_path() / "scapi_bench_proximity";
     std::filesystem::create_directories(folder);
-    const bool fit = situation == kFit;
-    const std::string path = (folder / (std::string(fit ? "tube" : "sphere") +
-                                        std::to_string(triangles) + (second && fit ? "b" : "a")))
-                                 .string();
+    const char* const shape = situation == kLinked ? "torus"
+                              : situation == kFlat ? (second ? "gear" : "plate")
+                              : situation < kFit   ? "sphere"
+                              : !second            ? "bore"
+                              : situation == kFit  ? "shaft"
+                                                   : "loose_shaft";
+    const std::string path = (folder / (shape + std::to_string(triangles))).string();
     if (std::filesystem::exists(path)) return path;
-    if (fit && second)
-        WriteTube(path, triangles, 5, 17.95, 60);
-    else if (fit)
-        WriteTube(path, triangles, 18, 60, 24);
-    else
+    if (situation == kLinked)
+        WriteTorus(path, triangles, 80, 20);
+    else if (situation == kFlat && second)
+        WriteGear(path, triangles);
+    else if (situation == kFlat)
+        WritePlate(path, triangles, 0);
+    else if (situation < kFit)
         WriteSphere(path, triangles, false);
+    else if (second)
+        WriteTube(path, triangles, 5, situation == kFit ? 17.95 : 17.82, 60);
+    else
+        WriteTube(path, triangles, 18, 60, 24);
     return path;
 }
 
-scapi_mesh* Load(Situation situation, int triangles, bool second)
+scapi_mesh* Load(int situation, int triangles, bool second)
 {
     scapi_mesh_options options{};
     options.size = sizeof options;
@@ -90,17 +104,33 @@ scapi_result Distance(const Case& c, const Pose& pose)
     return result;
 }
 
-/// Where the second sphere, coming along x, is at a distance of the first.
+scapi_mesh_info InfoOf(const scapi_mesh* mesh)
+{
+    scapi_mesh_info info{};
+    scapi_mesh_get_info(mesh, &info);
+    return info;
+}
+
+double SizeOf(const scapi_mesh* mesh)
+{
+    const scapi_mesh_info info = InfoOf(mesh);
+    double size = 0;
+    for (int i = 0; i < 3; ++i) size = std::max(size, double(info.high[i]) - info.low[i]);
+    return size;
+}
+
+/// Where the second body, coming along x, is at a distance of the first.
 double PlaceAtDistance(const Case& c, double angle, double distance)
 {
-    double x = 260;
+    double x = double(InfoOf(c.a).high[0]) - InfoOf(c.b).low[0] + 60;
     for (int i = 0; i < 60; ++i) x -= Distance(c, MakePose(angle, x)).lower - distance;
     return x;
 }
 
-const Case& GetCase(Situation situation, int triangles)
+const Case& GetCase(int situation, int triangles)
 {
     static std::map<std::pair<int, int>, Case> cases;
+    if (situation >= kFiles) triangles = 0;
     const auto [at, isNew] = cases.try_emplace({situation, triangles});
     Case& c = at->second;
     if (!isNew) return c;
@@ -110,12 +140,19 @@ const Case& GetCase(Situation situation, int triangles)
         double x = situation == kApart ? 400.0 + i : situation == kNested ? i : 0.5 * i;
         if (situation == kNear || situation == kHit) x = PlaceAtDistance(c, angle, 0.01);
         if (situation == kHit) x -= 0.5;
-        c.poses[static_cast<std::size_t>(i)] = MakePose(angle, x);
+        if (situation >= kFiles)
+            x = PlaceAtDistance(c, angle, 0.01 * std::max(SizeOf(c.a), SizeOf(c.b)));
+        Pose& pose = c.poses[static_cast<std::size_t>(i)] = MakePose(angle, x);
+        if (situation == kLinked) pose = {{1, 0, 0, 80.0 + 0.5 * i, 0, 0, -1, 0.3 * i, 0, 1, 0, 0}};
+        if (situation == kFlat) {
+            const double c_ = std::cos(angle), s_ = std::sin(angle);
+            pose = {{c_, -s_, 0, 120.0 + i, s_, c_, 0, 100, 0, 0, 1, 10.01}};
+        }
     }
     return c;
 }
 
-void Within(benchmark::State& state, Situation situation)
+void Within(benchmark::State& state, int situation)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
     const Pose still = MakePose(0, 0);
@@ -133,7 +170,7 @@ void Within(benchmark::State& state, Situation situation)
     state.counters["sum"] = sum / double(state.iterations());
 }
 
-void Closest(benchmark::State& state, Situation situation)
+void Closest(benchmark::State& state, int situation)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
     double sum = 0, tests = 0;
@@ -148,7 +185,7 @@ void Closest(benchmark::State& state, Situation situation)
 }
 
 /// From 30 away to the pose and 10 beyond; or, turning, a quarter turn about x at the pose.
-void Impact(benchmark::State& state, Situation situation, bool turns)
+void Impact(benchmark::State& state, int situation, bool turns)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
     scapi_motion still{};
@@ -229,7 +266,7 @@ fcl::Transform3d TransformOf(const Pose& pose)
     return transform;
 }
 
-void Fcl(benchmark::State& state, Situation situation, bool distance)
+void Fcl(benchmark::State& state, int situation, bool distance)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
     const auto a = ModelOf(c.a), b = ModelOf(c.b);
@@ -254,14 +291,14 @@ void Fcl(benchmark::State& state, Situation situation, bool distance)
 
 #endif
 
-void Register(Situation situation)
+void Register(int situation, const std::string& name)
 {
-    const std::string name = kNames[situation];
-    const auto add = [](const std::string& row, auto&& run) {
-        benchmark::RegisterBenchmark(row.c_str(), run)
-            ->RangeMultiplier(10)
-            ->Range(1000, 1000000)
-            ->Unit(benchmark::kMicrosecond);
+    const auto add = [=](const std::string& row, auto&& run) {
+        auto* rows = benchmark::RegisterBenchmark(row.c_str(), run)->Unit(benchmark::kMicrosecond);
+        if (situation < kFiles)
+            rows->RangeMultiplier(10)->Range(1000, 1000000);
+        else
+            rows->Arg(static_cast<int>(InfoOf(GetCase(situation, 0).a).triangles));
     };
     add("within/" + name, [=](benchmark::State& s) { Within(s, situation); });
     add("distance/" + name, [=](benchmark::State& s) { Closest(s, situation); });
@@ -278,11 +315,18 @@ void Register(Situation situation)
 
 int main(int count, char** arguments)
 {
-    for (const Situation situation : {kApart, kNested, kNear, kHit, kFit}) Register(situation);
+    benchmark::Initialize(&count, arguments);
+    for (int situation = 0; situation < kFiles; ++situation) Register(situation, kNames[situation]);
+    for (int i = 1; i + 1 < count; i += 2) {
+        files.push_back({arguments[i], arguments[i + 1]});
+        const auto stem = [&](int k) {
+            return std::filesystem::path(arguments[k]).stem().string();
+        };
+        Register(kFiles + i / 2, stem(i) + "+" + stem(i + 1));
+    }
     benchmark::RegisterBenchmark("make_mesh", Make)
         ->RangeMultiplier(10)
         ->Range(1000, 1000000)
         ->Unit(benchmark::kMillisecond);
-    benchmark::Initialize(&count, arguments);
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -31,15 +31,23 @@ struct Caller {
         motion.angle = choices.Of(2) ? Number() : 0;
         return motion;
     }
-    scapi_options Options()
+    /// With room behind it, as a host of a later version has that says so in `size`.
+    struct Roomy {
+        scapi_options options;
+        std::uint8_t later[24];
+    };
+    Roomy Options()
     {
-        scapi_options options{};
-        options.size = choices.Of(16) ? sizeof options : choices.Take<std::uint32_t>() % 64;
+        Roomy roomy{};
+        scapi_options& options = roomy.options;
+        options.size =
+            choices.Of(16) ? sizeof options : choices.Take<std::uint32_t>() % sizeof roomy;
+        if (choices.Of(16) == 0) roomy.later[choices.Of(24)] = choices.Take<std::uint8_t>();
         options.flags = static_cast<std::uint32_t>(choices.Of(9));
         options.tolerance = 0.1 * Number(), options.resolution = choices.Of(2) * 0.01 * Number();
         options.upper_bound = choices.Of(4) ? 0 : Number();
         options.budget = choices.Of(4) ? 3000 : choices.Of(100);
-        return options;
+        return roomy;
     }
     void Make()
     {
@@ -64,7 +72,8 @@ struct Caller {
     void Ask()
     {
         const scapi_motion a = Motion(), b = Motion();
-        const scapi_options options = Options();
+        const Roomy roomy = Options();
+        const scapi_options& options = roomy.options;
         const scapi_mesh *x = Any(), *y = Any();
         scapi_result result;
         scapi_impact impact;
@@ -92,7 +101,8 @@ struct Caller {
         scapi_scene_place(scene, choices.Of(4), motion.start);
         if (choices.Of(4) == 0) scapi_scene_ignore(scene, choices.Of(5), choices.Of(5));
         if (bodies > 6) return;
-        scapi_options options = Options();
+        Roomy roomy = Options();
+        scapi_options& options = roomy.options;
         options.budget = 100;
         scapi_scene_result result;
         scapi_pair room[2];

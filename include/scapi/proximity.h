@@ -230,7 +230,11 @@ enum {
     SCAPI_WANT_RELATION = 2, /**< scapi_within tells TOUCHING from CROSSING too: more work */
     SCAPI_IGNORE_START_CONTACT =
         4 /**< scapi_time_of_impact: triangles in contact at the start count
-             again when they come closer or deeper by the resolution */
+             again when they come closer or deeper by the resolution. Of a mesh
+             that is not closed both sides are outside: two sheets that meet at
+             the start, at distance 0, may part to either side, so that one which
+             is meant to lift off can leave through the other, and that is CLEAR.
+             Use closed meshes, or start apart, where that matters */
 };
 
 /** What a query is asked. Zeros but for the size are the defaults. */
@@ -320,7 +324,7 @@ typedef struct scapi_impact {
     int32_t relation;  /**< at the start */
     double t_clear;    /**< shown: further apart than the tolerance at all times below t_clear */
     double t_contact;  /**< CONTACT, START_CONTACT: at most tolerance + resolution apart at this
-                          time;  else 1 */
+                          time; else 1 */
     double lower;      /**< CONTACT, START_CONTACT: distance of the triangles named at t_contact, at
                           least */
     double upper;      /**< the same, at most */
@@ -328,7 +332,8 @@ typedef struct scapi_impact {
     double point_b[3]; /**< on B */
     double normal[3];  /**< the same: unit vector from A to B there */
     double clearance;  /**< the least distance that was met; the true least one is not above it, and
-                          when CLEAR not below the tolerance */
+                          when CLEAR not below the tolerance. No more was measured than the answer
+                          needs: ask scapi_distance for how far bodies are apart */
     int32_t triangle_a; /**< -1 where there is no contact */
     int32_t triangle_b; /**< likewise */
     int64_t tests;      /**< spent of the budget */

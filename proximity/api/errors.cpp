@@ -11,7 +11,7 @@ extern "C" const char* scapi_error_text(int code)
         return "options are not understood: set size to sizeof the struct, all that is not used to "
                "zero, flags and budget to valid values";
     case SCAPI_ERROR_TOLERANCE:
-        return "a tolerance, resolution or bound is negative, not a number or above 1e9";
+        return "a tolerance, resolution or bound is out of range: pass 0 to 1e9";
     case SCAPI_ERROR_MEMORY:
         return "not enough memory: use a coarser mesh, or fewer at a time";
     case SCAPI_ERROR_FILE:
@@ -24,16 +24,17 @@ extern "C" const char* scapi_error_text(int code)
         return "a coordinate is not a number, infinite or beyond 1e9: look at the facet with the "
                "number reported, and at the scale";
     case SCAPI_ERROR_EMPTY:
-        return "the mesh has no triangles: there is nothing to be held against";
+        return "the mesh has no triangles: check the file or the arrays it was made from";
     case SCAPI_ERROR_INDEX:
-        return "an index or count is out of range";
+        return "an index or count is out of range: count from 0 to one below the size";
     case SCAPI_ERROR_SHAPE:
         return "these sizes make no solid: they must be above zero, low below high, radii not "
                "negative, 3 to 100000 segments";
     case SCAPI_ERROR_TOO_MANY:
         return "more triangles than a mesh can hold: split it";
     case SCAPI_ERROR_POSE_NUMBER:
-        return "a pose or motion holds a number that is not finite, or beyond the limit";
+        return "a pose or motion holds a number that is not finite or too large: "
+               "check for NaN, and for lengths beyond 1e9";
     case SCAPI_ERROR_POSE_TRANSPOSED:
         return "the pose looks as if it was stored by columns: pass three rows of four, rotation "
                "then translation";
@@ -44,14 +45,14 @@ extern "C" const char* scapi_error_text(int code)
     case SCAPI_ERROR_POSE_NOT_RIGID:
         return "the rotation of the pose is not orthonormal within 1e-6: make it so again";
     case SCAPI_ERROR_AXIS:
-        return "the axis of a rotation is not of length 1 within 1e-6";
+        return "the axis of a rotation is not of length 1 within 1e-6: divide it by its length";
     case SCAPI_ERROR_HALF_TURN:
         return "the poses are half a turn apart, either way round is as short: give axis and angle";
     case SCAPI_ERROR_BODY:
-        return "the number names no body of the scene";
+        return "the number names no body of the scene: pass one that scapi_scene_add gave";
     case SCAPI_ERROR_CANCELLED:
-        return "the progress callback ended the check";
+        return "the progress callback ended the check: nothing was shown, ask again";
     default:
-        return "unknown code";
+        return "unknown code: not one of this library's";
     }
 }

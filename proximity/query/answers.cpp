@@ -99,6 +99,27 @@ Impact StartImpact(const Body& a, const Body& b, const PlacedPair& start, const 
     return impact;
 }
 
+/// What is known where a motion starts. Where bodies are well apart, it would take most of the time
+/// to find out how far; a short search gives an upper bound, and that they are apart is enough.
+Closest FindStart(const Body& a, const Body& b, const PlacedPair& start, const Limits& limits,
+                  Scratch& scratch, scapi_impact& result)
+{
+    constexpr std::int64_t kShort = 200;
+    Limits allowed = limits;
+    allowed.budget = std::min(limits.budget, kShort);
+    const Closest near = FindClosest(a, b, start, allowed, scratch);
+    result.tests = near.tests, result.clearance = near.upper;
+    if (near.tests <= allowed.budget) return near;
+    allowed.budget = std::max<std::int64_t>(0, limits.budget - result.tests);
+    const Closest within = FindWithin(a, b, start, allowed, scratch);
+    result.tests += within.tests;
+    if (within.clear) return within;
+    allowed.budget = std::max<std::int64_t>(0, limits.budget - result.tests);
+    const Closest closest = FindClosest(a, b, start, allowed, scratch);
+    result.tests += closest.tests, result.clearance = std::min(result.clearance, closest.upper);
+    return closest;
+}
+
 } // namespace
 
 Limits Complete(Limits limits, const Body& a, const Body& b)
@@ -164,12 +185,10 @@ scapi_impact AnswerImpact(const Body& a, const scapi_motion& motionA, const Body
     Limits complete = Complete(limits, a, b);
     const MovingPair moving = MakeMovingPair(a, motionA, b, motionB);
     const PlacedPair start{PlaceAt(moving.a, 0), PlaceAt(moving.b, 0), moving.origin};
-    const Closest closest = FindClosest(a, b, start, complete, scratch);
     scapi_impact result{};
     result.triangle_a = result.triangle_b = -1;
     result.t_contact = 1;
-    result.tests = closest.tests;
-    result.clearance = closest.upper;
+    const Closest closest = FindStart(a, b, start, complete, scratch, result);
     const int verdict = Judge(a, b, start, complete, closest, result.relation);
     if (verdict == SCAPI_INSIDE) {
         result.verdict = verdict;

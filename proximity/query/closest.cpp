@@ -55,20 +55,35 @@ struct Search {
                static_cast<std::size_t>(scratch.lastB) < b.tree.triangle.size();
     }
 
+    /// Tests the pairs of two leaves that may be no farther apart than `far`.
+    /// @return false where the answer or the end of the budget is reached
+    bool TestNear(auto& search, Leaf inA, Leaf inB, double far)
+    {
+        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
+        return ForEachPair(NearPairs(leafA, leafB, far), [&](int i, int j) {
+            return Spend() && search.Test(leafA.TriangleAt(i), leafB.TriangleAt(j), inA.first + i,
+                                          inB.first + j);
+        });
+    }
+
     void Finish(bool walked, Scratch& scratch)
     {
         closest.finished = walked;
-        scratch.lastA = closest.a, scratch.lastB = closest.b;
+        if (closest.a >= 0) scratch.lastA = closest.a, scratch.lastB = closest.b;
     }
 };
+
+/// Of the least distance so far: a pair that is hardly nearer is none to look for.
+constexpr double kWorthwhile = 1 - 0x1p-21;
 
 struct ClosestSearch : Search {
     float limit = 0;
 
     using Search::Search;
 
-    /// Nothing at this distance or farther is of interest.
-    double Far() const { return std::min(closest.upper, limits.upperBound); }
+    /// Nothing at this distance or farther is of interest. Certificates are no narrower, and where
+    /// many pairs are equally far apart all but the first are passed over.
+    double Far() const { return std::min(closest.upper * kWorthwhile, limits.upperBound); }
     float Limit() const { return limit; }
     void UpdateLimit() { limit = PruneLimit(slack, Far()); }
 
@@ -81,19 +96,7 @@ struct ClosestSearch : Search {
         return !crosses;
     }
 
-    bool VisitLeaves(Leaf inA, Leaf inB)
-    {
-        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
-        for (int i = 0; i < leafA.count; ++i)
-            for (int j = 0; j < leafB.count; ++j) {
-                const double far = Far() + error;
-                if (SquaredBoxGap(leafA, i, leafB, j) > far * far * (1 + 0x1p-40)) continue;
-                if (!Spend()) return false;
-                if (!Test(leafA.triangle[i], leafB.triangle[j], inA.first + i, inB.first + j))
-                    return false;
-            }
-        return true;
-    }
+    bool VisitLeaves(Leaf inA, Leaf inB) { return TestNear(*this, inA, inB, Far() + error); }
 };
 
 struct WithinSearch : Search {
@@ -129,19 +132,7 @@ struct WithinSearch : Search {
         return limits.wantRelation;
     }
 
-    bool VisitLeaves(Leaf inA, Leaf inB)
-    {
-        leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
-        for (int i = 0; i < leafA.count; ++i)
-            for (int j = 0; j < leafB.count; ++j) {
-                const double far = near + error;
-                if (SquaredBoxGap(leafA, i, leafB, j) > far * far * (1 + 0x1p-40)) continue;
-                if (!Spend()) return false;
-                if (!Test(leafA.triangle[i], leafB.triangle[j], inA.first + i, inB.first + j))
-                    return false;
-            }
-        return true;
-    }
+    bool VisitLeaves(Leaf inA, Leaf inB) { return TestNear(*this, inA, inB, near + error); }
 };
 
 template <class Any>

@@ -49,7 +49,7 @@ struct ContactSearch {
 
     void Test(int i, int j)
     {
-        const Triangle &x = leafA.triangle[i], &y = leafB.triangle[j];
+        const Triangle x = leafA.TriangleAt(i), y = leafB.TriangleAt(j);
         if (FartherThan(x, y, near + error)) return;
         const PairDistance distance = DistanceOf(x, y, 0.25 * limits.resolution);
         result.apart = std::min(result.apart, std::max(0.0, distance.lower - error));
@@ -63,14 +63,11 @@ struct ContactSearch {
     bool VisitLeaves(Leaf inA, Leaf inB)
     {
         leafA.Place(a.tree, pair.a, inA), leafB.Place(b.tree, pair.b, inB);
-        const double far = near + error;
-        for (int i = 0; i < leafA.count; ++i)
-            for (int j = 0; j < leafB.count; ++j) {
-                if (SquaredBoxGap(leafA, i, leafB, j) > far * far * (1 + 0x1p-40)) continue;
-                if (!Spend()) return false;
-                Test(i, j);
-            }
-        return true;
+        return ForEachPair(NearPairs(leafA, leafB, near + error), [&](int i, int j) {
+            if (!Spend()) return false;
+            Test(i, j);
+            return true;
+        });
     }
 };
 

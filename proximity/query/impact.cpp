@@ -13,6 +13,9 @@ namespace proximity
 namespace
 {
 
+/// Of the size of a scene: what lies so far apart has a direction that rounding leaves alone.
+constexpr double kSureDirection = 1e-9;
+
 /// What comes next is on top of the heap: the earliest, and of those the smallest, since it leads
 /// to a contact soonest.
 bool ComesLater(const Event& x, const Event& y)
@@ -272,8 +275,16 @@ struct ImpactSearch {
     double WaitOfCorners(const Triangle& x, const Triangle& y, const Vec& direction,
                          double least) const
     {
+        if (moment.ratesA.speed == 0 && moment.ratesB.speed == 0) {
+            const double speed =
+                Dot(direction, moment.ratesA.path - moment.ratesB.path) + speedError;
+            return TimeOfGap(GapAlong(x, y, direction) - least - pointError, {speed, 0, speed});
+        }
         const CornerRates ratesA = RatesAlong(moment.ratesA, x, direction);
         const CornerRates ratesB = RatesAlong(moment.ratesB, y, -1.0 * direction);
+        const double straight = ratesA.straight + ratesB.straight + speedError;
+        const double always = -ratesB.farthest - ratesA.farthest - least - pointError;
+        const double atAnyAngle = TimeOfGap(always, {straight, 0, straight});
         double wait = HUGE_VAL;
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j) {
@@ -281,12 +292,12 @@ struct ImpactSearch {
                 const Closing closing{ratesA.now[i] + ratesB.now[j] + speedError,
                                       ratesA.gain[i] + ratesB.gain[j],
                                       ratesA.most[i] + ratesB.most[j] + speedError};
+                // Its steady time alone is longer than that of another pair of corners.
+                if (gap > 0 && gap * (1 - 1e-11) >= wait * closing.most) continue;
                 wait = std::min(wait, TimeOfGap(gap, closing));
+                if (wait <= atAnyAngle) return atAnyAngle;
             }
-        const double always = -ratesB.farthest - ratesA.farthest - least - pointError;
-        const Closing straight{ratesA.straight + ratesB.straight + speedError, 0,
-                               ratesA.straight + ratesB.straight + speedError};
-        return std::max(wait, TimeOfGap(always, straight));
+        return wait;
     }
 
     void DivideLeaves(Leaf inA, Leaf inB)
@@ -297,14 +308,14 @@ struct ImpactSearch {
             for (int j = 0; j < y.count; ++j) {
                 Vec between{};
                 for (int axis = 0; axis < 3; ++axis) {
-                    if (y.low[j][axis] > x.high[i][axis])
-                        between[axis] = y.low[j][axis] - x.high[i][axis];
-                    if (x.low[i][axis] > y.high[j][axis])
-                        between[axis] = y.high[j][axis] - x.low[i][axis];
+                    const double after = y.low[axis][j] - x.high[axis][i];
+                    const double before = x.low[axis][i] - y.high[axis][j];
+                    if (after > 0) between[axis] = after;
+                    if (before > 0) between[axis] = -before;
                 }
                 const double length = Length(between);
                 const double wait = length > limits.tolerance
-                                        ? WaitOfCorners(x.triangle[i], y.triangle[j],
+                                        ? WaitOfCorners(x.TriangleAt(i), y.TriangleAt(j),
                                                         (1 / length) * between, limits.tolerance)
                                         : 0.0;
                 Push(wait, 0, inA.first + i, inB.first + j, true);
@@ -357,7 +368,7 @@ struct ImpactSearch {
             wait = std::max(wait, WaitOfCorners(x, y, (1 / length) * between, limits.tolerance));
         // Of points that are near each other the direction is mostly rounding: faces that slide
         // along each other are told by their normals.
-        if (wait > 2 * floor) return wait;
+        if (wait > 2 * floor || length > kSureDirection * size) return wait;
         const Directions directions = SeparatingDirections(x, y, {});
         for (int i = 0; i < directions.count; ++i)
             if (directions.gap[i] > limits.tolerance)

@@ -89,9 +89,47 @@ inline Lanes SlabGaps(const FrameChange& change, const Node& x, const BoxInFrame
     return Max(alongX, alongY);
 }
 
+/// The least that lies in a box and its slab along directions d, whose part along the slab's normal
+/// is split off (Lemma B1).
+template <class Normal, class Middle, class Half, class Bound>
+inline Lanes LeastAlong(const Lanes* d, const Normal* normal, const Middle* center,
+                        const Half* half, Bound low, Bound high)
+{
+    const Lanes part = d[0] * normal[0] + d[1] * normal[1] + d[2] * normal[2];
+    const Lanes a = part * low, b = part * high;
+    Lanes box = Splat(0), slab = Min(a, b);
+    for (int i = 0; i < 3; ++i) {
+        const Lanes rest = d[i] - part * normal[i];
+        box += d[i] * center[i] - Abs(d[i]) * half[i];
+        slab += rest * center[i] - Abs(rest) * half[i];
+    }
+    return Max(box, slab);
+}
+
+/// Squares of the gaps of four boxes of X from a box of Y along the lines between their middles
+/// (Lemma N3): what tells bodies that are farther apart than the boxes are wide.
+inline Lanes SquaredGapsBetweenMiddles(const FrameChange& change, const Node& x,
+                                       const BoxInFrame& y)
+{
+    Lanes d[3], back[3], square = Splat(1e-30f), middle = Splat(0);
+    for (int i = 0; i < 3; ++i) {
+        d[i] = x.center[i] - y.centerX[i];
+        square += d[i] * d[i];
+        middle += d[i] * change.inX[i];
+    }
+    for (int i = 0; i < 3; ++i)
+        back[i] = -(change.m[0][i] * d[0] + change.m[1][i] * d[1] + change.m[2][i] * d[2]);
+    const Lanes inX = LeastAlong(d, x.normal, x.center, x.half, x.low, x.high);
+    const Lanes inY =
+        LeastAlong(back, y.box.normal, y.box.center, y.box.half, y.box.low, y.box.high);
+    const Lanes gap = Max(inX + inY - middle, Splat(0));
+    // Divided first: the square of a gap times a length would overflow far out.
+    return gap / square * gap * (1 - 0x1p-19f);
+}
+
 /// Squares of the distances of four boxes of X from a box of Y, bounded from below along the axes
 /// of X and along those of Y (Lemma N1), and, where that leaves any below the limit, along the
-/// normals of their slabs: the largest.
+/// lines between them, and then along the normals of their slabs: the largest.
 inline Lanes SquaredBounds(const FrameChange& change, const Node& x, const BoxInFrame& y,
                            float limit)
 {
@@ -111,8 +149,10 @@ inline Lanes SquaredBounds(const FrameChange& change, const Node& x, const BoxIn
     }
     const Lanes boxes = Max(inX, inY);
     if (AllOf(boxes >= Splat(limit))) return boxes;
+    const Lanes most = Max(boxes, SquaredGapsBetweenMiddles(change, x, y));
+    if (AllOf(most >= Splat(limit))) return most;
     const Lanes gap = Max(SlabGaps(change, x, y), Splat(0));
-    return Max(boxes, gap * gap);
+    return Max(most, gap * gap);
 }
 
 } // namespace proximity

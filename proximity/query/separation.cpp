@@ -22,10 +22,10 @@ void AddDirection(const Triangle& a, const Triangle& b, const Vec& along, Direct
     // Rounding leaves some length to the cross product of parallel edges; any direction is valid.
     if (!(length > 0) || directions.count == kMostDirections) return;
     Vec direction = (1 / length) * along;
-    double gap = GapAlong(a, b, direction);
-    const Vec opposite = -1.0 * direction;
-    if (const double other = GapAlong(a, b, opposite); other > gap)
-        direction = opposite, gap = other;
+    const Span spanA = SpanAlong(a, direction), spanB = SpanAlong(b, direction);
+    double gap = spanB.low - spanA.high;
+    if (const double other = spanA.low - spanB.high; other > gap)
+        direction = -1.0 * direction, gap = other;
     if (!(gap > -HUGE_VAL)) return;
     const int at = directions.count++;
     directions.direction[at] = direction;

@@ -1,8 +1,10 @@
 // Each bound of the proximity library by itself, against what it bounds.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 
+#include "proximity/query/leaf_cache.h"
 #include "proximity/query/motion_bounds.h"
 #include "proximity/query/node_bounds.h"
 #include "support.h"
@@ -138,6 +140,38 @@ TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
     }
     EXPECT_GT(needed, 0) << "without a margin the bound would be wrong here";
     EXPECT_GT(tight, 1000);
+}
+
+TEST(ProximityBounds, OfLeavesNeverDropAPairAtTheLimit)
+{
+    Random random{std::mt19937(6)};
+    int kept = 0, dropped = 0;
+    for (int i = 0; i < 4000; ++i) {
+        const double far = i % 2 ? 10 : 1e4;
+        const Body a(random.Strip(1 + i % 4, 3, i % 3 ? 0.5 : 1e-3)), b(random.Strip(4, 3, 0.1));
+        const scapi_motion x = random.Motion(far, 0);
+        scapi_motion y = x;
+        for (int k = 0; k < 3; ++k) y.start[4 * k + 3] += random.Unit();
+        const PlacedPair pair = PlacePair(a, x.start, b, y.start);
+        const Leaf inA = LeafOf(a.tree.Child(kRoot)), inB = LeafOf(b.tree.Child(kRoot));
+        PlacedLeaf leafA, leafB;
+        // Far from the origin of the pair, as the parts of large bodies are.
+        Placement placeA = pair.a, placeB = pair.b;
+        for (int k = 0; k < 3; ++k) placeA.center[k] += far, placeB.center[k] += far;
+        leafA.Place(a.tree, placeA, inA), leafB.Place(b.tree, placeB, inB);
+        for (int s = 0; s < inA.count; ++s)
+            for (int t = 0; t < inB.count; ++t) {
+                const Triangle p = PlaceTriangle(a.tree, placeA, inA.first + s);
+                const Triangle q = PlaceTriangle(b.tree, placeB, inB.first + t);
+                ASSERT_EQ(std::memcmp(&p, leafA.TriangleAt(s).corner, sizeof p), 0);
+                const double distance = DistanceOf(p, q).upper;
+                const PairBits bit = 1u << (kMostInLeaf * s + t);
+                ASSERT_TRUE(NearPairs(leafA, leafB, distance) & bit) << i;
+                dropped += (NearPairs(leafA, leafB, 0.9 * distance) & bit) == 0;
+                ++kept;
+            }
+    }
+    EXPECT_GT(dropped, kept / 3) << "of those a tenth farther apart than the limit";
 }
 
 TEST(ProximityBounds, OfGapsAreNeverLateAndNotMuchTooEarly)

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <set>
 
 #include "support.h"
 
@@ -411,6 +412,19 @@ TEST(ProximityDiagnose, FindsWhatIsWrongAndWhere)
     EXPECT_EQ(hollow.shells, 2);
     EXPECT_TRUE(hollow.inverted_shells == 1 && hollow.nested_shells == 1);
     EXPECT_NEAR(hollow.volume, 8 - 0.125, 1e-9);
+}
+
+TEST(ProximityErrors, HaveTextsOfTheirOwnThatSayWhatToDo)
+{
+    std::set<std::string> texts;
+    for (int code = -2100; code < -2000; ++code) {
+        const std::string text = scapi_error_text(code);
+        if (text == scapi_error_text(1)) continue;
+        EXPECT_TRUE(texts.insert(text).second) << text;
+        const auto colon = text.find(": ");
+        EXPECT_TRUE(colon != std::string::npos && text.size() > colon + 8) << text;
+    }
+    EXPECT_EQ(texts.size(), 21u) << "codes of the header";
 }
 
 } // namespace

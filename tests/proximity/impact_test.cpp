@@ -1,6 +1,8 @@
 // Times of impact that are known by hand, and random motions held against samples.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "support.h"
 
 namespace
@@ -152,6 +154,16 @@ TEST(ProximityImpact, ContactAtTheStartIsItsOwnVerdictAndCanBeLeft)
     EXPECT_EQ(ask({0, 0, -5}, ignore).verdict, SCAPI_CONTACT);
     EXPECT_LE(ask({0, 0, -5}, ignore).t_contact, 1e-3 / 5 + 1e-9);
     EXPECT_EQ(ask({0, 0, -50}, ignore).verdict, SCAPI_CONTACT) << "through the table";
+    // A sheet has no inside: from distance 0 either way is out, from above it the way down is not.
+    const MeshPtr sheet = FromFloats({-5, -5, 0, 5, -5, 0, 0, 5, 0});
+    const auto parting = [&](double from, double by) {
+        return Impact(sheet, Rest(kIdentity), sheet, Straight(At(0, 0, from), {0, 0, by}),
+                      Within(0.01, 1e-3, ignore | SCAPI_SURFACES_ONLY))
+            .verdict;
+    };
+    EXPECT_EQ(parting(0, 5), SCAPI_CLEAR);
+    EXPECT_EQ(parting(0, -5), SCAPI_CLEAR);
+    EXPECT_EQ(parting(0.005, -5), SCAPI_CONTACT);
     // Lifted, then against a second thing that it did not touch at the start.
     const MeshPtr both = FromFloats(
         Joined(BoxFloats({-10, -10, -1}, {10, 10, 0}), BoxFloats({-10, -10, 4}, {10, 10, 5})));
@@ -208,13 +220,21 @@ scapi_motion RandomMotion(std::mt19937& random, double distance, double aim)
                  5 * unit(random) - aim * pose[11]});
 }
 
+int FromEnvironment(const char* name, int otherwise)
+{
+    const char* text = std::getenv(name);
+    return text ? std::atoi(text) : otherwise;
+}
+
 TEST(ProximityImpact, IsNeverLaterThanTheFirstSampleInContact)
 {
-    std::mt19937 random(29);
+    const int motions = FromEnvironment("PROXIMITY_MOTIONS", 60);
+    const int samples = FromEnvironment("PROXIMITY_SAMPLES", 1000);
+    std::mt19937 random(static_cast<unsigned>(FromEnvironment("PROXIMITY_SEED", 29)));
     const MeshPtr meshes[] = {FromFloats(SphereFloats(5, 4, 0.2)), Box({-6, -1, -1}, {6, 1, 1}),
                               Cylinder(3, 8, 9)};
     int contacts = 0, clear = 0;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < motions; ++i) {
         SCOPED_TRACE(i);
         const MeshPtr &a = meshes[random() % 3], &b = meshes[random() % 3];
         const scapi_motion motionA = RandomMotion(random, 4, 0);
@@ -228,15 +248,16 @@ TEST(ProximityImpact, IsNeverLaterThanTheFirstSampleInContact)
         const auto at = [&](double time) {
             return Distance(a, SampleAt(motionA, time), b, SampleAt(motionB, time), options);
         };
-        for (int k = 0; k <= 1000; ++k) {
-            if (hits && k / 1000.0 >= impact.t_clear) break;
-            ASSERT_GT(at(k / 1000.0).upper, options.tolerance) << "in contact at " << k;
+        for (int k = 0; k <= samples; ++k) {
+            const double time = double(k) / samples;
+            if (hits && time >= impact.t_clear) break;
+            ASSERT_GT(at(time).upper, options.tolerance) << "in contact at " << time;
         }
         const double last = at(hits ? impact.t_contact : 1).lower;
         EXPECT_TRUE(!hits || last <= options.tolerance + options.resolution);
     }
-    EXPECT_GT(contacts, 10);
-    EXPECT_GT(clear, 10);
+    EXPECT_GT(contacts, motions / 6);
+    EXPECT_GT(clear, motions / 6);
 }
 
 TEST(ProximityImpact, MotionsGoWhereTheirPosesAre)
