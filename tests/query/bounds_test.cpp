@@ -5,7 +5,6 @@
 #include <cmath>
 #include <vector>
 
-#include "bvh/corner_set.h"
 #include "bvh/hit_region.h"
 #include "geometry/predicates.h"
 #include "query/corner_planes.h"
@@ -89,16 +88,51 @@ void ForContacts(unsigned usualCount, Test test)
 
 constexpr unsigned kDraws = 12000;
 
-/// Whether the corners of a node can be compared with planes; as the traversal does.
-bool CornersTouch(const Setting& at, const Motion& motion, const Node& probe, const Node& target)
+constexpr double kNearly = 1 + 1e-5; ///< axes and lengths are rounded to floats
+
+/// The step from an edge to a hit beside it against what a pair of nodes has for it (Lemmas 2 to
+/// 6). Regions leave room for a contact tolerance across the plane.
+void ExpectStepIsBounded(const Contact& contact, const Motion& motion, const PlacedNodes& probes,
+                         const TargetNodes& targets, int lane)
 {
-    const ItemRange& items = at.targets.bvh.wide[target.wide].items[target.lane];
-    const CornerSet corners = at.probes.bvh.wide[probe.wide].IsLeaf(probe.lane)
-                                  ? CornersOfLeaf(at.probes.ProbesOf(probe.wide, probe.lane))
-                                  : at.probes.CornerSetOf(probe.wide, probe.lane);
-    return corners.groups == 0 || MayTouchPlanes(motion, corners,
-                                                 {&at.targets.plane[std::size_t(items.first)],
-                                                  std::size_t(items.Count())});
+    const RelativePose pose = RelativePoseOf(motion, probes, targets);
+    const auto along = [](const Lanes* axis, int n, const Point3& v) {
+        return std::fabs(v[0] * axis[0][n] + v[1] * axis[1][n] + v[2] * axis[2][n]);
+    };
+    const double length = LengthOf(contact.step), error = pose.error[lane];
+    const auto bounds = [&](const Lanes& bound, double value, double scale = 1) {
+        return value <= bound[lane] * kNearly + scale * (error + kContact + 1e-6 * length);
+    };
+    for (int k = 0; k < 3; ++k) {
+        const double onTarget = along(targets.box.axis[k], lane, contact.step),
+                     onProbe = along(probes.axis[k], lane, contact.step);
+        EXPECT_TRUE(bounds(MarginOnTargetAxis(pose, targets, k), onTarget)) << k;
+        EXPECT_TRUE(bounds(MarginOnProbeAxis(motion, probes, targets, pose, k), onProbe,
+                           motion.maxStretch[0]))
+            << k;
+        EXPECT_TRUE(contact.isBesideSide || bounds(pose.beyond[k], onTarget)) << k;
+    }
+    if (!contact.isBesideSide) return;
+    EXPECT_TRUE(bounds(pose.besideMargin, length));
+    const Point3 edge = Sum(Widened(contact.edge.ends[1]), Widened(contact.edge.ends[0]), -1);
+    EXPECT_TRUE(bounds(pose.stepAlongNormal, along(targets.box.axis[0], lane, edge) - kContact));
+}
+
+/// The same for the edge by itself (Lemma 8).
+void ExpectStepOfEdgeIsBounded(const Contact& contact, const LaneEdges& edge,
+                               const TargetNodes& targets, int lane)
+{
+    const EdgePose pose = EdgePoseOf(edge, targets);
+    const double length = LengthOf(contact.step), slack = pose.error[lane] + kContact;
+    const Point3 axis{targets.box.axis[0][0][lane], targets.box.axis[0][1][lane],
+                      targets.box.axis[0][2][lane]};
+    if (contact.isBesideSide) {
+        EXPECT_LE(length, pose.besideMargin[lane] * kNearly + slack);
+    } else {
+        EXPECT_LE(length, pose.beyondFraction[lane] * edge.length[lane] * kNearly + slack);
+        EXPECT_LE(std::fabs(Product(contact.step, axis)),
+                  pose.stepAlongNormal[lane] * kNearly + slack);
+    }
 }
 
 // Lemmas 1 to 7, for each pair of nodes of which one holds the edge and one the triangle.
@@ -126,8 +160,10 @@ TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
                         EXPECT_TRUE(overlap.onEdge[target.lane]);
                     }
                     if (contact.hasPlane && contact.endInPlane) {
-                        EXPECT_TRUE(CornersTouch(at, motion, probe, target));
+                        EXPECT_FALSE(NoCornerInPlanes(motion, at.probes, {probe.wide, probe.lane},
+                                                      at.targets, {target.wide, target.lane}));
                     }
+                    ExpectStepIsBounded(contact, motion, placed, nodes, target.lane);
                 }
             }
         }
@@ -142,8 +178,10 @@ TEST(Bounds, NoEdgeIsKeptFromATargetThatItHits)
         const Contact& contact = at.contact;
         const Motion motion = at.MotionIn(contact.pass);
         const LaneEdges edge = GatherEdges({&contact.edge, 1}, motion.error[0]);
-        for (const Node& target : at.target)
+        for (const Node& target : at.target) {
             EXPECT_TRUE(MayHit(edge, at.targets.nodes[target.wide])[target.lane]);
+            ExpectStepOfEdgeIsBounded(contact, edge, at.targets.nodes[target.wide], target.lane);
+        }
         const Node& leaf = at.probe.back();
         ProbeLeaf placed;
         PlaceLeafEdges(*contact.a, *contact.b, at.probes, motion,
