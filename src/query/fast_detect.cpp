@@ -297,7 +297,7 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
         const Answer answer = DetectByTrees(a, b);
         if (answer != Answer::kUnknown) return answer == Answer::kHit;
     }
-    CompleteSweep(a);
+    // The first solid is asked where it rests: what its own sweep owes, nothing here reads.
     CompleteSweep(b);
     if (a.isSwept) return DetectSweptFirst(a, b);
     if (TargetTree* targets = TargetTreeOf(a)) return DetectByEdges(a, b, *targets);

@@ -9,14 +9,8 @@ namespace
 
 /// How far from a target, along its plane, a hit by parallel segments can lie (Lemma 2).
 Lanes BesideMargin(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets,
-                   const Lanes (*cosine)[3])
+                   const Lanes* edgeCosine)
 {
-    Lanes edgeCosine[3];
-    for (int k = 0; k < 3; ++k) {
-        edgeCosine[k] = probes.directionError;
-        for (int i = 0; i < 3; ++i) edgeCosine[k] += Abs(cosine[k][i]) * probes.maxCosine[i];
-        edgeCosine[k] = Min(edgeCosine[k], Splat(1));
-    }
     const Lanes side = LongestParallel(targets, edgeCosine, probes.parallelAcross);
     const Lanes edgeEnd =
         EdgeEndMargin(probes.parallelAcross, targets.longest, side, probes.besideLongEdges);
@@ -55,14 +49,23 @@ RelativePose RelativePoseOf(const Motion& motion, const PlacedNodes& probes,
             pose.cosine[k][i] = Dot(targets.box.axis[k], probes.axis[i]);
             pose.beyond[k] += Abs(pose.cosine[k][i]) * probes.edgeExtent[i];
         }
+        pose.edgeCosine[k] = probes.directionError;
+        for (int i = 0; i < 3; ++i)
+            pose.edgeCosine[k] += Abs(pose.cosine[k][i]) * probes.maxCosine[i];
+        pose.edgeCosine[k] = Min(pose.edgeCosine[k], Splat(1));
     }
-    pose.besideMargin = BesideMargin(motion, probes, targets, pose.cosine);
+    pose.besideMargin = BesideMargin(motion, probes, targets, pose.edgeCosine);
     pose.beyondFraction = SweptBeyondFraction(motion, targets, pose.beyond);
     for (int k = 0; k < 3; ++k) pose.beyond[k] += 2 * pose.beyondFraction * pose.halfSweep[k];
     pose.stepAlongNormal =
         Min((probes.longest + pose.beyondFraction * motion.sweptLength) * targets.maxDeviation,
             Dot(pose.beyond, targets.deviation));
     return pose;
+}
+
+Lanes BeyondOnProbeAxis(const PlacedNodes& probes, const RelativePose& pose, int i)
+{
+    return probes.beyond[i] + pose.beyondFraction * probes.sweepExtent[i];
 }
 
 Lanes MarginOnTargetAxis(const RelativePose& pose, const TargetNodes& targets, int k)
@@ -79,8 +82,7 @@ Lanes MarginOnProbeAxis(const Motion& motion, const PlacedNodes& probes, const T
     // What a step of length 1 in the plane of a target goes along this axis.
     const Lanes inPlane =
         Abs(pose.cosine[1][i]) + Abs(pose.cosine[2][i]) + motion.maxStretch * targets.maxDeviation;
-    return probes.beyond[i] + pose.beyondFraction * probes.sweepExtent[i] +
-           pose.besideMargin * inPlane;
+    return BeyondOnProbeAxis(probes, pose, i) + pose.besideMargin * inPlane;
 }
 
 namespace

@@ -14,6 +14,7 @@ struct RelativePose {
     Lanes halfSweep[3];
     Lanes beyondFraction;
     Lanes beyond[3];       ///< step beyond the end of an edge, from that end (Lemma 4)
+    Lanes edgeCosine[3];   ///< of edges off the first axis of their box, at most (Lemma 2)
     Lanes besideMargin;    ///< step from an edge to a parallel side (Lemma 2)
     Lanes stepAlongNormal; ///< the same as beyond[0], where both ends of the step, or both ends of
                            ///< an edge, lie in the plane of one target (Lemma 5)
@@ -21,7 +22,10 @@ struct RelativePose {
 RelativePose RelativePoseOf(const Motion& motion, const PlacedNodes& probes,
                             const TargetNodes& targets);
 
-/// Projection of the step on an axis of the targets' boxes, or of the probes' (Lemma 6).
+/// Projection on an axis of the probes' boxes of a step beyond the end of an edge.
+Lanes BeyondOnProbeAxis(const PlacedNodes& probes, const RelativePose& pose, int i);
+
+/// Projection of any step on an axis of the targets' boxes, or of the probes' (Lemma 6).
 Lanes MarginOnTargetAxis(const RelativePose& pose, const TargetNodes& targets, int k);
 Lanes MarginOnProbeAxis(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets,
                         const RelativePose& pose, int i);

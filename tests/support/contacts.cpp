@@ -55,7 +55,10 @@ Mesh DrawTargets(const Sampler& draw, int& aimed)
                             Sum(corner[2], corner[0], -1), across);
         mesh.push_back({ToFloats(corner[0]), ToFloats(corner[1]), ToFloats(corner[2])});
     }
-    if (draw.Below(16) == 0) mesh.push_back({mesh[0][0], mesh[0][1], mesh[0][1]});
+    const std::size_t second = std::size_t(draw.Below(2)); // rounding gives a segment some plane
+    if (draw.Below(12) == 0)
+        mesh.insert(draw.Below(2) ? mesh.begin() : mesh.end(),
+                    {mesh[0][0], mesh[0][second], mesh[0][second]});
     aimed = int(mesh.size());
     // Around them so many that nodes are bounded by what is below them.
     for (int i = draw.Below(256) ? 0 : draw.Below(2) ? 300 : 5000; i > 0; --i) {
@@ -136,7 +139,9 @@ Aim DrawAim(const Sampler& draw, const T_LIST& triangle, double edgeLength)
     aim.foot = Sum(aim.foot, aim.target[2], draw.Below(2) ? draw.Between(-1e-4, 1e-4) : 0.0f);
     // Segments so short count as parallel in any direction.
     if (draw.Below(3) == 0)
-        aim.scale = std::clamp(draw.Between(1e-3, 3.2e-3) / (edgeLength * sideLength), 1e-3, 1e3);
+        aim.scale = std::clamp((draw.Below(2) ? draw.Between(1e-3, 3.2e-3) : draw.Size(3e-3, 0.1)) /
+                                   (edgeLength * sideLength),
+                               1e-3, 1e3);
     // Near the length at which an end of a side can lie farthest from an edge.
     if (sideLength < 0.1 && draw.Below(2)) aim.scale = draw.Size(0.02, 0.5) / edgeLength;
     edgeLength *= aim.scale;
@@ -194,6 +199,21 @@ Point3 StepBeyond(const float (*edge)[3], const Point3& point)
     return Product(from, along) < 0 ? from : Product(to, along) > 0 ? to : Point3{};
 }
 
+/// Whether an edge of a swept quad is as long as one of its triangle's own edges, and as directed.
+bool IsRim(const Contact& c)
+{
+    const auto& vertex = c.b->triangles[c.probe].vertex;
+    for (int slot = 0; slot < 3; ++slot) {
+        const Point3 own = Sum(Widened(c.b->vertices[vertex[(slot + 1) % 3]].position),
+                               Widened(c.b->vertices[vertex[slot]].position), -1);
+        Point3 image{};
+        for (std::size_t r = 0; r < 3; ++r) image[r] = Product(Widened(c.b->sweepStart[r]), own);
+        for (const double sign : {-1, 1})
+            if (LengthOf(Sum(c.Edge(), image, sign)) < 0.01 * LengthOf(image)) return true;
+    }
+    return false;
+}
+
 /// Fills in how the edge hits the target, when it does.
 bool Judge(Contact& c, const PlacedEdge& edge)
 {
@@ -208,6 +228,7 @@ bool Judge(Contact& c, const PlacedEdge& edge)
         if (!hit) return false;
         float plane[4] = {};
         c.edge = edge;
+        c.isOwnEdge = c.pass != Pass::kSweptQuads || IsRim(c);
         c.hasPlane = CalcPlane(target.corners[0], 3, plane);
         const double s0 = dot(state.plane, edge.ends[0]) + state.plane[3],
                      s1 = dot(state.plane, edge.ends[1]) + state.plane[3], T = kContact;
