@@ -304,6 +304,36 @@ struct PlacedBox {
     }
 };
 
+// Lemma 4, of edges that a motion sweeps and whose targets lean as far as a node has it.
+TEST(Bounds, NoSweptEdgeRisesLessThanItsFractionHasIt)
+{
+    const Draws draw(1);
+    int steep = 0;
+    for (int n = 0; n < 200000; ++n) {
+        TargetNodes nodes{};
+        PlacedNodes placed{};
+        Motion motion{};
+        motion.hasSweptQuads = true;
+        Point3 normal{1, 0, 0}, edge{};
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double lean = draw.Size(1e-4, 0.5), own = draw.Size(1e-4, 1),
+                         moved = draw.Size(1e-3, 1);
+            nodes.deviation[k] = Splat(float(lean));
+            nodes.box.axis[k][k] = placed.axis[k][k] = Splat(1);
+            placed.edgeExtent[k] = Splat(float(own));
+            motion.displacement[k] = Splat(float(moved));
+            normal[k] += draw.Below(2) ? lean : -lean;
+            edge[k] = moved + (draw.Below(2) ? own : -own);
+        }
+        const double rise = std::fabs(Product(normal, edge));
+        const float fraction = RelativePoseOf(motion, placed, nodes).beyondFraction[0];
+        if (!(fraction < 1)) continue;
+        ASSERT_GE(fraction * rise * kNearly, kContact) << n;
+        steep += fraction * rise < 1.5 * kContact;
+    }
+    EXPECT_GT(steep, 1000);
+}
+
 // Lemma 2, of a few sides measured along the axes of a box.
 TEST(Bounds, NoSideThatCountsAsParallelIsLongerThanTheLongest)
 {

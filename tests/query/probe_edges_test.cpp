@@ -69,10 +69,12 @@ TEST(ProbeEdges, AreThoseOfTheWalkSkippedStepsAndForeignEdgesToo)
         for (int axis = 0; axis < 3 && draw.Below(9); ++axis)
             to[std::size_t(axis)][3] = draw.Below(2) ? draw.Between(-2, 2) : 0;
         solid->SC_GTsweep(Rows(from), Rows(to));
+        const VertexRec& vertex = solid->vertices[draw.Below(solid->vertexCount)];
+        const float* middle = draw.Below(2) ? vertex.sweepStart : vertex.sweepEnd;
         float box[6];
         for (int axis = 0; axis < 3; ++axis) {
-            box[axis] = draw.Between(-2, 2);
-            box[axis + 3] = box[axis] + draw.Size(0.2, 4);
+            box[axis] = middle[axis] - draw.Size(0.02, 1);
+            box[axis + 3] = middle[axis] + draw.Size(0.02, 1);
         }
         const Edges walked = Walked(*solid, box);
         ASSERT_EQ(walked, Collected(*solid, *ProbeTreeOf(*solid), box)) << n;
