@@ -15,7 +15,7 @@ constexpr float kParallelBeside = 0.0064f;
 
 // Rounding (Lemma 1). Relative: of the height of a point over a plane in floats, of sums of a few
 // products of floats, and, of doubles, of placed vertices and boxes.
-constexpr float kHeightRounding = 1e-6f;
+constexpr float kHeightRounding = 2.5e-7f;
 constexpr float kSumRounding = 4e-6f;
 constexpr double kPlacingRounding = 2e-6;
 

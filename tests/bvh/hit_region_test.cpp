@@ -81,7 +81,7 @@ TEST(HitRegion, HoldsPointsWhereAnEdgeInThePlaneCrossesASide)
         Store(Sum(raised, flat), edge[0]);
         Store(Sum(raised, flat, -1), edge[1]);
         HitRegion region;
-        if (!CalcPlane(corner[0], 3, plane) || !CalcHitRegion(corner, plane, 200, region) ||
+        if (!CalcPlane(corner[0], 3, plane) || !CalcHitRegion(corner, plane, 1 + length, region) ||
             std::fabs(dot(plane, edge[0]) + plane[3]) > T ||
             std::fabs(dot(plane, edge[1]) + plane[3]) > T ||
             LengthOf(Normal(flat, axes[0])) * 2 * length < 4e-3 || // parallel

@@ -27,30 +27,21 @@ void Add(Edges& edges, const float (*ends)[3], const float* box)
     if (BboxesMeet(own, box, 0)) edges.insert(edge);
 }
 
-Edges Walked(SOLIDC& solid, float* box)
-{
-    Edges edges;
-    EdgeBuffer buffer;
-    for (int cursor = 0; (cursor = solid.SC_GetSweepEdgesInBbox(cursor, 10 * solid.triangleCount,
-                                                                buffer.edge, box)) >= 0;)
-        Add(edges, buffer.edge, box);
-    return edges;
-}
-
 Edges Collected(SOLIDC& solid, ProbeTree& tree, const float* box)
 {
     Edges edges;
     for (int wide = 0; wide < tree.bvh.wideCount; ++wide)
         for (int lane = 0; lane < tree.bvh.wide[wide].count; ++lane) {
             if (ProbesBelow(solid, tree, wide, lane) > 0) continue;
-            for (const Probe& probe : tree.ProbesOf(wide, lane)) {
-                PlacedEdges found[3];
-                CollectOwnEdges(solid, probe, false, box, found[0]);
-                CollectOwnEdges(solid, probe, true, box, found[1]);
-                CollectSweptQuadEdges(solid, probe, box, found[2]);
-                for (const PlacedEdges& some : found)
-                    for (int e = 0; e < some.count; ++e) Add(edges, some.edge[e].ends, box);
-            }
+            for (const Probe& probe : tree.ProbesOf(wide, lane))
+                for (int kind = 0; kind < 3; ++kind) {
+                    PlacedEdges found;
+                    if (kind == 2)
+                        CollectSweptQuadEdges(solid, probe, box, found);
+                    else
+                        CollectOwnEdges(solid, probe, kind == 1, box, found);
+                    for (int e = 0; e < found.count; ++e) Add(edges, found.edge[e].ends, box);
+                }
         }
     return edges;
 }
@@ -76,7 +67,11 @@ TEST(ProbeEdges, AreThoseOfTheWalkSkippedStepsAndForeignEdgesToo)
             box[axis] = middle[axis] - draw.Size(0.02, 1);
             box[axis + 3] = middle[axis] + draw.Size(0.02, 1);
         }
-        const Edges walked = Walked(*solid, box);
+        Edges walked;
+        EdgeBuffer buffer;
+        const int limit = 10 * solid->triangleCount;
+        for (int at = 0; (at = solid->SC_GetSweepEdgesInBbox(at, limit, buffer.edge, box)) >= 0;)
+            Add(walked, buffer.edge, box);
         ASSERT_EQ(walked, Collected(*solid, *ProbeTreeOf(*solid), box)) << n;
         found += walked.size();
     }

@@ -199,21 +199,6 @@ Point3 StepBeyond(const float (*edge)[3], const Point3& point)
     return Product(from, along) < 0 ? from : Product(to, along) > 0 ? to : Point3{};
 }
 
-/// Whether an edge of a swept quad is as long as one of its triangle's own edges, and as directed.
-bool IsRim(const Contact& c)
-{
-    const auto& vertex = c.b->triangles[c.probe].vertex;
-    for (int slot = 0; slot < 3; ++slot) {
-        const Point3 own = Sum(Widened(c.b->vertices[vertex[(slot + 1) % 3]].position),
-                               Widened(c.b->vertices[vertex[slot]].position), -1);
-        Point3 image{};
-        for (std::size_t r = 0; r < 3; ++r) image[r] = Product(Widened(c.b->sweepStart[r]), own);
-        for (const double sign : {-1, 1})
-            if (LengthOf(Sum(c.Edge(), image, sign)) < 0.01 * LengthOf(image)) return true;
-    }
-    return false;
-}
-
 /// Fills in how the edge hits the target, when it does.
 bool Judge(Contact& c, const PlacedEdge& edge)
 {
@@ -228,7 +213,6 @@ bool Judge(Contact& c, const PlacedEdge& edge)
         if (!hit) return false;
         float plane[4] = {};
         c.edge = edge;
-        c.isOwnEdge = c.pass != Pass::kSweptQuads || IsRim(c);
         c.hasPlane = CalcPlane(target.corners[0], 3, plane);
         const double s0 = dot(state.plane, edge.ends[0]) + state.plane[3],
                      s1 = dot(state.plane, edge.ends[1]) + state.plane[3], T = kContact;

@@ -21,8 +21,7 @@ struct Contact {
     bool hasPlane = false; ///< else the target is judged by the plane of another
     bool onEdge = false;   ///< by a point between the ends; else beyond them or beside a side
     bool isBesideSide = false;
-    bool isOwnEdge = false; ///< or a rim: both ends at the start, or at the end
-    Point3 step{};          ///< from an end to the point beyond it, or from the edge to the side
+    Point3 step{}; ///< from an end to the point beyond it, or from the edge to the side
     bool endInPlane = false;
     bool hasPoint = false; ///< by a single point
     float point[3] = {};
