@@ -55,6 +55,12 @@ TEST(HitRegion, HoldsPointsThatRoundingLetsInsideBeyondTheTipOfASliver)
             ASSERT_GE(point[r], region.box[r]) << n;
             ASSERT_LE(point[r], region.box[r + 3]) << n;
         }
+        double nearest = HUGE_VAL; // above or below a corner of the hull, which is flat
+        for (int c = 0; c < region.corners; ++c) {
+            const Point3 up = Sum(Widened(point), Widened(region.corner[c]), -1);
+            nearest = std::min(nearest, std::fabs(Product(Widened(plane), up)));
+        }
+        ASSERT_LE(nearest, region.pad) << n;
         ++beyond;
     });
     EXPECT_GT(beyond, 1000);
