@@ -17,12 +17,12 @@
 namespace
 {
 
-constexpr double kThickness = 4e-4; ///< above three contact tolerances
-constexpr double kTwoContacts = 2e-4;
-constexpr double kRounding = 1e-6; ///< of a few float operations, relative
-constexpr double kOnce = 6.1e-8;   ///< of one float operation, relative
-constexpr double kMinSine = 1e-5;  ///< of the angle between two sides
-constexpr double kMaxGrowth = 1e3; ///< of the larger triangle over the sides
+constexpr double kThickness = 4e-4;    ///< above three contact tolerances
+constexpr double kBesideSide = 1.5e-4; ///< above the diagonal of a square of one
+constexpr double kRounding = 1e-6;     ///< of a few float operations, relative
+constexpr double kOnce = 6.1e-8;       ///< of one float operation, relative
+constexpr double kMinSine = 1e-5;      ///< of the angle between two sides
+constexpr double kMaxGrowth = 1e3;     ///< of the larger triangle over the sides
 // Loose regions, in diagonals of the cell: how far from it they reach, and half of that.
 constexpr double kCellsAround = 4;
 constexpr double kCellsForEdge = 1.999;
@@ -187,14 +187,15 @@ bool CalcHitRegion(const float (*corners)[3], const float* plane, double maxCoor
 {
     // The plane as floats need not contain corner 0.
     const double rounding = kRounding * maxCoordinate,
-                 offset = std::fabs(dot(plane, corners[0]) + plane[3]) + kTwoContacts + rounding;
+                 offset = std::fabs(dot(plane, corners[0]) + plane[3]) + rounding;
     std::array<Vector, 3> larger{};
     if (!LargerTriangle(corners, plane, kThickness + offset, larger)) return false;
     for (int axis = 0; axis < 3; ++axis) {
         for (std::size_t i = 0; i < 3; ++i)
             region.corner[i][axis] =
                 float(corners[0][axis] + larger[i][static_cast<std::size_t>(axis)]);
-        const double margin = kThickness * std::fabs(double(plane[axis])) + offset + 3 * rounding;
+        const double across = kThickness * std::fabs(double(plane[axis])),
+                     margin = std::max(across, kBesideSide) + offset + 3 * rounding;
         const auto [low, high] =
             std::minmax({region.corner[0][axis], region.corner[1][axis], region.corner[2][axis]});
         region.box[axis] = RoundDown(low - margin);
@@ -250,7 +251,7 @@ void CalcLooseRegion(const float (*corners)[3], const float* plane, const float*
             reach = std::max(reach, std::fabs(ball.centre[axis]) + 2 * ball.radius);
     }
     for (int c = 0; c < 3; ++c) std::copy_n(corners[c], 3, region.corner[region.corners++]);
-    region.pad = RoundUp(kThickness + kTwoContacts + kRounding * reach);
+    region.pad = RoundUp(kThickness + kRounding * reach);
     ClearBbox(region.box);
     for (int c = 0; c < region.corners; ++c) ExtendBbox(region.box, region.corner[c]);
     for (int axis = 0; axis < 3; ++axis) {

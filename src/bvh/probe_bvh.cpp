@@ -143,7 +143,7 @@ void SetCornerGap(const CornerHistogram& histogram, double longest, ProbeNodes& 
 struct Measures {
     const Obb& box;
     CornerHistogram histogram{box.half[0]};
-    double extent[3] = {}, maxCosine[3] = {}, shortestAlong = kEmptyExtreme, longestAcross = 0;
+    double extent[3] = {}, maxCosine[3] = {}, edgeAlongLeast = kEmptyExtreme, edgeAcrossMost = 0;
 
     void AddPoints(std::span<const float[3]> points)
     {
@@ -168,10 +168,10 @@ struct Measures {
             Subtract(probe.corner[c], probe.corner[PreviousSlot(c)], side);
             const double perLength = probe.perLength[c];
             if (std::fabs(dot(box.axis[0], side)) * perLength > kAlong) {
-                shortestAlong = std::min(shortestAlong, 1 / perLength);
+                edgeAlongLeast = std::min(edgeAlongLeast, 1 / perLength);
                 continue;
             }
-            longestAcross = std::max(longestAcross, 1 / perLength);
+            edgeAcrossMost = std::max(edgeAcrossMost, 1 / perLength);
             for (int axis = 0; axis < 3; ++axis)
                 maxCosine[axis] =
                     std::max(maxCosine[axis], std::fabs(dot(box.axis[axis], side)) * perLength);
@@ -274,8 +274,8 @@ void ProbeBuilder::SetMeasures(const ItemRange& items, const ProbeSummary& node,
         if (measured) nodes.maxCosine[axis][lane] = RoundUp(measures.maxCosine[axis] + 2e-6);
     }
     if (!measured) return;
-    nodes.shortestAlong[lane] = RoundDown(measures.shortestAlong * 0.99999);
-    nodes.longestAcross[lane] = RoundUp(measures.longestAcross * 1.00001);
+    nodes.edgeAlongLeast[lane] = RoundDown(measures.edgeAlongLeast * 0.99999);
+    nodes.edgeAcrossMost[lane] = RoundUp(measures.edgeAcrossMost * 1.00001);
 }
 
 void ProbeBuilder::SetCorners(const ItemRange& items, int wide, int lane) const
@@ -297,8 +297,8 @@ void ProbeBuilder::Finish(const ItemRange& items, ProbeSummary& node, int wide, 
     tree.nodes.EnsureSize(wide + 1);
     ProbeNodes& nodes = tree.nodes[wide];
     SetLane(nodes.box, lane, box);
-    nodes.longest[lane] = nodes.longestAcross[lane] = node.longest;
-    nodes.shortest[lane] = nodes.shortestAlong[lane] = node.shortest;
+    nodes.longest[lane] = nodes.edgeAcrossMost[lane] = node.longest;
+    nodes.shortest[lane] = nodes.edgeAlongLeast[lane] = node.shortest;
     nodes.cornerGap[0][lane] = nodes.cornerGap[1][lane] = 0;
     for (int i = 0; i < 3; ++i) {
         nodes.low[i][lane] = node.around.low[i];

@@ -29,8 +29,8 @@ struct ProbeNodes {
     ObbLanes box;            ///< of all ends of edges; the first axis is the longest
     Lanes edgeExtent[3];     ///< greatest extent of an edge along each axis
     Lanes longest, shortest; ///< edge
-    Lanes shortestAlong;     ///< edge that has a good part of its length along the first axis
-    Lanes longestAcross;     ///< other edge
+    Lanes edgeAlongLeast;    ///< edge that has a good part of its length along the first axis
+    Lanes edgeAcrossMost;    ///< other edge
     Lanes maxCosine[3];      ///< greatest component of the unit vector of another edge on each axis
     Lanes cornerGap[2];    ///< widest interval of the first axis without a corner, from the centre
     Lanes low[3], high[3]; ///< bounds of the normals of the probes and of their neighbours

@@ -206,10 +206,10 @@ void TargetBuilder::SetSides(const ItemRange& items, const TargetSummary& node, 
     constexpr double kAlong = 0.1;
     // Axes are rounded: neither unit nor at right angles (Lemma 1).
     const double slack = 1e-6 * node.longest;
-    double most[3] = {}, alongLeast = kEmptyExtreme, acrossLongest = 0;
+    double most[3] = {}, sideAlongLeast = kEmptyExtreme, sideAcrossMost = 0;
     if (items.Count() > kMaxMeasured || node.holdsCells) {
         std::fill_n(most, 3, node.longest);
-        alongLeast = 0;
+        sideAlongLeast = 0;
     } else {
         VisitSides(items, [&](const float* side) {
             for (int k = 0; k < 3; ++k)
@@ -224,14 +224,14 @@ void TargetBuilder::SetSides(const ItemRange& items, const TargetSummary& node, 
             const double along = std::fabs(dot(box.axis[1], side)),
                          length = std::sqrt(dot(side, side));
             if (along > kAlong * length)
-                alongLeast = std::min(alongLeast, along);
+                sideAlongLeast = std::min(sideAlongLeast, along);
             else
-                acrossLongest = std::max(acrossLongest, length);
+                sideAcrossMost = std::max(sideAcrossMost, length);
         });
     }
     for (int k = 0; k < 3; ++k) nodes.side[k][lane] = RoundUp(most[k] + slack);
-    nodes.alongLeast[lane] = RoundDown(std::max(0.0, alongLeast * 0.99999 - slack));
-    nodes.acrossLongest[lane] = RoundUp(acrossLongest * 1.00001);
+    nodes.sideAlongLeast[lane] = RoundDown(std::max(0.0, sideAlongLeast * 0.99999 - slack));
+    nodes.sideAcrossMost[lane] = RoundUp(sideAcrossMost * 1.00001);
 }
 
 void TargetBuilder::SetCells(const TargetSummary& node, int wide, int lane) const

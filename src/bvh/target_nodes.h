@@ -23,11 +23,11 @@ struct JudgedTarget {
 
 /// Bounds of four nodes of targets.
 struct TargetNodes {
-    ObbLanes box;     ///< of the hit regions; the first axis is near the mean normal
-    Lanes longest;    ///< side
-    Lanes side[3];    ///< greatest extent of a side along each axis, the second's above the third's
-    Lanes alongLeast; ///< least extent along the second axis of the sides that run along it
-    Lanes acrossLongest; ///< longest of the others
+    ObbLanes box;  ///< of the hit regions; the first axis is near the mean normal
+    Lanes longest; ///< side
+    Lanes side[3]; ///< greatest extent of a side along each axis, the second's above the third's
+    Lanes sideAlongLeast; ///< least extent along the second axis of the sides that run along it
+    Lanes sideAcrossMost; ///< longest of the others
     /// Deviation of the targets' normals from the first axis: its greatest component on each axis,
     /// and its greatest length. A step s in the plane of a target has a component of at most the
     /// sum of deviation[k] * |s[k]| on the first axis, and of maxDeviation * |s|.

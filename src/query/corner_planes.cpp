@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cmath>
+#include <span>
 
+#include "bvh/corner_set.h"
 #include "query/margins.h"
 
 namespace
@@ -31,8 +33,7 @@ LaneMask TouchPlane(const PlacedCorners& corners, const TargetPlane& plane, Lane
     return Abs(height) <= tolerance + HeightError(corners.magnitudes + std::fabs(plane.d));
 }
 
-} // namespace
-
+/// Whether one of the corners can lie in one of the planes.
 bool MayTouchPlanes(const Motion& motion, const CornerSet& corners,
                     std::span<const TargetPlane> planes)
 {
@@ -48,4 +49,25 @@ bool MayTouchPlanes(const Motion& motion, const CornerSet& corners,
     for (const TargetPlane& plane : planes)
         for (std::size_t i = 0; i < count; ++i) touch |= TouchPlane(placed[i], plane, tolerance);
     return !AllOf(~touch);
+}
+
+} // namespace
+
+bool NoCornerInPlanes(const Motion& motion, const ProbeTree& probes, const NodeAt& probe,
+                      TargetTree& targets, const NodeAt& target)
+{
+    const ItemRange& items = targets.bvh.wide[target.wide].items[target.lane];
+    if (motion.pass == Pass::kAll || items.Count() > kMaxCornerSetItems ||
+        targets.nodes[target.wide].holdsCells[target.lane] != 0)
+        return false;
+    CornerSet corners;
+    if (probes.bvh.wide[probe.wide].IsLeaf(probe.lane))
+        corners = CornersOfLeaf(probes.ProbesOf(probe.wide, probe.lane));
+    else
+        corners = probes.CornerSetOf(probe.wide, probe.lane);
+    if (corners.groups == 0) return false;
+    TargetsBelow(targets, target.wide, target.lane); // fills in the planes
+    return !MayTouchPlanes(motion, corners,
+                           {&targets.plane[static_cast<std::size_t>(items.first)],
+                            static_cast<std::size_t>(items.Count())});
 }

@@ -4,14 +4,20 @@
 #ifndef SCAPI_QUERY_CORNER_PLANES_H
 #define SCAPI_QUERY_CORNER_PLANES_H
 
-#include <span>
-
 #include "bvh/query_trees.h"
 #include "query/motion.h"
 
-/// Whether an end of an edge of the pass can lie in one of the planes, within the contact tolerance
-/// (Lemma 5). The edges run between the corners, where the motion starts and ends.
-bool MayTouchPlanes(const Motion& motion, const CornerSet& corners,
-                    std::span<const TargetPlane> planes);
+/// A node, by its wide node and its lane there.
+struct NodeAt {
+    int wide, lane;
+};
+
+/// Whether no end of an edge of the pass, in a node of few probes, can lie in the plane of one of
+/// the few targets of a node within the contact tolerance: then no hit beside an edge is possible
+/// (Lemma 5). The edges run between the corners, where the motion starts and ends. False as well
+/// where that is not asked: of many probes or targets, of targets bounded by their cell, which have
+/// no plane to ask, and before the traversal is about one kind of edges.
+bool NoCornerInPlanes(const Motion& motion, const ProbeTree& probes, const NodeAt& probe,
+                      TargetTree& targets, const NodeAt& target);
 
 #endif

@@ -4,32 +4,17 @@
 
 #include "query/margins.h"
 
-namespace
-{
-
-/// How edges lie to boxes of targets, in the axes of those.
-struct EdgePose {
-    Lanes apart[3];  ///< of its middle from their centres
-    Lanes half[3];   ///< half of the edge
-    Lanes radius[3]; ///< its magnitude
-    Lanes cosine[3];
-    Lanes error;
-    Lanes besideMargin;   ///< as in RelativePose
-    Lanes beyondFraction; ///< the part of its length by which a hit can lie beyond an end
-    Lanes normalOffset;   ///< along the first axis, of such a hit from that end
-};
-
 EdgePose EdgePoseOf(const LaneEdges& edge, const TargetNodes& targets)
 {
     EdgePose pose;
-    Lanes apart[3], magnitudes{}, deviated{};
+    Lanes offset[3], magnitudes{}, deviated{};
     for (int r = 0; r < 3; ++r) {
-        apart[r] = edge.middle[r] - targets.box.centre[r];
-        magnitudes += Abs(apart[r]) + targets.box.half[r];
+        offset[r] = edge.middle[r] - targets.box.centre[r];
+        magnitudes += Abs(offset[r]) + targets.box.half[r];
     }
     pose.error = edge.error + kSumRounding * (magnitudes + edge.length);
     for (int k = 0; k < 3; ++k) {
-        pose.apart[k] = Dot(apart, targets.box.axis[k]);
+        pose.offset[k] = Dot(offset, targets.box.axis[k]);
         pose.half[k] = Dot(edge.half, targets.box.axis[k]);
         pose.cosine[k] = Dot(edge.unit, targets.box.axis[k]);
         pose.radius[k] = Abs(pose.half[k]);
@@ -37,7 +22,7 @@ EdgePose EdgePoseOf(const LaneEdges& edge, const TargetNodes& targets)
     }
     const Lanes rise = 2 * pose.radius[0] - deviated - edge.error;
     pose.beyondFraction = BeyondFraction(rise, edge.error);
-    pose.normalOffset = pose.beyondFraction * Min(edge.length * targets.maxDeviation, deviated);
+    pose.stepAlongNormal = pose.beyondFraction * Min(edge.length * targets.maxDeviation, deviated);
     const Lanes cosine[3] = {Abs(pose.cosine[0]), Abs(pose.cosine[1]), Abs(pose.cosine[2])};
     const Lanes side = LongestParallel(targets, cosine, edge.parallelAcross);
     const Lanes edgeEnd = EdgeEndMargin(edge.parallelAcross, targets.longest, side, Lanes{});
@@ -48,16 +33,19 @@ EdgePose EdgePoseOf(const LaneEdges& edge, const TargetNodes& targets)
     return pose;
 }
 
+namespace
+{
+
 /// Where no end can lie in the plane of a target, a hit is on the edge itself (Lemma 5).
 void DropMarginsOffPlane(EdgePose& pose, const TargetNodes& targets)
 {
-    const Lanes height = PlaneHeight(targets, pose.normalOffset, pose.besideMargin, pose.error);
-    const LaneMask endsInPlane = (Abs(pose.apart[0] - pose.half[0]) <= height) |
-                                 (Abs(pose.apart[0] + pose.half[0]) <= height);
+    const Lanes height = PlaneHeight(targets, pose.stepAlongNormal, pose.besideMargin, pose.error);
+    const LaneMask endsInPlane = (Abs(pose.offset[0] - pose.half[0]) <= height) |
+                                 (Abs(pose.offset[0] + pose.half[0]) <= height);
     const Lanes none{};
     pose.besideMargin = endsInPlane ? pose.besideMargin : none;
     pose.beyondFraction = endsInPlane ? pose.beyondFraction : none;
-    pose.normalOffset = endsInPlane ? pose.normalOffset : none;
+    pose.stepAlongNormal = endsInPlane ? pose.stepAlongNormal : none;
 }
 
 LaneMask ApartOnBoxAxes(const EdgePose& pose, const TargetNodes& targets)
@@ -67,9 +55,9 @@ LaneMask ApartOnBoxAxes(const EdgePose& pose, const TargetNodes& targets)
         const Lanes radius = targets.box.half[k] + pose.radius[k];
         const Lanes beyond = 2 * pose.beyondFraction * pose.radius[k],
                     margin = k ? beyond + pose.besideMargin
-                               : Max(Min(beyond, pose.normalOffset),
+                               : Max(Min(beyond, pose.stepAlongNormal),
                                      pose.besideMargin * targets.maxDeviation);
-        apart |= Abs(pose.apart[k]) - radius - pose.error - kSumRounding * radius > margin;
+        apart |= Abs(pose.offset[k]) - radius - pose.error - kSumRounding * radius > margin;
     }
     return apart;
 }
@@ -81,14 +69,14 @@ LaneMask ApartOnEdgeAxes(const EdgePose& pose, const LaneEdges& edge, const Targ
     const Lanes* half = targets.box.half;
     Lanes along{}, radius = 0.5f * edge.length;
     for (int k = 0; k < 3; ++k) {
-        along += pose.cosine[k] * pose.apart[k];
+        along += pose.cosine[k] * pose.offset[k];
         radius += Abs(pose.cosine[k]) * half[k];
     }
     LaneMask apart = Abs(along) - radius - 2 * pose.error - kSumRounding * radius >
                      pose.beyondFraction * edge.length + pose.besideMargin;
     for (int k = 0; k < 3; ++k) {
         const int i = (k + 1) % 3, j = (k + 2) % 3;
-        const Lanes across = Abs(pose.apart[i] * pose.half[j] - pose.apart[j] * pose.half[i]);
+        const Lanes across = Abs(pose.offset[i] * pose.half[j] - pose.offset[j] * pose.half[i]);
         apart |= across > (half[i] + pose.besideMargin) * pose.radius[j] +
                               (half[j] + pose.besideMargin) * pose.radius[i] +
                               2 * pose.error * edge.length;

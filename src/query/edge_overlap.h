@@ -16,6 +16,20 @@ struct LaneEdges {
     Lanes parallelAcross, sideEndMargin; ///< as in PlacedNodes
 };
 
+/// How edges lie to boxes of targets, in the axes of those, and bounds on the step from an edge to
+/// a hit beside it.
+struct EdgePose {
+    Lanes offset[3]; ///< from the boxes' centres to the middle of the edge
+    Lanes half[3];   ///< half of the edge
+    Lanes radius[3]; ///< its magnitude
+    Lanes cosine[3];
+    Lanes error;
+    Lanes besideMargin;    ///< as in RelativePose
+    Lanes beyondFraction;  ///< the part of its length by which a hit can lie beyond an end
+    Lanes stepAlongNormal; ///< along the first axis, of such a hit from that end
+};
+EdgePose EdgePoseOf(const LaneEdges& edges, const TargetNodes& targets);
+
 /// @param edges  one to four; the lanes left over repeat the first
 /// @param error  bound on the rounding of coordinates
 LaneEdges GatherEdges(std::span<const PlacedEdge> edges, float error);

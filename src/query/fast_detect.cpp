@@ -5,8 +5,8 @@
 #include <cmath>
 #include <vector>
 
-#include "bvh/corner_set.h"
 #include "bvh/query_trees.h"
+#include "geometry/predicates.h"
 #include "query/corner_planes.h"
 #include "query/edge_by_edge.h"
 #include "query/node_overlap.h"
@@ -138,28 +138,6 @@ bool ProbesHit(Query& query, int targetNumber, int wide)
     });
 }
 
-/// Whether no corner of a node of few probes lies in a plane of a node of few targets, so that no
-/// hit beside an edge is possible (Lemma 5). Targets bounded by their cell have no plane to ask.
-bool NoCornerInPlanes(Query& query, const NodePair& pair)
-{
-    const int wide = NodePair::WideOf(pair.target), lane = NodePair::LaneOf(pair.target),
-              probeWide = NodePair::WideOf(pair.probe), probeLane = NodePair::LaneOf(pair.probe);
-    const ItemRange& targets = query.targets.bvh.wide[wide].items[lane];
-    if (query.pass == Pass::kAll || targets.Count() > kMaxCornerSetItems ||
-        query.TargetsOf(wide).holdsCells[lane] != 0)
-        return false;
-    CornerSet corners;
-    if (query.probes.bvh.wide[probeWide].IsLeaf(probeLane))
-        corners = CornersOfLeaf(query.probes.ProbesOf(probeWide, probeLane));
-    else
-        corners = query.probes.CornerSetOf(probeWide, probeLane);
-    if (corners.groups == 0) return false;
-    TargetsBelow(query.targets, wide, lane); // fills in the planes
-    return !MayTouchPlanes(query.CurrentMotion(), corners,
-                           {&query.targets.plane[static_cast<std::size_t>(targets.first)],
-                            static_cast<std::size_t>(targets.Count())});
-}
-
 /// Which side of the dual traversal to descend: the targets', else the probes'.
 bool DescendsTargets(const Query& query, const NodePair& pair, const PlacedNode& probe, bool onEdge)
 {
@@ -169,7 +147,9 @@ bool DescendsTargets(const Query& query, const NodePair& pair, const PlacedNode&
     const TargetNodes& targets = query.TargetsOf(wide);
     if (!onEdge) {
         // Against flat targets, smaller probes are soon found to have no corner in their planes.
-        constexpr float kThin = 0.01f;
+        // In contact tolerances, since a corner is in a plane by that length, however large solids
+        // are. Only the order of the traversal hangs on it.
+        constexpr float kThin = 100 * kContact;
         const float thickness = targets.box.half[0][lane] +
                                 probe.nodes.longest[probe.lane] * targets.maxDeviation[lane];
         if (thickness < kThin) return false;
@@ -196,7 +176,9 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool 
     if (query.pass == Pass::kAll &&
         (leaf || probe.nodes.half[0][probe.lane] < kLarge * query.CurrentMotion().sweptLength[0]))
         return PassesHit(query, pair);
-    if (!onEdge && NoCornerInPlanes(query, pair)) return false;
+    if (!onEdge && NoCornerInPlanes(query.CurrentMotion(), query.probes, {probeWide, probeLane},
+                                    query.targets, {targetWide, targetLane}))
+        return false;
     if (leaf) {
         PlaceLeafEdges(query.a, query.b, query.probes, query.CurrentMotion(),
                        moving.items[probeLane], query.leaf);
@@ -315,7 +297,7 @@ int DetectFast(SOLIDC& a, SOLIDC& b)
         const Answer answer = DetectByTrees(a, b);
         if (answer != Answer::kUnknown) return answer == Answer::kHit;
     }
-    CompleteSweep(a);
+    // The first solid is asked where it rests: what its own sweep owes, nothing here reads.
     CompleteSweep(b);
     if (a.isSwept) return DetectSweptFirst(a, b);
     if (TargetTree* targets = TargetTreeOf(a)) return DetectByEdges(a, b, *targets);

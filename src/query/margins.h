@@ -15,7 +15,7 @@ constexpr float kParallelBeside = 0.0064f;
 
 // Rounding (Lemma 1). Relative: of the height of a point over a plane in floats, of sums of a few
 // products of floats, and, of doubles, of placed vertices and boxes.
-constexpr float kHeightRounding = 1e-6f;
+constexpr float kHeightRounding = 2.5e-7f;
 constexpr float kSumRounding = 4e-6f;
 constexpr double kPlacingRounding = 2e-6;
 
@@ -30,12 +30,13 @@ inline Lanes BeyondFraction(Lanes rise, Lanes error)
 
 /// How far a point can lie from the centre of a box of targets along its first axis, up or down,
 /// and still be in the plane of a target, within the contact tolerance (Lemma 5).
-/// @param normalOffset  along the first axis, of a hit beyond the end of an edge from that end
+/// @param stepAlongNormal  along the first axis, of a hit beyond the end of an edge from that end
 /// @param beside        the margin of parallel segments
 /// @param error         of the distance, absolute
-inline Lanes PlaneHeight(const TargetNodes& targets, Lanes normalOffset, Lanes beside, Lanes error)
+inline Lanes PlaneHeight(const TargetNodes& targets, Lanes stepAlongNormal, Lanes beside,
+                         Lanes error)
 {
-    return targets.box.half[0] + Max(normalOffset, beside * targets.maxDeviation) + error +
+    return targets.box.half[0] + Max(stepAlongNormal, beside * targets.maxDeviation) + error +
            kSumRounding * targets.box.half[0];
 }
 
@@ -74,8 +75,8 @@ inline Lanes LongestParallel(const TargetNodes& targets, const Lanes* cosine, La
     for (int k = 0; k < 3; ++k) side += cosine[k] * targets.side[k];
     // The least component across an edge of a side that runs along the second axis.
     const Lanes least =
-        (1 - cosine[1]) * targets.alongLeast - cosine[1] * (targets.side[0] + targets.side[2]);
-    return least > (1 + kRounding) * parallelAcross ? Min(side, targets.acrossLongest) : side;
+        (1 - cosine[1]) * targets.sideAlongLeast - cosine[1] * (targets.side[0] + targets.side[2]);
+    return least > (1 + kRounding) * parallelAcross ? Min(side, targets.sideAcrossMost) : side;
 }
 
 #endif

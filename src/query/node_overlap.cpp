@@ -7,28 +7,10 @@
 namespace
 {
 
-/// How nodes of probes lie to nodes of targets, pair by pair, in the axes of the targets' boxes.
-struct RelativePose {
-    Lanes apart[3];     ///< from the targets' centres to the probes', in coordinate axes
-    Lanes error;        ///< bound on the rounding of what is computed from it
-    Lanes cosine[3][3]; ///< of each of the targets' axes with each of the probes'
-    Lanes halfSweep[3];
-    Lanes beyondFraction;
-    Lanes beyond[3]; ///< of a hit beyond the end of an edge, from that end
-    Lanes besideMargin;
-    Lanes normalOffset; ///< the same as beyond[0], for a hit and an end in the plane of a target
-};
-
 /// How far from a target, along its plane, a hit by parallel segments can lie (Lemma 2).
 Lanes BesideMargin(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets,
-                   const Lanes (*cosine)[3])
+                   const Lanes* edgeCosine)
 {
-    Lanes edgeCosine[3];
-    for (int k = 0; k < 3; ++k) {
-        edgeCosine[k] = probes.directionError;
-        for (int i = 0; i < 3; ++i) edgeCosine[k] += Abs(cosine[k][i]) * probes.maxCosine[i];
-        edgeCosine[k] = Min(edgeCosine[k], Splat(1));
-    }
     const Lanes side = LongestParallel(targets, edgeCosine, probes.parallelAcross);
     const Lanes edgeEnd =
         EdgeEndMargin(probes.parallelAcross, targets.longest, side, probes.besideLongEdges);
@@ -48,14 +30,16 @@ Lanes SweptBeyondFraction(const Motion& motion, const TargetNodes& targets, cons
     return BeyondFraction(rise, motion.error);
 }
 
+} // namespace
+
 RelativePose RelativePoseOf(const Motion& motion, const PlacedNodes& probes,
                             const TargetNodes& targets)
 {
     RelativePose pose;
     pose.error = Lanes{};
     for (int r = 0; r < 3; ++r) {
-        pose.apart[r] = probes.centre[r] - targets.box.centre[r];
-        pose.error += kSumRounding * (Abs(pose.apart[r]) + targets.box.half[r]);
+        pose.offset[r] = probes.centre[r] - targets.box.centre[r];
+        pose.error += kSumRounding * (Abs(pose.offset[r]) + targets.box.half[r]);
     }
     pose.error += motion.error; // which covers the probes' boxes too
     for (int k = 0; k < 3; ++k) {
@@ -65,24 +49,53 @@ RelativePose RelativePoseOf(const Motion& motion, const PlacedNodes& probes,
             pose.cosine[k][i] = Dot(targets.box.axis[k], probes.axis[i]);
             pose.beyond[k] += Abs(pose.cosine[k][i]) * probes.edgeExtent[i];
         }
+        pose.edgeCosine[k] = probes.directionError;
+        for (int i = 0; i < 3; ++i)
+            pose.edgeCosine[k] += Abs(pose.cosine[k][i]) * probes.maxCosine[i];
+        pose.edgeCosine[k] = Min(pose.edgeCosine[k], Splat(1));
     }
-    pose.besideMargin = BesideMargin(motion, probes, targets, pose.cosine);
+    pose.besideMargin = BesideMargin(motion, probes, targets, pose.edgeCosine);
     pose.beyondFraction = SweptBeyondFraction(motion, targets, pose.beyond);
     for (int k = 0; k < 3; ++k) pose.beyond[k] += 2 * pose.beyondFraction * pose.halfSweep[k];
-    pose.normalOffset =
+    pose.stepAlongNormal =
         Min((probes.longest + pose.beyondFraction * motion.sweptLength) * targets.maxDeviation,
             Dot(pose.beyond, targets.deviation));
     return pose;
 }
+
+Lanes BeyondOnProbeAxis(const PlacedNodes& probes, const RelativePose& pose, int i)
+{
+    return probes.beyond[i] + pose.beyondFraction * probes.sweepExtent[i];
+}
+
+Lanes MarginOnTargetAxis(const RelativePose& pose, const TargetNodes& targets, int k)
+{
+    // A hit off the edge has an end of it in the target's plane, and lies there itself.
+    return k ? pose.beyond[k] + pose.besideMargin
+             : Max(Min(pose.beyond[0], pose.stepAlongNormal),
+                   pose.besideMargin * targets.maxDeviation);
+}
+
+Lanes MarginOnProbeAxis(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets,
+                        const RelativePose& pose, int i)
+{
+    // What a step of length 1 in the plane of a target goes along this axis.
+    const Lanes inPlane =
+        Abs(pose.cosine[1][i]) + Abs(pose.cosine[2][i]) + motion.maxStretch * targets.maxDeviation;
+    return BeyondOnProbeAxis(probes, pose, i) + pose.besideMargin * inPlane;
+}
+
+namespace
+{
 
 /// Whether a corner of the probes can lie in the plane of a target, as a hit beside an edge asks
 /// for (Lemma 5).
 LaneMask MayEndInPlane(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets,
                        const RelativePose& pose)
 {
-    const Lanes centre = Dot(pose.apart, targets.box.axis[0]), along = pose.cosine[0][0],
+    const Lanes centre = Dot(pose.offset, targets.box.axis[0]), along = pose.cosine[0][0],
                 half = probes.half[0];
-    const Lanes height = PlaneHeight(targets, pose.normalOffset, pose.besideMargin, pose.error) +
+    const Lanes height = PlaneHeight(targets, pose.stepAlongNormal, pose.besideMargin, pose.error) +
                          kSumRounding * pose.halfSweep[0] +
                          probes.half[1] * Abs(pose.cosine[0][1]) +
                          probes.half[2] * Abs(pose.cosine[0][2]);
@@ -116,15 +129,15 @@ struct OverlapDepth {
     }
 };
 
-/// What the axes tell about pairs: whether one parts them with all margins, whether one parts all
-/// but hits beside edges.
+/// What the axes tell about pairs: whether one of them separates the pair with all margins, and
+/// whether one does so without, so that no hit is on an edge.
 struct Separation {
-    LaneMask apart{}, beside{};
+    LaneMask apart{}, noneOnEdge{};
     OverlapDepth depth;
 
     void Add(Lanes gap, Lanes margin, Lanes radius)
     {
-        beside |= gap > Lanes{};
+        noneOnEdge |= gap > Lanes{};
         apart |= gap > margin;
         depth.Add(gap, radius);
     }
@@ -136,13 +149,9 @@ void TestTargetAxes(const PlacedNodes& probes, const TargetNodes& targets, const
     for (int k = 0; k < 3; ++k) {
         Lanes radius = targets.box.half[k] + pose.halfSweep[k];
         for (int i = 0; i < 3; ++i) radius += probes.half[i] * Abs(pose.cosine[k][i]);
-        const Lanes gap =
-            Abs(Dot(pose.apart, targets.box.axis[k])) - radius - pose.error - kSumRounding * radius;
-        // A hit off the edge has an end of it in the target's plane, and lies there itself.
-        const Lanes margin = k ? pose.beyond[k] + pose.besideMargin
-                               : Max(Min(pose.beyond[0], pose.normalOffset),
-                                     pose.besideMargin * targets.maxDeviation);
-        separation.Add(gap, margin, radius);
+        const Lanes gap = Abs(Dot(pose.offset, targets.box.axis[k])) - radius - pose.error -
+                          kSumRounding * radius;
+        separation.Add(gap, MarginOnTargetAxis(pose, targets, k), radius);
     }
 }
 
@@ -152,15 +161,9 @@ void TestProbeAxes(const Motion& motion, const PlacedNodes& probes, const Target
     for (int i = 0; i < 3; ++i) {
         Lanes radius = probes.radius[i];
         for (int k = 0; k < 3; ++k) radius += targets.box.half[k] * Abs(pose.cosine[k][i]);
-        const Lanes gap = Abs(Dot(pose.apart, probes.axis[i])) - radius -
+        const Lanes gap = Abs(Dot(pose.offset, probes.axis[i])) - radius -
                           motion.maxStretch * pose.error - kSumRounding * radius;
-        // What a step of length 1 in the plane of a target goes along this axis.
-        const Lanes inPlane = Abs(pose.cosine[1][i]) + Abs(pose.cosine[2][i]) +
-                              motion.maxStretch * targets.maxDeviation;
-        separation.Add(gap,
-                       probes.beyond[i] + pose.beyondFraction * probes.sweepExtent[i] +
-                           pose.besideMargin * inPlane,
-                       radius);
+        separation.Add(gap, MarginOnProbeAxis(motion, probes, targets, pose, i), radius);
     }
 }
 
@@ -173,7 +176,7 @@ NodeOverlap OverlapOf(const Motion& motion, const PlacedNodes& probes, const Tar
     TestTargetAxes(probes, targets, pose, separation);
     if (!AllOf(separation.apart)) {
         TestProbeAxes(motion, probes, targets, pose, separation);
-        separation.apart |= separation.beside & ~MayEndInPlane(motion, probes, targets, pose);
+        separation.apart |= separation.noneOnEdge & ~MayEndInPlane(motion, probes, targets, pose);
     }
-    return {~separation.apart, ~separation.beside, separation.depth.value};
+    return {~separation.apart, ~separation.noneOnEdge, separation.depth.value};
 }

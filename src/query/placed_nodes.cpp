@@ -56,7 +56,7 @@ void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& pl
     if (motion.hasSweptQuads) shortest = none;
     const Lanes along =
         shortest > none
-            ? motion.minStretch * nodes.shortestAlong * (1 - kSumRounding) - 2 * motion.error
+            ? motion.minStretch * nodes.edgeAlongLeast * (1 - kSumRounding) - 2 * motion.error
             : none;
     placed.besideLongEdges = along > none ? kParallelBeside / along : unbounded;
     placed.parallelAcross = shortest > none ? kParallelAcross / shortest : unbounded;
@@ -68,7 +68,7 @@ void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& pl
                    least > kSideEndLength ? kParallelBeside / least : Splat(kMaxSideEnd));
     };
     placed.sideEndMargin =
-        Max(sideEnd(shortest, motion.maxStretch * nodes.longestAcross + motion.error),
+        Max(sideEnd(shortest, motion.maxStretch * nodes.edgeAcrossMost + motion.error),
             sideEnd(along, placed.longest + motion.sweptLength));
 }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "geometry/predicates.h"
+#include "geometry/vector.h"
 #include "support/vec.h"
 
 namespace
@@ -24,13 +25,14 @@ void Store(const Point3& from, float* to)
     for (std::size_t r = 0; r < 3; ++r) to[r] = float(from[r]);
 }
 
-// The tip is corner 0. The point lies where floats put it about the axis, where rounding decides.
+// The tip is corner 0. The point lies where floats put it about the axis, where rounding decides,
+// and as far off the plane as a carried one can.
 TEST(HitRegion, HoldsPointsThatRoundingLetsInsideBeyondTheTipOfASliver)
 {
     int beyond = 0;
     ForDraws(300000, [&](const Sampler& draw, int n) {
-        const double length = draw.Size(1e-3, 1e3), width = length * draw.Size(1e-5, 1e-2),
-                     offset = draw.Size(1e-2, 100);
+        const double length = draw.Size(1e-3, 1e3), width = length * draw.Size(1e-5, 1),
+                     offset = draw.Size(1e-2, 1e5), height = draw.Below(2) ? 0 : 2.99e-4;
         const Frame axes = AnyFrame(draw);
         const Point3 tip = Sum({}, AnyPoint(draw), offset), base = Sum(tip, axes[0], length),
                      middle = Sum(base, axes[1], 0.5 * width);
@@ -38,7 +40,8 @@ TEST(HitRegion, HoldsPointsThatRoundingLetsInsideBeyondTheTipOfASliver)
         Store(tip, corner[0]);
         Store(base, corner[1]);
         Store(Sum(base, axes[1], width), corner[2]);
-        Store(Sum(tip, Sum(middle, tip, -1), -double(draw.Size(1e-5, 1e-2))), point);
+        const Point3 off = Sum(tip, axes[2], draw.Below(2) ? height : -height);
+        Store(Sum(off, Sum(middle, tip, -1), -double(draw.Size(1e-5, 1e-2))), point);
         double maxCoordinate = 0;
         for (const auto& one : corner)
             for (const float x : one) maxCoordinate = std::max(maxCoordinate, std::fabs(double(x)));
@@ -52,9 +55,51 @@ TEST(HitRegion, HoldsPointsThatRoundingLetsInsideBeyondTheTipOfASliver)
             ASSERT_GE(point[r], region.box[r]) << n;
             ASSERT_LE(point[r], region.box[r + 3]) << n;
         }
+        double nearest = HUGE_VAL; // above or below a corner of the hull, which is flat
+        for (int c = 0; c < region.corners; ++c) {
+            const Point3 up = Sum(Widened(point), Widened(region.corner[c]), -1);
+            nearest = std::min(nearest, std::fabs(Product(Widened(plane), up)));
+        }
+        ASSERT_LE(nearest, region.pad) << n;
         ++beyond;
     });
     EXPECT_GT(beyond, 1000);
+}
+
+TEST(HitRegion, HoldsPointsWhereAnEdgeInThePlaneCrossesASide)
+{
+    int crossed = 0;
+    ForDraws(100000, [&](const Sampler& draw, int n) {
+        const Frame axes = AnyFrame(draw);
+        const double length = draw.Size(0.1, 100), T = kContact;
+        const Point3 from = AnyPoint(draw), to = Sum(from, axes[0], length),
+                     third = Sum(Sum(from, axes[0], 0.5 * length), axes[1], -length),
+                     // So near to the side's end that the side is no longer far beyond.
+            at = Sum(from, axes[0], length * draw.Size(1e-4, 0.5)),
+                     beside = Sum(at, axes[1], T * draw.Between(-1, 1)),
+                     raised = Sum(beside, axes[2], T * draw.Between(-1, 1)),
+                     way = Sum({}, AnyPoint(draw), length);
+        const Point3 flat = Sum(way, axes[2], -Product(way, axes[2]));
+        float corner[3][3], edge[2][3], out[6], plane[4];
+        Store(from, corner[0]);
+        Store(to, corner[1]);
+        Store(third, corner[2]);
+        Store(Sum(raised, flat), edge[0]);
+        Store(Sum(raised, flat, -1), edge[1]);
+        HitRegion region;
+        if (!CalcPlane(corner[0], 3, plane) || !CalcHitRegion(corner, plane, 1 + length, region) ||
+            std::fabs(dot(plane, edge[0]) + plane[3]) > T ||
+            std::fabs(dot(plane, edge[1]) + plane[3]) > T ||
+            LengthOf(Normal(flat, axes[0])) * 2 * length < 4e-3 || // parallel
+            !SegmentsIntersecting(edge[0], edge[1], corner[0], corner[1], kContact, out))
+            return;
+        for (int r = 0; r < 3; ++r) {
+            ASSERT_GE(out[r], region.box[r]) << n;
+            ASSERT_LE(out[r], region.box[r + 3]) << n;
+        }
+        ++crossed;
+    });
+    EXPECT_GT(crossed, 10000);
 }
 
 TEST(HitRegion, LetsPointsBeCarriedInFromOneLengthOffTheEdge)

@@ -5,10 +5,11 @@
 #include <cmath>
 #include <vector>
 
-#include "bvh/corner_set.h"
 #include "bvh/hit_region.h"
 #include "geometry/predicates.h"
+#include "mesh/orientation.h"
 #include "query/corner_planes.h"
+#include "query/margins.h"
 #include "query/node_overlap.h"
 #include "query/probe_leaf.h"
 #include "support/contacts.h"
@@ -89,16 +90,82 @@ void ForContacts(unsigned usualCount, Test test)
 
 constexpr unsigned kDraws = 12000;
 
-/// Whether the corners of a node can be compared with planes; as the traversal does.
-bool CornersTouch(const Setting& at, const Motion& motion, const Node& probe, const Node& target)
+Point3 LaneOf(const Lanes* v, int lane) { return {v[0][lane], v[1][lane], v[2][lane]}; }
+
+constexpr double kNearly = 1 + 1e-5; ///< axes and lengths are rounded to floats
+
+/// The step from an edge to a hit beside it against what a pair of nodes has for it (Lemmas 2 to
+/// 6). Regions leave room for a contact tolerance across the plane.
+void ExpectStepIsBounded(const Contact& contact, const Motion& motion, const PlacedNodes& probes,
+                         const TargetNodes& targets, const RelativePose& pose, int lane)
 {
-    const ItemRange& items = at.targets.bvh.wide[target.wide].items[target.lane];
-    const CornerSet corners = at.probes.bvh.wide[probe.wide].IsLeaf(probe.lane)
-                                  ? CornersOfLeaf(at.probes.ProbesOf(probe.wide, probe.lane))
-                                  : at.probes.CornerSetOf(probe.wide, probe.lane);
-    return corners.groups == 0 || MayTouchPlanes(motion, corners,
-                                                 {&at.targets.plane[std::size_t(items.first)],
-                                                  std::size_t(items.Count())});
+    const auto along = [](const Lanes* axis, int n, const Point3& v) {
+        return std::fabs(Product(LaneOf(axis, n), v));
+    };
+    const double length = LengthOf(contact.step), error = pose.error[lane];
+    const auto bounds = [&](const Lanes& bound, double value, double scale = 1) {
+        return value <= bound[lane] * kNearly + scale * (error + kContact + 1e-6 * length);
+    };
+    if (LengthOf(contact.Edge()) > targets.longestEdge[lane]) { // Lemma 11
+        for (const auto& end : contact.edge.ends)
+            for (int k = 0; k < 3; ++k)
+                EXPECT_TRUE(bounds(targets.box.half[k] + pose.besideMargin,
+                                   along(targets.box.axis[k], lane,
+                                         Sum(Widened(end), LaneOf(targets.box.centre, lane), -1))));
+    }
+    for (int k = 0; k < 3; ++k) {
+        const double onTarget = along(targets.box.axis[k], lane, contact.step),
+                     onProbe = along(probes.axis[k], lane, contact.step);
+        EXPECT_TRUE(bounds(MarginOnTargetAxis(pose, targets, k), onTarget)) << k;
+        EXPECT_TRUE(bounds(MarginOnProbeAxis(motion, probes, targets, pose, k), onProbe,
+                           motion.maxStretch[0]))
+            << k;
+        if (contact.isBesideSide) continue;
+        EXPECT_TRUE(bounds(pose.beyond[k], onTarget)) << k;
+        EXPECT_TRUE(bounds(BeyondOnProbeAxis(probes, pose, k), onProbe, motion.maxStretch[0])) << k;
+    }
+    if (!contact.isBesideSide) return;
+    EXPECT_TRUE(bounds(pose.besideMargin, length));
+    EXPECT_TRUE(
+        bounds(pose.stepAlongNormal, along(targets.box.axis[0], lane, contact.Edge()) - kContact));
+}
+
+/// Edges of the probe off the first axis of a node's box, placed, against their cosines (Lemma 2).
+void ExpectCosinesAreBounded(const Setting& at, const Motion& motion, const Node& probe,
+                             const TargetNodes& targets, const RelativePose& pose, int lane)
+{
+    const T_LIST& triangle = at.contact.b->triangles[at.contact.probe];
+    const ObbLanes& box = at.probes.nodes[probe.wide].box;
+    for (int slot = 0; slot < 3; ++slot) {
+        const auto place = [&](int s) {
+            return Widened(at.contact.b->vertices[triangle.vertex[s % 3]].position);
+        };
+        const Point3 edge = Sum(place(slot), place(slot + 1), -1);
+        if (std::fabs(Product(edge, LaneOf(box.axis[0], probe.lane))) > 0.0999 * LengthOf(edge))
+            continue;
+        Point3 image{};
+        for (int r = 0; r < 3; ++r)
+            image[std::size_t(r)] = Product(LaneOf(motion.matrix[r], 0), edge);
+        for (int k = 0; k < 3; ++k)
+            EXPECT_LE(std::fabs(Product(LaneOf(targets.box.axis[k], lane), Unit(image))),
+                      pose.edgeCosine[k][lane] * kNearly);
+    }
+}
+
+/// The same for the edge by itself (Lemma 8).
+void ExpectStepOfEdgeIsBounded(const Contact& contact, const LaneEdges& edge,
+                               const TargetNodes& targets, int lane)
+{
+    const EdgePose pose = EdgePoseOf(edge, targets);
+    const double length = LengthOf(contact.step), slack = pose.error[lane] + kContact;
+    const Point3 axis = LaneOf(targets.box.axis[0], lane);
+    if (contact.isBesideSide) {
+        EXPECT_LE(length, pose.besideMargin[lane] * kNearly + slack);
+    } else {
+        EXPECT_LE(length, pose.beyondFraction[lane] * edge.length[lane] * kNearly + slack);
+        EXPECT_LE(std::fabs(Product(contact.step, axis)),
+                  pose.stepAlongNormal[lane] * kNearly + slack);
+    }
 }
 
 // Lemmas 1 to 7, for each pair of nodes of which one holds the edge and one the triangle.
@@ -126,8 +193,12 @@ TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
                         EXPECT_TRUE(overlap.onEdge[target.lane]);
                     }
                     if (contact.hasPlane && contact.endInPlane) {
-                        EXPECT_TRUE(CornersTouch(at, motion, probe, target));
+                        EXPECT_FALSE(NoCornerInPlanes(motion, at.probes, {probe.wide, probe.lane},
+                                                      at.targets, {target.wide, target.lane}));
                     }
+                    const RelativePose pose = RelativePoseOf(motion, placed, nodes);
+                    ExpectStepIsBounded(contact, motion, placed, nodes, pose, target.lane);
+                    ExpectCosinesAreBounded(at, motion, probe, nodes, pose, target.lane);
                 }
             }
         }
@@ -142,8 +213,10 @@ TEST(Bounds, NoEdgeIsKeptFromATargetThatItHits)
         const Contact& contact = at.contact;
         const Motion motion = at.MotionIn(contact.pass);
         const LaneEdges edge = GatherEdges({&contact.edge, 1}, motion.error[0]);
-        for (const Node& target : at.target)
+        for (const Node& target : at.target) {
             EXPECT_TRUE(MayHit(edge, at.targets.nodes[target.wide])[target.lane]);
+            ExpectStepOfEdgeIsBounded(contact, edge, at.targets.nodes[target.wide], target.lane);
+        }
         const Node& leaf = at.probe.back();
         ProbeLeaf placed;
         PlaceLeafEdges(*contact.a, *contact.b, at.probes, motion,
@@ -170,25 +243,43 @@ TEST(Bounds, NoEdgeIsKeptFromATargetThatItHits)
     });
 }
 
-Point3 LaneOf(const Lanes* v, int lane) { return {v[0][lane], v[1][lane], v[2][lane]}; }
-
 /// A box far from the origin, and a motion that brings it near: there rounding counts most.
 struct PlacedBox {
     SOLIDC b;
     ProbeNodes nodes{};
     Frame rows{};
     Point3 displacement{};
+    bool someTrail = false, someDoNot = false; ///< by their normals, one or two
+
+    /// Normals so near to the limit between trailing and not that rounding tells them apart.
+    void DrawNormals(const Sampler& draw)
+    {
+        const Frame axes = AnyFrame(draw);
+        NormalBounds normals;
+        ClearNormals(normals);
+        for (int r = 0; r < 3; ++r) b.sweepDirection[r] = float(axes[0][std::size_t(r)]);
+        for (int i = 1 + draw.Below(2); i > 0; --i) {
+            const Point3 made = Sum(axes[1], axes[0], -1e-5 + draw.Between(-2e-7, 2e-7));
+            const float normal[3] = {float(made[0]), float(made[1]), float(made[2])};
+            AddNormals(normals, normal, normal);
+            (SweepOrientOf(normal, b.sweepDirection) == -1 ? someTrail : someDoNot) = true;
+        }
+        for (int r = 0; r < 3; ++r) {
+            nodes.low[r] = Splat(normals.low[r]);
+            nodes.high[r] = Splat(normals.high[r]);
+        }
+    }
 
     explicit PlacedBox(const Sampler& draw)
     {
         Obb box{};
-        const bool round = draw.Below(2) != 0;
+        const bool round = draw.Below(2) != 0, near = draw.Below(3) == 0;
         const float far = draw.Size(1, 1e5);
         const Frame axes = AnyFrame(draw), turned = AnyFrame(draw);
         const int kind = draw.Below(4);
         for (std::size_t i = 0; i < 3; ++i) {
             std::ranges::copy(axes[i], box.axis[i]);
-            box.centre[i] = far * draw.Between(-1, 1);
+            box.centre[i] = far * draw.Between(-1, 1) * (near ? 1e-6f : 1);
             box.half[i] = round ? draw.Size(1e-3, 1) : draw.Size(1e-3, 1e5);
             rows[i] = Sum(turned[i], AnyPoint(draw), kind == 1 ? 1e-4 : kind == 2 ? 1 : 0);
             if (kind == 3) rows[i] = Sum({}, axes[i], draw.Size(0.01, 100));
@@ -198,16 +289,83 @@ struct PlacedBox {
         for (std::size_t r = 0; r < 3; ++r) {
             for (std::size_t c = 0; c < 3; ++c)
                 rows[r][c] = b.sweepStart[r][c] = b.sweepEnd[r][c] = float(rows[r][c]);
-            const double image = Product(rows[r], Widened(box.centre));
+            const double image =
+                near ? double(far) * draw.Between(-1, 1) : Product(rows[r], Widened(box.centre));
             b.sweepStart[r][3] = float(-image);
             b.sweepEnd[r][3] = float(-image + (draw.Below(2) ? 1 : -1) * far);
             displacement[r] = double(b.sweepEnd[r][3]) - b.sweepStart[r][3];
         }
         b.isSwept = 1;
+        DrawNormals(draw);
     }
 };
 
-// Lemmas 1, 3 and 6: boxes, lengths and angles in motion, against the same in doubles.
+// Lemma 4, of edges that a motion sweeps and whose targets lean as far as a node has it.
+TEST(Bounds, NoSweptEdgeRisesLessThanItsFractionHasIt)
+{
+    const Draws draw(1);
+    int steep = 0;
+    for (int n = 0; n < 200000; ++n) {
+        TargetNodes nodes{};
+        PlacedNodes placed{};
+        Motion motion{};
+        motion.hasSweptQuads = true;
+        Point3 normal{1, 0, 0}, edge{};
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double lean = draw.Size(1e-4, 0.5), own = draw.Size(1e-4, 1),
+                         moved = draw.Size(1e-3, 1);
+            nodes.deviation[k] = Splat(float(lean));
+            nodes.box.axis[k][k] = placed.axis[k][k] = Splat(1);
+            placed.edgeExtent[k] = Splat(float(own));
+            motion.displacement[k] = Splat(float(moved));
+            normal[k] += draw.Below(2) ? lean : -lean;
+            edge[k] = moved + (draw.Below(2) ? own : -own);
+        }
+        const double rise = std::fabs(Product(normal, edge));
+        const float fraction = RelativePoseOf(motion, placed, nodes).beyondFraction[0];
+        if (!(fraction < 1)) continue;
+        ASSERT_GE(fraction * rise * kNearly, kContact) << n;
+        steep += fraction * rise < 1.5 * kContact;
+    }
+    EXPECT_GT(steep, 1000);
+}
+
+// Lemma 2, of a few sides measured along the axes of a box.
+TEST(Bounds, NoSideThatCountsAsParallelIsLongerThanTheLongest)
+{
+    const Draws draw(1);
+    int parallel = 0;
+    for (int n = 0; n < 200000; ++n) {
+        TargetNodes nodes{};
+        nodes.sideAlongLeast = Splat(HUGE_VALF);
+        Point3 sides[3];
+        for (Point3& side : sides) {
+            side = {draw.Size(1e-3, 1), draw.Size(1e-3, 1), draw.Size(1e-3, 1)};
+            const Lanes along = Splat(float(side[1])), length = Splat(RoundUp(LengthOf(side)));
+            for (std::size_t k = 0; k < 3; ++k)
+                nodes.side[k] = Max(nodes.side[k], Splat(float(side[k])));
+            if (along[0] > 0.1f * length[0])
+                nodes.sideAlongLeast = Min(nodes.sideAlongLeast, along);
+            else
+                nodes.sideAcrossMost = Max(nodes.sideAcrossMost, length);
+            side[std::size_t(draw.Below(3))] *= -1;
+        }
+        const Point3 edge = Unit(Sum(sides[0], AnyPoint(draw), draw.Below(2) ? 0.1 : 1));
+        Lanes cosine[3];
+        for (std::size_t k = 0; k < 3; ++k) cosine[k] = Splat(RoundUp(std::fabs(edge[k])));
+        const auto across = [&](const Point3& side) { return LengthOf(Normal(side, edge)); };
+        const double most = across(sides[1]);
+        const float longest = LongestParallel(nodes, cosine, Splat(RoundUp(most)))[0];
+        for (const Point3& side : sides) {
+            if (across(side) > most) continue;
+            ASSERT_LE(LengthOf(side), longest * kNearly) << n;
+            parallel += LengthOf(side) > 0.9 * longest;
+        }
+    }
+    EXPECT_GT(parallel, 1000);
+}
+
+// Lemmas 1, 3, 6 and 7: boxes, lengths and angles in motion, against the same in doubles.
 TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
 {
     double mostError = 0;
@@ -219,7 +377,8 @@ TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
         SetPass(motion, std::array{Pass::kStart, Pass::kEnd, Pass::kSweptQuads}[std::size_t(part)]);
         PlacedNodes placed;
         const float anywhere[6] = {-1e9f, -1e9f, -1e9f, 1e9f, 1e9f, 1e9f};
-        PlaceNodes(motion, at.nodes, anywhere, placed);
+        const bool present = PlaceNodes(motion, at.nodes, anywhere, placed)[0] != 0;
+        EXPECT_TRUE(present || (part != 0 && !at.someDoNot) || (part != 1 && !at.someTrail));
         Point3 apart = InFrame(at.rows, LaneOf(at.nodes.box.centre, 0)), axis[3];
         for (std::size_t r = 0; r < 3; ++r)
             apart[r] += at.b.sweepStart[r][3] - double(placed.centre[r][0]);

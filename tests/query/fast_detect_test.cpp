@@ -75,6 +75,19 @@ TEST(FastDetect, EdgesThatRoundingSwallowsHitFarBesideASide)
     EXPECT_GT(hits, 50);
 }
 
+TEST(FastDetect, DeferredPairsAreLookedAtWhereTheirOwnPassHasThem)
+{
+    // Beside a plate and rising out of its plane: only edges at the start run parallel to its side
+    // within the tolerance, and no box is so near that a hit could be on an edge.
+    const auto a =
+        LoadedSolid(Joined({BoxMesh({0, 0, -1}, {1, 1, 0}), BoxMesh({-9, -9, -9}, {-8, -8, -8}),
+                            BoxMesh({8, 8, 8}, {9, 9, 9})}));
+    const auto b = LoadedSolid(BoxMesh({1.002f, 0, 0}, {2, 1, 1}));
+    const Matrix low = Translation(0, 0, 0.5e-4f), high = Translation(0, 0, 2.5e-4f);
+    EXPECT_EQ(AskBothWays(*a, *b, low, high), std::pair(1, 1));
+    EXPECT_EQ(AskBothWays(*a, *b, high, high), std::pair(0, 0));
+}
+
 TEST(FastDetect, EdgesThatRunElsewhereEndAtNoCornerOfTheirTriangle)
 {
     // A plate high over whose top the solid hangs, all but one corner, in which an edge is made to

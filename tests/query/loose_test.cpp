@@ -85,6 +85,41 @@ TEST(Loose, RegionsHoldTheCrossingPointsOfEdgesNearTheCell)
     EXPECT_GT(tooLong, 100);
 }
 
+TEST(Loose, TargetsWithoutAreaAreJudgedByTheChainOfTheirOwnLeaf)
+{
+    const Draws draw(4);
+    int judged = 0;
+    for (int n = 0; n < 300; ++n) {
+        Mesh mesh = SoupMesh(unsigned(n), 1 + draw.Below(30), 2);
+        for (Triangle& triangle : mesh) {
+            // On a grid, where sums are exact.
+            for (Point& p : triangle)
+                for (float& x : p) x = std::round(8 * x) / 8;
+            if (draw.Below(2)) triangle[2] = triangle[1];
+        }
+        const auto solid = BareSolid(mesh, 1);
+        float margin[3] = {1, 1, 1};
+        solid->octree = new OCTREEC(solid->bbox, draw.Below(3), margin, solid.get());
+        for (int t = 0; t < solid->triangleCount; ++t)
+            solid->octree->OC_AddTriangle(&solid->triangles[t]);
+        const TargetTree& tree = *TargetTreeOf(*solid);
+        for (const Target& target : tree.target) {
+            const T_LIST* judge = nullptr;
+            float plane[4];
+            const T_LIST* at = target.leaf->listHead;
+            for (; at != target.triangle; at = NextTriangle(const_cast<T_LIST*>(at)))
+                if (CalcPlane(at->corners[0], 3, plane)) judge = at;
+            const auto found =
+                std::ranges::find(tree.judged, target.triangle, &JudgedTarget::triangle);
+            ASSERT_EQ(found == tree.judged.end(), CalcPlane(at->corners[0], 3, plane) != 0);
+            if (found == tree.judged.end()) continue;
+            ASSERT_EQ(found->judge, judge) << n;
+            ++judged;
+        }
+    }
+    EXPECT_GT(judged, 1000);
+}
+
 TEST(Loose, LoneEdgesAreNotKeptFromTargetsThatTheyHitByRounding)
 {
     const Draws draw(2);

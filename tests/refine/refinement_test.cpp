@@ -97,11 +97,11 @@ TEST(BreakTriangle, BadArgumentsChangeNothing)
     EXPECT_EQ(solid->triangleCount, 2);
 }
 
-/// A prism on a flat kite whose stored diagonal runs from (-3, 0) to (3, 0), with roofs so that its
-/// ends have the given use counts.
-int FlipsOfKite(float halfWidth, float lift)
+/// A pyramid on a flat kite whose stored diagonal runs from (-3, 0) to (3, 0).
+/// @param along  by which one of the other corners lies aside
+int FlipsOfKite(float halfWidth, float lift, float along = 0)
 {
-    const Point A{-3, 0, 0}, B{3, 0, 0}, X{0, -halfWidth, lift}, Y{0, halfWidth, lift};
+    const Point A{-3, 0, 0}, B{3, 0, 0}, X{along, -halfWidth, lift}, Y{0, halfWidth, lift};
     Mesh mesh{{A, X, B}, {B, Y, A}};
     // A pyramid below: four triangles from the rim to the apex give A and B four corners each.
     for (const auto& [p, q] : {std::pair{X, A}, {B, X}, {Y, B}, {A, Y}})
@@ -120,6 +120,17 @@ TEST(Simplify, FlipsOnlyFlatPairsAlongTheirLongerDiagonal)
     EXPECT_EQ(FlipsOfKite(4, 0), 0) << "the other diagonal is longer";
     EXPECT_EQ(FlipsOfKite(1, 0.0001f), 1) << "folded by 0.01 degrees";
     EXPECT_EQ(FlipsOfKite(1, 0.002f), 0) << "folded by 0.2 degrees";
+    EXPECT_EQ(FlipsOfKite(1, 0, 4), 0) << "a side is longer than the diagonal";
+    EXPECT_EQ(FlipsOfKite(1, 0, -4), 0) << "the other side is";
+    // A kite of which one end has three corners.
+    for (const float end : {-3.0f, 3.0f}) {
+        const Point A{-end, 0, 0}, B{end, 0, 0}, X{0, -1, 0}, Y{0, 1, 0}, below{0, 0, -5};
+        auto solid = WithLists(
+            {{A, X, B}, {B, Y, A}, {B, X, Y}, {X, A, below}, {A, Y, below}, {Y, X, below}});
+        const int diagonal = EdgeBetween(*solid, 0, 2);
+        solid->Simplify2Triangles();
+        EXPECT_EQ(EdgeBetween(*solid, 0, 2), diagonal) << end;
+    }
     // In a tetrahedron each vertex has three corners, and none may lose one.
     auto flat = WithLists(TetraMesh({-3, 0, 0}, {3, 0, 0}, {0, -1, 0}, {0, 1, 0}));
     flat->Simplify2Triangles();
@@ -150,6 +161,18 @@ TEST(Refinement, EndsWhereFloatsAreTooCoarse)
                 const auto solid = LoadedSolid(BoxMesh({0, 0, at}, {wide, wide, top}), simple);
                 EXPECT_LT(solid->triangleCount, 20000) << at << ' ' << steps;
             }
+}
+
+// The steps are those at the far end: below 1 they are half as long.
+TEST(Refinement, CutsDownToTwoFloatStepsAndNoFurther)
+{
+    const float step = 0x1p-23f;
+    for (const float steps : {1.9f, 2.0f}) {
+        auto solid = BareSolid(
+            {{Point{1 - 16 * step, 0, 0}, Point{1 + 16 * step, 0, 0}, Point{1, 1e-9f, 0}}}, 1);
+        float limit[3] = {steps * step, 1, 1};
+        EXPECT_EQ(solid->SubdivideTriangles(limit) > 1, steps == 2) << steps;
+    }
 }
 
 TEST(Refinement, EndsWhereTheBoxOfADamagedCacheHoldsNothing)

@@ -6,7 +6,6 @@
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
 #include "mesh/triangle.h"
-#include "support/vec.h"
 
 namespace
 {
@@ -23,8 +22,9 @@ struct Shape {
 
     Shape(const Sampler& numbers, bool flat) : draw(numbers), axes(AnyFrame(numbers))
     {
-        const double all = draw.Size(1e-3, 30);
-        for (double& s : size) s = draw.Below(2) ? all : double(draw.Size(1e-3, 30));
+        // Beside sides so short a margin can only come from the edge.
+        const double most = draw.Below(5) ? 30 : 0.06, all = draw.Size(1e-3, most);
+        for (double& s : size) s = draw.Below(2) ? all : double(draw.Size(1e-3, most));
         if (flat) size[2] = draw.Below(2) ? 0 : size[0] * draw.Size(1e-6, 0.3);
         spread = draw.Below(2) ? draw.Size(0.5, 30) : 0;
         const double far = draw.Below(3) ? 0 : draw.Size(1, 1e5);
@@ -39,7 +39,8 @@ struct Shape {
     }
 };
 
-Mesh DrawTargets(const Sampler& draw)
+/// @param aimed  so many are aimed at, the first
+Mesh DrawTargets(const Sampler& draw, int& aimed)
 {
     const int counts[] = {1, 1, 2, 4, 5, 12};
     const Shape shape(draw, true);
@@ -54,7 +55,18 @@ Mesh DrawTargets(const Sampler& draw)
                             Sum(corner[2], corner[0], -1), across);
         mesh.push_back({ToFloats(corner[0]), ToFloats(corner[1]), ToFloats(corner[2])});
     }
-    if (draw.Below(16) == 0) mesh.push_back({mesh[0][0], mesh[0][1], mesh[0][1]});
+    const std::size_t second = std::size_t(draw.Below(2)); // rounding gives a segment some plane
+    if (draw.Below(12) == 0)
+        mesh.insert(draw.Below(2) ? mesh.begin() : mesh.end(),
+                    {mesh[0][0], mesh[0][second], mesh[0][second]});
+    aimed = int(mesh.size());
+    // Around them so many that nodes are bounded by what is below them.
+    for (int i = draw.Below(256) ? 0 : draw.Below(2) ? 300 : 5000; i > 0; --i) {
+        const Point3 middle = shape.Beside(shape.centre, 100);
+        Point3 corner[3];
+        for (Point3& c : corner) c = shape.Beside(middle, 0.1);
+        mesh.push_back({ToFloats(corner[0]), ToFloats(corner[1]), ToFloats(corner[2])});
+    }
     return mesh;
 }
 
@@ -62,11 +74,17 @@ Mesh DrawProbes(const Sampler& draw)
 {
     const int counts[] = {1, 1, 1, 2, 4, 8};
     const Shape shape(draw, draw.Below(2) != 0);
+    const bool needles = draw.Below(4) == 0;
     Mesh mesh;
     for (int i = counts[draw.Below(6)]; i > 0; --i) {
         const Point3 middle = shape.Beside(shape.centre, shape.spread);
         Point p[4];
         for (Point& one : p) one = ToFloats(shape.Beside(middle));
+        // A needle, with two edges across it that are short against its length.
+        const Point3 along = Sum(Widened(p[2].data()), Widened(p[0].data()), -1);
+        for (std::size_t end = 0; needles && end < 4; end += 2)
+            p[end + 1] = ToFloats(Sum(Widened(p[end].data()), Unit(Normal(along, AnyPoint(draw))),
+                                      LengthOf(along) * draw.Size(1e-4, 0.3)));
         for (const auto& [u, v, w] : {std::array{0, 1, 2}, {0, 3, 1}, {1, 3, 2}, {2, 3, 0}})
             mesh.push_back({p[u], p[v], p[w]});
     }
@@ -74,14 +92,15 @@ Mesh DrawProbes(const Sampler& draw)
 }
 
 /// All triangles in one leaf, whose cell is as large as the mesh or larger.
-std::unique_ptr<SOLIDC> MakeTargetSolid(const Sampler& draw)
+std::unique_ptr<SOLIDC> MakeTargetSolid(const Sampler& draw, int& aimed)
 {
-    auto solid = BareSolid(DrawTargets(draw), 1);
+    auto solid = BareSolid(DrawTargets(draw, aimed), 1);
     const float wider = draw.Below(3) ? draw.Size(1, 1000) : draw.Size(1e-4, 1);
     for (int axis = 0; axis < 3; ++axis) solid->bbox[axis] -= wider, solid->bbox[axis + 3] += wider;
     float margin[3] = {1, 1, 1};
     solid->octree = new OCTREEC(solid->bbox, 0, margin, solid.get());
-    for (int t = 0; t < solid->triangleCount; ++t)
+    // The last one added is the first of the chain.
+    for (int t = solid->triangleCount; t-- > 0;)
         solid->octree->OC_AddTriangle(&solid->triangles[t]);
     return solid;
 }
@@ -120,11 +139,16 @@ Aim DrawAim(const Sampler& draw, const T_LIST& triangle, double edgeLength)
     aim.foot = Sum(aim.foot, aim.target[2], draw.Below(2) ? draw.Between(-1e-4, 1e-4) : 0.0f);
     // Segments so short count as parallel in any direction.
     if (draw.Below(3) == 0)
-        aim.scale = std::clamp(draw.Between(1e-3, 3.2e-3) / (edgeLength * sideLength), 1e-3, 1e3);
+        aim.scale = std::clamp((draw.Below(2) ? draw.Between(1e-3, 3.2e-3) : draw.Size(3e-3, 0.1)) /
+                                   (edgeLength * sideLength),
+                               1e-3, 1e3);
+    // Near the length at which an end of a side can lie farthest from an edge.
+    if (sideLength < 0.1 && draw.Below(2)) aim.scale = draw.Size(0.02, 0.5) / edgeLength;
     edgeLength *= aim.scale;
     // As segments count as parallel, or nearly so; in the plane, nearly so; any.
     const double small = draw.Size(1e-5, 1),
-                 parallel = std::sqrt(1e-5) / std::max(1e-12, edgeLength * sideLength),
+                 sine = std::sqrt(1e-5) / std::max(1e-12, edgeLength * sideLength),
+                 parallel = std::asin(std::min(1.0, sine)),
                  angles[] = {0, 0.99 * parallel, -parallel * draw.Between(0.5, 1.1),
                              small * draw.Between(-1, 1), draw.Between(-3, 3)},
                  angle = std::clamp(angles[draw.Below(5)], -3.0, 3.0),
@@ -142,6 +166,37 @@ void SetTranslation(SOLIDC& b, const Point3& start, const Point3& displacement)
         b.sweepStart[r][3] = float(start[r]);
         b.sweepEnd[r][3] = b.isSwept ? float(start[r] + displacement[r]) : b.sweepStart[r][3];
     }
+}
+
+/// The part of b - a across a segment from p to q, if a lies in the sphere over that segment, where
+/// it counts as beside it, and is nearer than `step`.
+void TakeStep(const float* a, const float* p, const float* q, double sign, Point3& step)
+{
+    const Point3 from = Sum(Widened(p), Widened(a), -1), to = Sum(Widened(q), Widened(a), -1),
+                 along = Sum(to, from, -1);
+    if (Product(from, to) >= 0) return;
+    const Point3 across = Sum(from, along, -Product(from, along) / Product(along, along));
+    if (LengthOf(across) < LengthOf(step)) step = Sum({}, across, sign);
+}
+
+/// From an edge to a parallel side that it hits, the nearest way. Both lie in the plane, but for
+/// the rounding of its normal, which concerns the side's own height alone.
+Point3 StepToSide(const float (*edge)[3], const float* p, const float* q, const float* plane)
+{
+    Point3 step{HUGE_VAL, 0, 0};
+    for (int end = 0; end < 2; ++end) {
+        TakeStep(end ? q : p, edge[0], edge[1], -1, step);
+        TakeStep(edge[end], p, q, 1, step);
+    }
+    return Sum(step, Widened(plane), -Product(step, Widened(plane)));
+}
+
+/// From the end of an edge to a point beyond it on its line.
+Point3 StepBeyond(const float (*edge)[3], const Point3& point)
+{
+    const Point3 from = Sum(point, Widened(edge[0]), -1), to = Sum(point, Widened(edge[1]), -1),
+                 along = Sum(Widened(edge[1]), Widened(edge[0]), -1);
+    return Product(from, along) < 0 ? from : Product(to, along) > 0 ? to : Point3{};
 }
 
 /// Fills in how the edge hits the target, when it does.
@@ -166,15 +221,20 @@ bool Judge(Contact& c, const PlacedEdge& edge)
         c.onEdge = !inPlane && std::fabs(s1 - s0) > T && (s0 > 0) != (s1 > 0);
         c.hasPoint = !inPlane;
         std::copy_n(state.point, 3, c.point);
+        c.step = inPlane || c.onEdge ? Point3{} : StepBeyond(edge.ends, Widened(state.point));
+        c.isBesideSide = false;
         float u[3], v[3], n[3], out[6];
         Subtract(edge.ends[1], edge.ends[0], u);
         for (int i = 0; inPlane && i < 3; ++i) {
             const float *p = target.corners[i], *q = target.corners[(i + 1) % 3];
             Subtract(q, p, v);
             cross(u, v, n);
-            if (dot(n, n) < 1e-5 ||
-                !SegmentsIntersecting(edge.ends[0], edge.ends[1], p, q, kContact, out))
-                continue;
+            if (!SegmentsIntersecting(edge.ends[0], edge.ends[1], p, q, kContact, out)) continue;
+            const bool parallel = dot(n, n) < 1e-5;
+            const Point3 step = parallel ? StepToSide(edge.ends, p, q, state.plane) : Point3{};
+            if (!c.isBesideSide || LengthOf(step) < LengthOf(c.step)) c.step = step;
+            c.isBesideSide = true;
+            if (parallel) continue;
             c.onEdge = c.hasPoint = true;
             std::copy_n(out, 3, c.point);
         }
@@ -250,14 +310,17 @@ void PlaceAtTarget(const Sampler& draw, Contact& c, Aim& aim, Point3& start, Poi
     if (c.b->isSwept) {
         // Along the wish, in the target's plane, along an edge back so that a diagonal is short,
         // along a face of b (by its normal at rest, which sorts it).
-        const double far = draw.Size(1e-4, 10);
+        const double far = draw.Size(1e-4, 10), rise = draw.Size(1e-4, 1e-2);
         const Point3 normal = Widened(triangle.normal),
                      across = Unit(Normal(normal, AnyPoint(draw)));
         const Point3 choices[] = {Sum({}, aim.wish, far), Sum({}, aim.target[1], far),
                                   Sum(placed(Sum(p1, p0, -1)), AnyPoint(draw), 1e-2 * far),
                                   Sum({}, Sum(across, normal, draw.Between(-2e-5, 0)), far),
+                                  // so that a diagonal rises little and runs far
+                                  Sum(Sum(placed(Sum(p1, p0, -1)), aim.target[2], rise),
+                                      aim.target[std::size_t(draw.Below(2))], 30 * far),
                                   Sum({}, AnyPoint(draw), far)};
-        displacement = choices[draw.Below(5)];
+        displacement = choices[draw.Below(6)];
         const Point direction = ToFloats(Unit(displacement));
         std::copy_n(direction.begin(), 3, c.b->sweepDirection);
     }
@@ -274,11 +337,12 @@ std::optional<Contact> DrawContact(unsigned seed)
 {
     const Draws draw(seed);
     Contact c;
-    c.a = MakeTargetSolid(draw);
+    int aimed = 0;
+    c.a = MakeTargetSolid(draw, aimed);
     c.b = BareSolid(DrawProbes(draw));
     if (c.b->SC_BuildVertexList() || c.b->SC_BuildEdgesList()) return {};
     for (auto* m : {c.b->sweepStart, c.b->sweepEnd}) m[3][3] = 1;
-    c.target = draw.Below(c.a->triangleCount);
+    c.target = draw.Below(aimed);
     for (int attempt = 0; attempt < 6; ++attempt) {
         const Pass passes[] = {Pass::kEnd, Pass::kEnd, Pass::kStart, Pass::kSweptQuads,
                                Pass::kSweptQuads};

@@ -9,6 +9,7 @@
 #include "query/motion.h"
 #include "query/probe_edges.h"
 #include "support/meshes.h"
+#include "support/vec.h"
 
 struct Contact {
     std::unique_ptr<SOLIDC> a, b; ///< targets in one leaf of an octree; tetrahedra in motion
@@ -19,9 +20,13 @@ struct Contact {
     // How it hits:
     bool hasPlane = false; ///< else the target is judged by the plane of another
     bool onEdge = false;   ///< by a point between the ends; else beyond them or beside a side
+    bool isBesideSide = false;
+    Point3 step{}; ///< from an end to the point beyond it, or from the edge to the side
     bool endInPlane = false;
     bool hasPoint = false; ///< by a single point
     float point[3] = {};
+
+    Point3 Edge() const { return Sum(Widened(edge.ends[1]), Widened(edge.ends[0]), -1); }
 };
 
 /// @return none when this draw does not come to a hit
