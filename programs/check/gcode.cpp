@@ -73,6 +73,7 @@ struct Modal {
     bool toInitial = true; ///< G98
     bool feedGiven = false;
     std::int32_t nextTool = kNone;
+    bool toolSaid = false;                     ///< T was given: T0 too, for an empty spindle
     double cycleR = 0, cycleZ = 0, cycleQ = 0; ///< words, as given last, mm
     bool hasR = false, hasZ = false, hasQ = false;
     double initial = 0; ///< where the third axis stood when the cycle was called
@@ -109,6 +110,8 @@ struct Interpreter {
         if (to == at && kind != MoveKind::kPlace && arc == kNone) return;
         for (std::size_t i = 0; i < kMaxAxes; ++i)
             if (!(std::fabs(to[i]) <= kMostLength)) return Fail("an axis would go beyond 1000 m");
+        if (kind != MoveKind::kPlace && tool == kNone && !job.tools.empty())
+            WarnOnce("moves without a tool in the spindle");
         if (program.moves.size() == kMostMoves) return Fail("more than 20 million moves");
         program.moves.push_back({at, to, line, tool, arc, kind});
         at = to;
@@ -353,14 +356,14 @@ struct Interpreter {
     void TakeTool(const Block& block)
     {
         if (const auto number = block.Word('T')) {
-            modal.nextTool = kNone;
+            modal.nextTool = kNone, modal.toolSaid = true;
             for (std::size_t i = 0; i < job.tools.size(); ++i)
                 if (job.tools[i].number == *number) modal.nextTool = static_cast<std::int32_t>(i);
             if (modal.nextTool == kNone && *number != 0)
                 Fail("the job has no tool " + FormatNumber(*number));
         }
         if (!Has(block.m, 60)) return;
-        if (modal.nextTool == kNone && !block.Word('T')) WarnOnce("M6 without a T before it");
+        if (!modal.toolSaid) return Fail("M6 without a T before it");
         tool = modal.nextTool;
         Emit(MoveKind::kPlace, at);
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "gcode.h"
 #include "gcode_block.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "read_file.h"
@@ -117,7 +118,7 @@ bool ReadJson(const std::string& path, JsonFile& file, Problems& problems)
     file.path = path;
     if (!ReadFile(path, file.text, problems)) return false;
     try {
-        file.root = nlohmann::json::parse(file.text);
+        file.root = std::make_shared<const nlohmann::json>(nlohmann::json::parse(file.text));
     } catch (const nlohmann::json::parse_error& error) {
         const std::size_t byte = error.byte > 0 ? error.byte - 1 : 0;
         problems.push_back({path, LineOfByte(file.text, byte), "", Reason(error.what())});
@@ -131,7 +132,10 @@ bool ReadJson(const std::string& path, JsonFile& file, Problems& problems)
     return problems.size() == before;
 }
 
-Node Root(const JsonFile& file, Problems& problems) { return {&file, &file.root, "", &problems}; }
+Node Root(const JsonFile& file, Problems& problems)
+{
+    return {&file, file.root.get(), "", &problems};
+}
 
 void Complain(const Node& node, const std::string& text)
 {

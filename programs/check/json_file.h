@@ -4,8 +4,10 @@
 
 #include <initializer_list>
 #include <map>
-#include <nlohmann/json.hpp>
-#include <optional>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
 
 #include "pose.h"
 #include "problems.h"
@@ -15,7 +17,7 @@ namespace check
 
 struct JsonFile {
     std::string path, text;
-    nlohmann::json root;
+    std::shared_ptr<const nlohmann::json> root;
     std::map<std::string, int> lines; ///< of each value, by its JSON pointer
 };
 

@@ -177,6 +177,9 @@ int RunPath(const Arguments& arguments)
     const double read = seconds();
     CatchInterrupts();
     const Pairs pairs = PairsOf(job);
+    if (std::all_of(pairs.ofTool.begin(), pairs.ofTool.end(), [](auto& of) { return of.empty(); }))
+        return Fail(
+            {{job.path, 0, "", "no two bodies move against each other and must not touch"}});
     const unsigned threads =
         arguments.jobs ? arguments.jobs : std::max(1u, std::thread::hardware_concurrency());
     Work work;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 namespace check
 {
@@ -121,7 +122,7 @@ bool MergeParts(const Job& job, const std::vector<std::string>& paths, Findings&
     for (const std::string& path : paths) {
         JsonFile file;
         if (!ReadJson(path, file, problems)) continue;
-        const std::string fault = TakePart(job, file.root, taken, findings);
+        const std::string fault = TakePart(job, *file.root, taken, findings);
         if (!fault.empty()) problems.push_back({path, 0, "", fault});
     }
     for (std::size_t i = 0; problems.empty() && i < taken.size(); ++i)

@@ -94,13 +94,26 @@ struct PageBuilder {
         }
     }
 
+    /// Tools that are not in the spindle stand in a row beside everything else.
+    view::Pose InRack(const Body& body) const
+    {
+        constexpr double kApart = 100;
+        double left = 0;
+        for (const Body& other : job.bodies)
+            left = std::min(left, BoundsAt(other.frame.mount, other.frame).low[0]);
+        return Composed(Shift({left - kApart * (body.tool + 1), 0, 0}), body.frame.mount);
+    }
+
     std::vector<view::Pose> PosesOf(const Body& body) const
     {
-        if (body.frame.link == 0) return {body.frame.mount};
+        if (body.frame.link == 0 && body.tool < 0) return {body.frame.mount};
+        const view::Pose rack = body.tool < 0 ? body.frame.mount : InRack(body);
         std::vector<view::Pose> out;
         out.reserve(links.size());
-        for (const LinkPoses& at : links)
-            out.push_back(Composed(at[body.frame.link], body.frame.mount));
+        for (std::size_t i = 0; i < links.size(); ++i) {
+            const bool away = body.tool >= 0 && job.program.moves[steps[i].move].tool != body.tool;
+            out.push_back(away ? rack : Composed(links[i][body.frame.link], body.frame.mount));
+        }
         return out;
     }
 

@@ -65,7 +65,10 @@ struct Sweeper {
         // What is outside at the start and never touches stays outside.
         const bool settled = piece.start > begin;
         if (settled || leaving || c.a.surface || c.b.surface) options.flags |= SCAPI_SURFACES_ONLY;
-        if (leaving) options.flags |= SCAPI_IGNORE_START_CONTACT;
+        // Each call lets contact deepen by the resolution: not for every part of a divided move.
+        const auto& breaks = c.path.breaks;
+        const bool whole = std::find(breaks.begin(), breaks.end(), piece.start) != breaks.end();
+        if (leaving && whole) options.flags |= SCAPI_IGNORE_START_CONTACT;
         return options;
     }
 

@@ -113,6 +113,7 @@ constexpr Row kRows[] = {
     {"HugeNumber", "G0 X99999999", "1: X99999999 is out of range; "},
     {"CommentWithoutEnd", "G0 X1 (oops", "1: a comment has no end; "},
     {"ToolThatIsNotThere", "T7 M6", "1: the job has no tool 7; "},
+    {"ToolOfNoNumber", "M6", "1: M6 without a T before it; "},
     {"LengthThatIsNotThere", "G43 H9", "1: the job has no length H9; "},
     {"ZOfACycleAboveR", "G81 Z5 R2 F9", "1: Z is not below R; "},
     {"PeckOfNothing", "G83 Z-5 R2 Q0 F9", "1: G83 needs Q above 0; "},

@@ -142,8 +142,9 @@ class Hostile(Runs):
         self.refused(self.job("G91 G0 X900000\n" * 9, body), "beyond 1000 m")
         self.assertEqual(self.run_program("path", self.job("", body)).returncode, 0)
         many = self.job("G91 G0\n" + "X1\nX-1\n" * 50000 + "M30", body, rules=[
-            {"between": [a, "block"], "rapid": "allow", "feed": "allow"} for a in ("cutter", "shank")])
+            {"between": ["cutter", "block"], "rapid": "allow", "feed": "allow"}])
         self.assertIn("in 100001 moves", self.run_program("path", many).stdout)
+        self.refused(self.job("M30", body, tools=[], start={}), "no two bodies")
 
     def test_warnings_name_what_is_passed_over(self):
         program = "/G0 X1\nM8\nM8\nG64\nG43 H2\nG55\nG91 G0 Z-1\nD3\nG90 G0 X400\nM30\nG0 X2\n"

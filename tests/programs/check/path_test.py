@@ -122,6 +122,8 @@ class Path(Runs):
 
     def test_rapid_may_leave_what_feed_has_cut_but_go_no_deeper(self):
         part = {"bodies": [box([-50, -50, -20], [50, 50, -10], **PART)]}
+        turning = {**trunnion([box([-50, -50, -20], [50, 50, -10], **PART)])}
+        self.assertEqual(self.check(self.job(f"{START}G1 Z-10\nG0 A20\nM30", **turning))[0], 1)
         for move, status in (("G0 Z20", 0), ("G0 Z-11", 1), ("G1 Z-15\nG0 Z20\nX9\nZ-12", 1)):
             found, _ = self.check(self.job(f"{START}G1 Z-10\n{move}\nM30", **part))
             self.assertEqual(found, status, move)

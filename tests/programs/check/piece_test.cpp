@@ -155,4 +155,24 @@ TEST(CheckPiece, ScrewOfOneRotaryAxisIsExact)
     EXPECT_GT(MotionOf(machine, PieceOf(machine, path, 0, 1), body).deviation, 1);
 }
 
+/// A slide on a turning table runs along a spiral. The rate of one axis times that of the other,
+/// twice, is all that bends it when it turns slowly: a bound with less of it would be below the
+/// truth.
+TEST(CheckPiece, SpiralOfASlideOnATableIsNearItsBound)
+{
+    Machine machine;
+    machine.tableAxes = 2;
+    machine.axes.resize(2);
+    machine.axes[0] = {'C', true, {0, 0, 1}, {0, 0, 0}, 0, 0, 0, 0};
+    const Path path{{0, 0}, {0.6, 200}, nullptr, {1, 1, 1, 1, 1, 1}, {0, 1}};
+    const BodyFrame body{2, kRest, {-1, -1, -1}, {1, 1, 1}};
+    const Piece piece = PieceOf(machine, path, 0, 1);
+    const BodyMotion motion = MotionOf(machine, piece, body);
+    Pose told{};
+    ASSERT_EQ(scapi_motion_pose(&motion.motion, 0.5, told.data()), SCAPI_OK);
+    const double off = Length(Translation(told) - Translation(piece.middle[2]));
+    EXPECT_LE(off, motion.deviation);
+    EXPECT_GE(off, 0.95 * motion.deviation);
+}
+
 } // namespace
