@@ -5,6 +5,7 @@ Usage: pair_test.py SCAPI_PAIR [unittest arguments]"""
 import base64
 import json
 import math
+import os
 import pathlib
 import random
 import struct
@@ -339,6 +340,15 @@ class Pair(unittest.TestCase):
             self.assertIn("CLEAR by at least", found.stdout)
             self.assertIn(str(path), found.stderr)
         self.assertEqual([path.name for path in self.folder.iterdir()], ["old"])
+
+    def test_page_goes_into_a_pipe_and_does_not_replace_it(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        writer = subprocess.Popen([PAIR, CUBE, FAR, "--html", pipe], stdout=subprocess.DEVNULL)
+        page = subprocess.run(["cat", pipe], capture_output=True, timeout=120).stdout
+        self.assertEqual(writer.wait(), 0)
+        self.assertTrue(page.rstrip().endswith(b"</html>"))
+        self.assertTrue(pipe.is_fifo())
 
 
 if __name__ == "__main__":
