@@ -72,14 +72,14 @@ TEST(HitRegion, HoldsPointsWhereAnEdgeInThePlaneCrossesASide)
     ForDraws(100000, [&](const Sampler& draw, int n) {
         const Frame axes = AnyFrame(draw);
         const double length = draw.Size(0.1, 100), T = kContact;
+        // Nearly along the side, where rounding moves the nearest points along both lines.
+        const Point3 way = Sum(axes[0], axes[1], draw.Size(4e-4, 1));
         const Point3 from = AnyPoint(draw), to = Sum(from, axes[0], length),
                      third = Sum(Sum(from, axes[0], 0.5 * length), axes[1], -length),
-                     // So near to the side's end that the side is no longer far beyond.
-            at = Sum(from, axes[0], length * draw.Size(1e-4, 0.5)),
+                     at = Sum(from, axes[0], length * draw.Size(1e-4, 0.5)),
                      beside = Sum(at, axes[1], T * draw.Between(-1, 1)),
                      raised = Sum(beside, axes[2], T * draw.Between(-1, 1)),
-                     way = Sum({}, AnyPoint(draw), length);
-        const Point3 flat = Sum(way, axes[2], -Product(way, axes[2]));
+                     flat = Sum({}, way, length);
         float corner[3][3], edge[2][3], out[6], plane[4];
         Store(from, corner[0]);
         Store(to, corner[1]);
