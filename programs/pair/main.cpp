@@ -56,7 +56,7 @@ constexpr int kError = 2;
 
 int Fail(const std::string& message)
 {
-    std::fprintf(stderr, "scapi-pair: %s\nTry: scapi-pair --help\n", message.c_str());
+    std::fprintf(stderr, "scapi-pair: %s\n", message.c_str());
     return kError;
 }
 
@@ -134,7 +134,7 @@ int main(int argc, char** argv)
 {
     pair::Request request;
     const std::string error = pair::ParseArguments({argv + (argc > 0), argv + argc}, request);
-    if (!error.empty()) return pair::Fail(error);
+    if (!error.empty()) return pair::Fail(error + "\nTry: scapi-pair --help");
     if (request.help) {
         std::fputs(pair::kUsage, stdout);
         return 0;

@@ -55,7 +55,8 @@ function format(value) {
     : value.toExponential(3);
 }
 
-const formatPoint = (point) => point.map(format).join(', ');
+// Below 1e-9 is what rounding leaves of a zero.
+const formatPoint = (point) => point.map((x) => format(Math.abs(x) < 1e-9 ? 0 : x)).join(', ');
 
 function stepText(scene, position) {
   const step = scene.steps[Math.round(position)];

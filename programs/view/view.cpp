@@ -4,10 +4,10 @@
 #include <bit>
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <span>
 #include <string_view>
 #include <system_error>
@@ -19,6 +19,7 @@ namespace view
 namespace
 {
 
+namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kPlaceholder = "@SCAPI_SCENE@";
@@ -200,18 +201,26 @@ std::string ProblemOfPlot(const Plot& plot, std::size_t stepCount)
     return {};
 }
 
-std::string SystemError(const std::string& path, const char* what)
+bool WriteFile(const fs::path& path, const std::string& text)
 {
-    return path + ": " + what + ": " + std::strerror(errno);
+    std::ofstream file(path, std::ios::binary);
+    return file && file.write(text.data(), std::streamsize(text.size())) && file.flush();
+}
+
+/// @return false
+bool Refuse(const std::string& path, int code, std::string& error)
+{
+    error = path + ": the page cannot be written: " + std::generic_category().message(code);
+    return false;
 }
 
 /// A file that is removed unless it is renamed to its place.
 struct TemporaryFile {
-    std::filesystem::path path;
+    fs::path path;
     ~TemporaryFile()
     {
         std::error_code ignored;
-        if (!path.empty()) std::filesystem::remove(path, ignored);
+        if (!path.empty()) fs::remove(path, ignored);
     }
 };
 
@@ -271,20 +280,20 @@ bool WritePage(const std::string& path, const Scene& scene, std::string& error)
 {
     error = Problem(scene);
     if (!error.empty()) return false;
-    TemporaryFile temporary{path + ".tmp"};
-    std::ofstream file(temporary.path, std::ios::binary);
-    const std::string page = Page(scene);
-    if (!file || !file.write(page.data(), std::streamsize(page.size())) || !file.flush()) {
-        error = SystemError(path, "the page cannot be written");
-        return false;
-    }
-    file.close();
+    // A link stays, and what is no plain file, such as a pipe, is written to and never replaced.
+    std::error_code none;
+    fs::path target = fs::canonical(path, none);
+    if (none) target = path;
+    const fs::file_status status = fs::status(target, none);
+    if (fs::exists(status) && !fs::is_regular_file(status))
+        return WriteFile(target, Page(scene)) || Refuse(path, errno, error);
+
+    TemporaryFile temporary{target};
+    temporary.path += ".tmp-" + std::to_string(std::random_device{}());
+    if (!WriteFile(temporary.path, Page(scene))) return Refuse(path, errno, error);
     std::error_code failed;
-    std::filesystem::rename(temporary.path, path, failed);
-    if (failed) {
-        error = path + ": the page cannot be put there: " + failed.message();
-        return false;
-    }
+    fs::rename(temporary.path, target, failed);
+    if (failed) return Refuse(path, failed.value(), error);
     temporary.path.clear();
     return true;
 }

