@@ -19,7 +19,7 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr double kHill = 106; ///< mm: spheres of radius 100 with bumps, and the radius of the tool
+constexpr double kHill = 122; ///< mm: spheres of radius 100 with bumps, and room for the holder
 
 /// A tool path over five hills at a distance of some mm, in short moves as a CAM system writes
 /// them.

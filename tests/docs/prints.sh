@@ -7,5 +7,5 @@ trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 "${@:4}" "$2" .
 cp plate_with_clamp.stl fixture.stl # as README calls it
-"${@:4}" "$3" >printed
+"${@:4}" "$3" fixture.stl tool.stl >printed
 [[ ! -f $1 ]] || diff -u --strip-trailing-cr "$1" printed

@@ -217,7 +217,10 @@ class Path(Runs):
         run = subprocess.Popen([self.PROGRAM, "path", job, "--jobs", "1", "--json", self.folder / "r.json"],
                                stdout=subprocess.PIPE, text=True)
         # The handler stands before the first move is checked, and the moves take far longer than this.
-        while "SigCgt:\t0000000000000000" in pathlib.Path(f"/proc/{run.pid}/status").read_text():
+        def caught():
+            status = pathlib.Path(f"/proc/{run.pid}/status").read_text()
+            return int(status.split("SigCgt:\t")[1].split()[0], 16) >> (signal.SIGINT - 1) & 1
+        while not caught():
             pass
         run.send_signal(signal.SIGINT)
         text, _ = run.communicate(timeout=60)
