@@ -36,7 +36,9 @@ struct Solids {
 /// Into a slot of the core, by way of a file.
 int LoadCorners(int slot, const Floats& corners)
 {
-    std::string path = testing::TempDir() + "proximity_compare.stl";
+    // Tests run side by side, each as a process of its own.
+    std::string path = testing::TempDir() + "proximity_compare_" +
+                       testing::UnitTest::GetInstance()->current_test_info()->name() + ".stl";
     std::ofstream file(path, std::ios::binary);
     const auto count = static_cast<std::uint32_t>(corners.size() / 9);
     const char header[80] = {}, normal[12] = {};
