@@ -118,10 +118,13 @@ struct Sweeper {
     }
 
     /// @return whether the sweep goes on
-    bool TakeImpact(const Piece& piece, const scapi_impact& impact, bool exact)
+    bool TakeImpact(const Piece& piece, const scapi_impact& impact, bool exact, bool surfacesOnly)
     {
         const double length = piece.end - piece.start;
         if (impact.verdict == SCAPI_CLEAR) return true;
+        // Later pieces look at the surfaces alone: none of them can tell what this one could not.
+        if (!surfacesOnly && impact.relation == SCAPI_UNKNOWN && impact.t_clear > 0)
+            NoteUndecided(piece, impact);
         // The start of a piece is in its true place, so what is inside there is inside.
         if (impact.verdict == SCAPI_INSIDE ||
             (exact && (impact.verdict == SCAPI_CONTACT || impact.verdict == SCAPI_START_CONTACT))) {
@@ -172,7 +175,7 @@ struct Sweeper {
         // A call that fails leaves INDETERMINATE.
         scapi_time_of_impact(c.query, c.a.mesh.get(), &motionA.motion, c.b.mesh.get(),
                              &motionB.motion, &options, &impact);
-        return TakeImpact(piece, impact, exact);
+        return TakeImpact(piece, impact, exact, (options.flags & SCAPI_SURFACES_ONLY) != 0);
     }
 };
 

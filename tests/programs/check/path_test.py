@@ -140,8 +140,11 @@ class Path(Runs):
             (self.folder / "open.stl").write_text(f"solid a\n{text}endsolid a\n")
             sheet = {"name": "sheet", "group": "fixture", "stl": "open.stl", "surface": surface}
             # The tool lies within the box of the mesh, and touches none of its facets.
-            status, report = self.check(self.job(START + "G0 X9 Y9 Z20\nX8.9\nM30", [sheet], start={"tool": 1, "X": 9, "Y": 9}))
+            program = START + "G0 X9 Y9 Z20\nX8.9\nG2 X18.9 I5\nM30"
+            status, report = self.check(self.job(program, [sheet], start={"tool": 1, "X": 9, "Y": 9}))
             self.assertEqual(status, expected, report["summary"])
+            # No chord of the arc settles it either.
+            self.assertEqual(4 in [u["line"] for u in report["undecided"]], expected == 3)
 
     def test_dog_leg_meets_what_the_straight_way_misses(self):
         # X is there at half time: the dog-leg has its corner at X20 Y20.

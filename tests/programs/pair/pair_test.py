@@ -120,7 +120,7 @@ class Pair(unittest.TestCase):
                 answer = self.judge(*arguments)
                 self.assertEqual([answer["verdict"], answer["relation"]], [verdict, relation])
                 self.assertLessEqual(answer["at_least"], distance + 1e-6)
-                self.assertAlmostEqual(answer["at_least"], distance, delta=2e-6)
+                self.assertAlmostEqual(answer["at_least"], distance, delta=2e-6 + 5e-7 * distance)
                 self.assertAlmostEqual(answer["nearest"], distance, delta=1e-6)
 
     def random_box(self, draw):
@@ -142,7 +142,8 @@ class Pair(unittest.TestCase):
                 expected = "clear" if distance > 0 else "inside" if inside else "contact"
                 self.assertEqual(found["verdict"], expected)
                 if expected == "clear":
-                    self.assert_between(distance - 2e-6, found["at_least"], distance + 1e-12)
+                    # Pairs that are hardly nearer than the nearest are passed over: 5e-7 of the distance.
+                    self.assert_between(distance * (1 - 5e-7) - 2e-6, found["at_least"], distance + 1e-12)
                     self.assertFalse(found["fifteen_calls"]["interference"])
 
     def test_random_boxes_on_their_way_as_by_hand(self):
@@ -315,7 +316,7 @@ class Pair(unittest.TestCase):
                 ([CUBE, FAR, "--pose-a", "1,0.1,0,0,0,1,0,0,0,0,1,0"], "not orthonormal"),
                 ([CUBE, FAR, "--pose-a", "1,nan,0"], "not finite"), ([CUBE, FAR, "--pose-c", "0,0,0"], "no option"),
                 ([CUBE, FAR, "--path-a", "1,0"], "takes 3 numbers, not 2"), ([CUBE, FAR, "--path-a"], "needs a value"),
-                ([CUBE, FAR, "--path-a", "1e300,0,0"], "beyond the limit"),
+                ([CUBE, FAR, "--path-a", "1e300,0,0"], "beyond 1e9"),
                 ([CUBE, FAR, "--turn-a", "0,0,0,90"], "needs an axis"), ([CUBE, FAR, "--turn-a", "0,0,1"], "4 numbers"),
                 ([CUBE, FAR, "--pivot-a", "1,0,0"], "add --turn-a"),
                 ([CUBE, FAR, "--to-a", "1,0,0", "--path-a", "1,0,0"], "does not go with"),
