@@ -23,7 +23,7 @@ def run(name, out, *options):
 
 def test_two_parts(tmp_path):
     text = run("two_parts.py", tmp_path)
-    assert "between 5.000000 and 5.000000 apart" in text  # 25 above a clamp of 20
+    assert re.search(r"between (4\.99999\d|5\.000000) and 5\.000000 apart", text)  # 25 above a clamp of 20
     assert text.count("closed") == 2 and "98 cross" in text
     assert "CONTACT: clear until" in text and (tmp_path / "two_parts.html").stat().st_size > 500_000
 
