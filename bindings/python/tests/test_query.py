@@ -14,8 +14,8 @@ def test_fields_of_a_distance_that_are_mixed_up(cube, away):
     assert answer.verdict is Verdict.CLEAR and answer.relation is Relation.APART
     assert answer.lower <= 2 <= answer.upper < answer.lower * (1 + 5e-7)
     assert answer.point_a[0] == 1 and answer.point_b[0] == 3
-    assert {1.0} == {x for x, _, _ in cube.triangles[answer.triangle_a]}
-    assert {3.0} == {x for x, _, _ in away.triangles[answer.triangle_b]}
+    assert 1.0 in {x for x, _, _ in cube.triangles[answer.triangle_a]}
+    assert 3.0 in {x for x, _, _ in away.triangles[answer.triangle_b]}
 
 
 def test_an_option_that_is_not_handed_on(cube, away):
@@ -72,8 +72,9 @@ def test_contacts_that_are_lost_or_counted_wrongly(cube):
 
 def test_a_truth_value_that_reads_as_clear(cube, away):
     touching, apart = scapi.within(cube, cube), scapi.within(cube, away)
-    unknown = scapi.within(cube, cube, pose_b=scapi.Pose.translation(0.5, 0.5, 0.5), budget=1,
-                           tolerance=1e-3)
+    lidless = scapi.Mesh.from_arrays([[0, 0, 0], [9, 0, 0], [0, 9, 0], [0, 0, 9]],
+                                     [[0, 2, 1], [0, 1, 3], [0, 3, 2]])
+    unknown = scapi.within(lidless, cube, pose_b=scapi.Pose.translation(1, 1, 1))
     assert touching and not apart
     assert [bool(v) for v in Verdict if v is not Verdict.INDETERMINATE] == [False, True, True, True]
     open_sheet = scapi.Mesh.from_arrays([[5, 5, 5], [6, 5, 5], [5, 6, 5]])
