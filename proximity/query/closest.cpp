@@ -39,8 +39,8 @@ struct Search {
             closest.a = numberA, closest.b = numberB;
             closest.pointA = VecOf(distance.pointA), closest.pointB = VecOf(distance.pointB);
         }
-        if (distance.upper > 0) return false;
-        closest.touches = true;
+        if (distance.lower > 0) return false;
+        // A certificate that is good enough need not show that a point is shared.
         if (ContactOf(triangleA, triangleB).relation != PairRelation::kCrossing) return false;
         closest.crosses = true;
         closest.a = numberA, closest.b = numberB;

@@ -11,7 +11,7 @@ struct Closest {
     double lower = 0, upper = HUGE_VAL; ///< certified, of the surfaces
     std::int32_t a = -1, b = -1;        ///< triangles of the upper bound, in the order of the trees
     Vec pointA{}, pointB{};             ///< relative to the pair's origin
-    bool crosses = false, touches = false;
+    bool crosses = false;
     bool finished = false; ///< neither stopped by the budget nor at a first contact
     bool clear = false;    ///< shown: above the tolerance
     double apart = 0;      ///< a lower bound as good as `lower`, or better

@@ -36,6 +36,7 @@ TEST(ProximityDistance, OfBoxes)
         {"CornersThatTouch", At(10, 10, 10), 0, SCAPI_CONTACT, SCAPI_TOUCHING},
         {"OneOnTheOtherExactly", At(4, 4, 10), 0, SCAPI_CONTACT, SCAPI_TOUCHING},
         {"Overlap", At(9, 4.1, 4.3), 0, SCAPI_CONTACT, SCAPI_CROSSING},
+        {"OverlapWhereDiagonalsMeet", At(9, 9, 9), 0, SCAPI_CONTACT, SCAPI_CROSSING},
         {"WhollyInside", At(4, 4, 4), 4, SCAPI_INSIDE, SCAPI_B_IN_A},
     };
     for (const Case& c : cases) {
