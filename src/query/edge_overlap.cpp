@@ -33,6 +33,13 @@ EdgePose EdgePoseOf(const LaneEdges& edge, const TargetNodes& targets)
     return pose;
 }
 
+Lanes MarginOnBoxAxis(const EdgePose& pose, const TargetNodes& targets, int k)
+{
+    const Lanes beyond = 2 * pose.beyondFraction * pose.radius[k];
+    return k ? beyond + pose.besideMargin
+             : Max(Min(beyond, pose.stepAlongNormal), pose.besideMargin * targets.maxDeviation);
+}
+
 namespace
 {
 
@@ -53,11 +60,8 @@ LaneMask ApartOnBoxAxes(const EdgePose& pose, const TargetNodes& targets)
     LaneMask apart{};
     for (int k = 0; k < 3; ++k) {
         const Lanes radius = targets.box.half[k] + pose.radius[k];
-        const Lanes beyond = 2 * pose.beyondFraction * pose.radius[k],
-                    margin = k ? beyond + pose.besideMargin
-                               : Max(Min(beyond, pose.stepAlongNormal),
-                                     pose.besideMargin * targets.maxDeviation);
-        apart |= Abs(pose.offset[k]) - radius - pose.error - kSumRounding * radius > margin;
+        apart |= Abs(pose.offset[k]) - radius - pose.error - kSumRounding * radius >
+                 MarginOnBoxAxis(pose, targets, k);
     }
     return apart;
 }

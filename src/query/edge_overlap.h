@@ -30,6 +30,9 @@ struct EdgePose {
 };
 EdgePose EdgePoseOf(const LaneEdges& edges, const TargetNodes& targets);
 
+/// Projection of the step on an axis of the boxes.
+Lanes MarginOnBoxAxis(const EdgePose& pose, const TargetNodes& targets, int k);
+
 /// @param edges  one to four; the lanes left over repeat the first
 /// @param error  bound on the rounding of coordinates
 LaneEdges GatherEdges(std::span<const PlacedEdge> edges, float error);

@@ -158,13 +158,16 @@ void ExpectStepOfEdgeIsBounded(const Contact& contact, const LaneEdges& edge,
 {
     const EdgePose pose = EdgePoseOf(edge, targets);
     const double length = LengthOf(contact.step), slack = pose.error[lane] + kContact;
-    const Point3 axis = LaneOf(targets.box.axis[0], lane);
+    const auto along = [&](int k) {
+        return std::fabs(Product(contact.step, LaneOf(targets.box.axis[k], lane)));
+    };
+    for (int k = 0; k < 3; ++k)
+        EXPECT_LE(along(k), MarginOnBoxAxis(pose, targets, k)[lane] * kNearly + slack);
     if (contact.isBesideSide) {
         EXPECT_LE(length, pose.besideMargin[lane] * kNearly + slack);
     } else {
         EXPECT_LE(length, pose.beyondFraction[lane] * edge.length[lane] * kNearly + slack);
-        EXPECT_LE(std::fabs(Product(contact.step, axis)),
-                  pose.stepAlongNormal[lane] * kNearly + slack);
+        EXPECT_LE(along(0), pose.stepAlongNormal[lane] * kNearly + slack);
     }
 }
 
