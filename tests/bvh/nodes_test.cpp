@@ -138,6 +138,12 @@ TEST(Nodes, OfManyItemsBoundEachOfThemForeignEdgesToo)
             [&](int wide, int lane, std::size_t i) {
                 for (const int e : b->triangles[probes.triangle[i]].edge) {
                     const int* end = b->edges[e].vertex;
+                    for (const int beside : b->edges[e].triangle)
+                        for (int r = 0; r < 3; ++r) {
+                            const float normal = b->triangles[beside].normal[r];
+                            EXPECT_LE(probes.nodes[wide].low[r][lane], normal);
+                            EXPECT_GE(probes.nodes[wide].high[r][lane], normal);
+                        }
                     ExpectEdgeIsHeld(probes.nodes[wide], lane,
                                      Widened(b->vertices[end[0]].position),
                                      Widened(b->vertices[end[1]].position));

@@ -392,6 +392,16 @@ TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
             for (std::size_t r = 0; r < 3; ++r)
                 apart[r] = std::fabs(apart[r]) + at.nodes.box.half[i][0] * std::fabs(off[r]);
         }
+        // A corner of the box, placed as a vertex is.
+        Point3 corner = LaneOf(at.nodes.box.centre, 0);
+        for (int i = 0; i < 3; ++i)
+            corner = Sum(corner, LaneOf(at.nodes.box.axis[i], 0),
+                         (draw.Below(2) ? 1 : -1) * at.nodes.box.half[i][0]);
+        corner = Sum(InFrame(at.rows, corner), at.displacement, part == 1);
+        float there[6];
+        for (std::size_t r = 0; r < 3; ++r)
+            there[r] = there[r + 3] = float(corner[r] + at.b.sweepStart[r][3]);
+        EXPECT_TRUE(MayMeet(motion, at.nodes.box, there));
         const double error = apart[0] + apart[1] + apart[2],
                      slack = motion.maxStretch[0] * motion.error[0];
         ASSERT_LE(error, motion.error[0]) << n;
