@@ -139,6 +139,7 @@ int scapi_mesh_revolved(const double* profile, std::int32_t count,
     if (count < 2 || count > kMostProfile) return SCAPI_ERROR_SHAPE;
     return Guard([&] {
         std::vector<ProfilePoint> points;
+        points.reserve(static_cast<std::size_t>(count));
         for (std::int32_t i = 0; i < count; ++i)
             points.push_back({profile[2 * i], profile[2 * i + 1]});
         return MakeTurned(points, options, out);

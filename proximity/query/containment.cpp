@@ -86,9 +86,8 @@ Crossings CountCrossings(const Tree& tree, const Ray& ray)
         const std::int32_t child = tree.Child(at);
         if (IsLeaf(child)) {
             const Leaf leaf = LeafOf(child);
-            for (int i = 0; i < leaf.count; ++i)
-                CountCrossing(ray, tree.triangle[static_cast<std::size_t>(leaf.first + i)],
-                              crossings);
+            for (int i = leaf.first; i < leaf.first + leaf.count; ++i)
+                CountCrossing(ray, tree.triangle[static_cast<std::size_t>(i)], crossings);
             continue;
         }
         for (int lane = 0; lane < kLanes; ++lane)

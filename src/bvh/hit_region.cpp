@@ -22,7 +22,8 @@ constexpr double kBesideSide = 1.5e-4; ///< above the diagonal of a square of on
 constexpr double kRounding = 1e-6;     ///< of a few float operations, relative
 constexpr double kOnce = 6.1e-8;       ///< of one float operation, relative
 constexpr double kMinSine = 1e-5;      ///< of the angle between two sides
-constexpr double kMaxGrowth = 1e3;     ///< of the larger triangle over the sides
+/// Sizes of the larger triangle over the longest side, tried until one holds.
+constexpr std::array kGrowths{1.5, 6., 24., 96., 384.};
 // Loose regions, in diagonals of the cell: how far from it they reach, and half of that.
 constexpr double kCellsAround = 4;
 constexpr double kCellsForEdge = 1.999;
@@ -80,8 +81,8 @@ bool LargerTriangle(const float (*corners)[3], const float* plane, double height
     std::array<SideLine, 3> sides{};
     for (int i = 0; i < 3; ++i) sides[static_cast<std::size_t>(i)] = MakeSide(corners, plane, i);
     const double longest = std::max({sides[0].length, sides[1].length, sides[2].length});
-    // The slack grows with the size of the result: try sizes until one holds.
-    for (double growth = 1.5; growth < kMaxGrowth; growth *= 4) {
+    // The slack grows with the size of the result.
+    for (const double growth : kGrowths) {
         const double most = growth * longest, slack = kOnce * (most + longest) + 4 * kOnce * height;
         double farthest = 0;
         for (std::size_t i = 0; i < 3; ++i) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 
 #include "files/stl_text.h"
@@ -98,7 +99,7 @@ bool FitsStlPath(const char* path) { return std::strlen(path) < sizeof StlStream
 bool SetStlPath(StlStream& stream, const char* path)
 {
     const bool fits = FitsStlPath(path);
-    std::strcpy(stream.path, fits ? path : "");
+    std::snprintf(stream.path, sizeof stream.path, "%s", fits ? path : "");
     return fits;
 }
 

@@ -12,7 +12,7 @@ SOLIDC& SOLIDC::operator=(const SOLIDC& other)
     // Hosts know of the fields that they can null after a flat copy (docs/behaviour.md), not of the
     // trees, which would otherwise have two owners.
     ReleaseQueryTrees(*this);
-    std::memcpy(static_cast<void*>(this), &other, sizeof *this);
+    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof *this);
     queryTrees = nullptr;
     return *this;
 }
