@@ -161,6 +161,17 @@ bool DescendsTargets(const Query& query, const NodePair& pair, const PlacedNode&
     return targets.box.halfArea[lane] > probe.nodes.halfArea[probe.lane];
 }
 
+/// Whether to go on with a pass for each kind of edges: where nodes are small against the motion,
+/// or where that is so short that the margins of sweep lines alone are in the way of all other
+/// edges.
+bool SplitsIntoPasses(const Query& query, const PlacedNode& probe, bool onEdge)
+{
+    constexpr float kSmallNode = 2.5f, kLongEdge = 20; // against the length of the motion
+    const float motion = query.CurrentMotion().sweptLength[0];
+    return probe.nodes.half[0][probe.lane] < kSmallNode * motion ||
+           (!onEdge && probe.nodes.longest[probe.lane] > kLongEdge * motion);
+}
+
 /// Goes on with a pair of nodes that overlap. Each step descends two levels of one tree, so the
 /// recursion is at most as deep as both together, 200.
 bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool onEdge)
@@ -172,9 +183,7 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool 
               probeLane = NodePair::LaneOf(pair.probe);
     const WideNode& moving = query.probes.bvh.wide[probeWide];
     const bool leaf = moving.IsLeaf(probeLane);
-    constexpr float kLarge = 2.5f; // in half extents
-    if (query.pass == Pass::kAll &&
-        (leaf || probe.nodes.half[0][probe.lane] < kLarge * query.CurrentMotion().sweptLength[0]))
+    if (query.pass == Pass::kAll && (leaf || SplitsIntoPasses(query, probe, onEdge)))
         return PassesHit(query, pair);
     if (!onEdge && NoCornerInPlanes(query.CurrentMotion(), query.probes, {probeWide, probeLane},
                                     query.targets, {targetWide, targetLane}))

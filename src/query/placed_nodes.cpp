@@ -46,22 +46,33 @@ void PlaceExtents(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& pl
     }
 }
 
-/// Margins of parallel segments (Lemma 2). A diagonal of a swept quad can be as short as it likes,
-/// and an edge that is short against its coordinates can be rounded to nothing.
+/// Lower bound on the length of an edge of a swept quad: a rim is an own edge, a sweep line is as
+/// long as the motion, and a diagonal is the sum of both (Lemma 2).
+/// @param own  shortest own edge
+Lanes ShortestInSweptQuads(const Motion& motion, const PlacedNodes& placed, Lanes own)
+{
+    const Lanes line = motion.sweptLength * (1 - kSumRounding) - 2 * motion.error,
+                diagonal = Max(line - placed.longest, own - motion.sweptLength);
+    return Min(own, Min(line, diagonal));
+}
+
+/// Margins of parallel segments (Lemma 2). An edge that is short against its coordinates can be
+/// rounded to nothing. Edges of swept quads run in directions of which nothing is known.
 void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& placed)
 {
     const Lanes none{}, unbounded = Splat(HUGE_VALF);
     placed.longest = motion.maxStretch * nodes.longest + motion.error;
-    Lanes shortest = motion.minStretch * nodes.shortest * (1 - kSumRounding) - 2 * motion.error;
-    if (motion.hasSweptQuads) shortest = none;
-    const Lanes along =
-        shortest > none
-            ? motion.minStretch * nodes.edgeAlongLeast * (1 - kSumRounding) - 2 * motion.error
-            : none;
+    const auto placedLength = [&](Lanes length) {
+        return motion.minStretch * length * (1 - kSumRounding) - 2 * motion.error;
+    };
+    Lanes shortest = placedLength(nodes.shortest), along = placedLength(nodes.edgeAlongLeast);
+    if (motion.hasSweptQuads) shortest = along = ShortestInSweptQuads(motion, placed, shortest);
+    along = shortest > none ? along : none;
     placed.besideLongEdges = along > none ? kParallelBeside / along : unbounded;
     placed.parallelAcross = shortest > none ? kParallelAcross / shortest : unbounded;
-    placed.directionError = shortest > none ? 2 * motion.error / shortest : unbounded;
-    const Lanes perStretch = shortest > none ? 1 / motion.minStretch : unbounded;
+    const LaneMask directed = motion.hasSweptQuads ? LaneMask{} : shortest > none;
+    placed.directionError = directed ? 2 * motion.error / shortest : unbounded;
+    const Lanes perStretch = directed ? 1 / motion.minStretch : unbounded;
     for (int i = 0; i < 3; ++i) placed.maxCosine[i] = nodes.maxCosine[i] * perStretch;
     const auto sideEnd = [&](Lanes least, Lanes most) {
         return Min(0.5f * most,

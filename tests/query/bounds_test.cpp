@@ -7,6 +7,7 @@
 
 #include "bvh/hit_region.h"
 #include "geometry/predicates.h"
+#include "geometry/vector.h"
 #include "mesh/orientation.h"
 #include "query/corner_planes.h"
 #include "query/margins.h"
@@ -188,6 +189,8 @@ TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
                     PlaceNodes(motion, at.probes.nodes[probe.wide], at.RootBox(), placed);
                 EXPECT_TRUE(present[probe.lane]);
                 placed = SplatLane(placed, probe.lane);
+                EXPECT_LE(kParallelAcross / placed.parallelAcross[0],
+                          distance(contact.edge.ends[0], contact.edge.ends[1]) * (1 + 1e-6));
                 for (const Node& target : at.target) {
                     const TargetNodes& nodes = at.targets.nodes[target.wide];
                     const NodeOverlap overlap = OverlapOf(motion, placed, nodes);
