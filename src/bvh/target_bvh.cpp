@@ -365,7 +365,8 @@ TargetTree* TargetTreeOf(SOLIDC& solid)
     if (!tree.tried && solid.octree && IsPlainBox(solid.octree->root->bbox)) {
         tree.target.reserve(static_cast<std::size_t>(solid.triangleCount));
         AddLeaves(tree, solid.octree->root);
-        tree.hasCells = solid.isRotated;
+        constexpr int kFine = 2; // levels from which on cells are worth a test of their own
+        tree.hasCells = solid.isRotated || solid.octree->maxDepth >= kFine;
         BuildTargetTree(tree);
     }
     tree.tried = true;

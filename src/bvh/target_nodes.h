@@ -56,7 +56,7 @@ struct TargetTree {
     std::vector<Target> target;    ///< by item
     BlockArray<TargetNodes> nodes; ///< by wide node
     /// By wide node, for a solid whose triangles have left the cells in which the octree keeps
-    /// them.
+    /// them, and where these are small against the solid.
     BlockArray<TargetCells> cells;
     bool hasCells = false;
     /// By item, filled in where subtrees are built; a few zero ones follow the last.

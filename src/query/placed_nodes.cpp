@@ -57,7 +57,8 @@ Lanes ShortestInSweptQuads(const Motion& motion, const PlacedNodes& placed, Lane
 }
 
 /// Margins of parallel segments (Lemma 2). An edge that is short against its coordinates can be
-/// rounded to nothing. Edges of swept quads run in directions of which nothing is known.
+/// rounded to nothing. Edges of swept quads run in any direction: all of them count as edges along
+/// the first axis, of which no cosine is asked.
 void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& placed)
 {
     const Lanes none{}, unbounded = Splat(HUGE_VALF);
@@ -70,9 +71,8 @@ void PlaceLengths(const Motion& motion, const ProbeNodes& nodes, PlacedNodes& pl
     along = shortest > none ? along : none;
     placed.besideLongEdges = along > none ? kParallelBeside / along : unbounded;
     placed.parallelAcross = shortest > none ? kParallelAcross / shortest : unbounded;
-    const LaneMask directed = motion.hasSweptQuads ? LaneMask{} : shortest > none;
-    placed.directionError = directed ? 2 * motion.error / shortest : unbounded;
-    const Lanes perStretch = directed ? 1 / motion.minStretch : unbounded;
+    placed.directionError = shortest > none ? 2 * motion.error / shortest : unbounded;
+    const Lanes perStretch = shortest > none ? 1 / motion.minStretch : unbounded;
     for (int i = 0; i < 3; ++i) placed.maxCosine[i] = nodes.maxCosine[i] * perStretch;
     const auto sideEnd = [&](Lanes least, Lanes most) {
         return Min(0.5f * most,

@@ -195,6 +195,8 @@ TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
                     const TargetNodes& nodes = at.targets.nodes[target.wide];
                     const NodeOverlap overlap = OverlapOf(motion, placed, nodes);
                     EXPECT_TRUE(overlap.any[target.lane]);
+                    const TargetCells& cells = at.targets.cells[target.wide];
+                    EXPECT_TRUE(MeetCells(motion, placed, cells)[target.lane]);
                     if (contact.hasPlane && contact.onEdge && nodes.holdsCells[target.lane] == 0) {
                         EXPECT_TRUE(overlap.onEdge[target.lane]);
                     }

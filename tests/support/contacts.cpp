@@ -95,6 +95,7 @@ Mesh DrawProbes(const Sampler& draw)
 std::unique_ptr<SOLIDC> MakeTargetSolid(const Sampler& draw, int& aimed)
 {
     auto solid = BareSolid(DrawTargets(draw, aimed), 1);
+    solid->isRotated = 1; // so that nodes have cells
     const float wider = draw.Below(3) ? draw.Size(1, 1000) : draw.Size(1e-4, 1);
     for (int axis = 0; axis < 3; ++axis) solid->bbox[axis] -= wider, solid->bbox[axis + 3] += wider;
     float margin[3] = {1, 1, 1};
