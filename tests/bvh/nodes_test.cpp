@@ -82,6 +82,16 @@ void ExpectTargetIsHeld(const TargetNodes& nodes, int lane, const T_LIST& target
     }
 }
 
+void ExpectCellIsHeld(const TargetTree& targets, int wide, int lane, const Target& target)
+{
+    float cell[6];
+    CellOf(targets, target, cell);
+    for (int r = 0; r < 3; ++r) {
+        EXPECT_LE(targets.cells[wide].low[r][lane], cell[r]);
+        EXPECT_GE(targets.cells[wide].high[r][lane], cell[r + 3]);
+    }
+}
+
 void ExpectEdgeIsHeld(const ProbeNodes& nodes, int lane, const Point3& from, const Point3& to)
 {
     const Point3 edge = Sum(to, from, -1);
@@ -122,12 +132,14 @@ TEST(Nodes, OfManyItemsBoundEachOfThemForeignEdgesToo)
         SCOPED_TRACE(count);
         const auto a = BareSolid(Sheet(draw, count)), b = BareSolid(Needles(draw, count));
         TargetTree targets;
+        targets.hasCells = true;
         for (int t = 0; t < count; ++t) targets.target.push_back({&a->triangles[t], nullptr});
         BuildTargetTree(targets);
         ForItems(
             targets.bvh, [&](int wide, int lane) { TargetsBelow(targets, wide, lane); },
             [&](int wide, int lane, std::size_t i) {
                 ExpectTargetIsHeld(targets.nodes[wide], lane, *targets.target[i].triangle);
+                ExpectCellIsHeld(targets, wide, lane, targets.target[i]);
             });
         ASSERT_EQ(b->SC_BuildVertexList() | b->SC_BuildEdgesList(), 0);
         for (int e = 2; e < b->edgeCount; e += 20)
