@@ -63,6 +63,7 @@ TEST(Growth, NoKnownFamilyCostsTheSquareAgain)
         (pair.*which)->SC_Rotate(Rows(turned));
         return StepsOf(std::move(pair), near, near);
     };
+    const Matrix aside = Translation(0.03f, 0, 0.3f);
     const std::pair<const char*, std::function<std::int64_t(int)>> families[] = {
         {"one facet without area",
          [&](int rings) { return StepsOf(Crowded(rings, 4 * rings * rings), still, still); }},
@@ -78,6 +79,20 @@ TEST(Growth, NoKnownFamilyCostsTheSquareAgain)
              Matrix from = still;
              pair.a->SC_GTsweep(Rows(from), Rows(ahead));
              return StepsOf(std::move(pair), sheared, shearedOn);
+         }},
+        {"a bore moved within its air round a shaft",
+         [&](int rings) {
+             const int quarter = rings * rings / 8;
+             return StepsOf({LoadedSolid(TubeMesh(quarter, 5, 17.95f, 20)),
+                             LoadedSolid(TubeMesh(quarter, 18, 24, 20))},
+                            Translation(0, 0, 0.3f), aside);
+         }},
+        {"facets small against the contact rule's margins, moved near",
+         [&](int rings) {
+             const float radius = 0.5f, at = 1.0367f + 0.00042f * float(rings); // 0.02 apart
+             return StepsOf({LoadedSolid(SphereMesh(2 * rings, radius)),
+                             LoadedSolid(SphereMesh(2 * rings, radius))},
+                            Translation(at + 3, 0.3f * at, 3), Translation(at, 0.3f * at, 0));
          }},
     };
     // Twice the rings are four times the triangles, of which the square is 16 times as much.
