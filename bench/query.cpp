@@ -1,10 +1,11 @@
 // Time of a query, a new pose and its answer, for two bumpy spheres: apart; one inside the other,
 // with room between the surfaces; 0.01 apart; in contact. And for a shaft in a bore, with 0.05 of
 // air all round. Placed, and moved by 30 to that pose. And of the first query after a load.
-// And of spheres side by side to which a host has done odd things, most of which once cost the
-// square of the triangles: a facet without area in a crowded cell, rotations in place, motions with
-// a divide or a shear.
-// Each row shows how many of its answers were contact, so that a change of an answer shows.
+// And of fine facets near each other, and of a bore moved within its air, which once cost the
+// square. And of spheres side by side to which a host has done odd things, most of which once cost
+// the square of the triangles: a facet without area in a crowded cell, rotations in place, motions
+// with a divide or a shear. Each row shows how many of its answers were contact, so that a change
+// of an answer shows.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -20,11 +21,16 @@ namespace
 {
 
 constexpr int kPoses = 16;
-constexpr float kMotion = 30;
 
 struct Pose {
     float row[4][4];
 };
+
+/// From where a solid comes to a pose, from that.
+struct Approach {
+    float x, y;
+};
+constexpr Approach kStill{0, 0}, kAlong{30, 0}, kAcross{0, 0.04f};
 
 /// Scaled, turned about x and moved. Turning about the line of approach keeps the gap nearly alike.
 Pose MakePose(float scale, float angle, float x)
@@ -40,9 +46,10 @@ bool Touches(Pose pose)
 }
 
 /// Where a solid that comes along x, turned by an angle, first touches.
-float ContactAt(float angle)
+/// @param within  where it is in contact
+float ContactAt(float angle, float within)
 {
-    float hit = 150, clear = 250;
+    float hit = within, clear = 250;
     while (clear - hit > 1e-3f) {
         const float middle = 0.5f * (hit + clear);
         (Touches(MakePose(1, angle, middle)) ? hit : clear) = middle;
@@ -52,7 +59,7 @@ float ContactAt(float angle)
 
 enum Situation { kApart, kNested, kNear, kHit, kFit };
 
-std::array<Pose, kPoses> MakePoses(Situation situation)
+std::array<Pose, kPoses> MakePoses(Situation situation, float within)
 {
     std::array<Pose, kPoses> poses{};
     for (int i = 0; i < kPoses; ++i) {
@@ -66,13 +73,15 @@ std::array<Pose, kPoses> MakePoses(Situation situation)
             poses[static_cast<std::size_t>(i)] = MakePose(0.5f, angle, step);
             break;
         case kNear:
-            poses[static_cast<std::size_t>(i)] = MakePose(1, angle, ContactAt(angle) + 0.01f);
+            poses[static_cast<std::size_t>(i)] =
+                MakePose(1, angle, ContactAt(angle, within) + 0.01f);
             break;
         case kFit:
             poses[static_cast<std::size_t>(i)] = MakePose(1, angle, 0.5f * step);
             break;
         case kHit:
-            poses[static_cast<std::size_t>(i)] = MakePose(1, angle, ContactAt(angle) - 0.5f);
+            poses[static_cast<std::size_t>(i)] =
+                MakePose(1, angle, ContactAt(angle, within) - 0.5f);
             break;
         }
     }
@@ -84,7 +93,43 @@ void LoadInto(int slot, std::string path)
     SCAPI_LoadSTL(slot, reinterpret_cast<unsigned char*>(path.data()), 0);
 }
 
-enum Solids { kSpheres, kShaftInBore, kCrowded, kCrowdedWithoutArea };
+enum Solids {
+    kSpheres,
+    kTori,
+    kShaftInBore,
+    kBoreRoundShaft,
+    kGearByPlate,
+    kCrowded,
+    kCrowdedWithoutArea
+};
+
+void WriteSolids(const std::string& first, const std::string& second, int triangles, Solids solids)
+{
+    switch (solids) {
+    case kSpheres:
+        WriteSphere(first, triangles, false);
+        WriteSphere(second, triangles, false);
+        break;
+    case kTori:
+        WriteTorus(first, triangles, 80, 20);
+        WriteTorus(second, triangles, 80, 20);
+        break;
+    case kShaftInBore:
+    case kBoreRoundShaft:
+        WriteTube(solids == kShaftInBore ? first : second, triangles, 18, 60, 24);
+        WriteTube(solids == kShaftInBore ? second : first, triangles, 5, 17.95, 60);
+        break;
+    case kGearByPlate:
+        WriteGear(first, triangles);
+        WritePlate(second, triangles, 0);
+        break;
+    case kCrowded:
+    case kCrowdedWithoutArea:
+        WriteCrowded(first, triangles, solids == kCrowdedWithoutArea);
+        WriteSphere(second, triangles, false);
+        break;
+    }
+}
 
 /// The solids of a situation in slots 0 and 1, of a size, loaded from their caches where the
 /// situation before was alike.
@@ -98,16 +143,7 @@ void Load(int triangles, Solids solids)
     if (written != wanted) {
         std::filesystem::remove_all(folder);
         std::filesystem::create_directories(folder);
-        if (solids == kShaftInBore) {
-            WriteTube(first, triangles, 18, 60, 24);
-            WriteTube(second, triangles, 5, 17.95, 60);
-        } else {
-            if (solids == kSpheres)
-                WriteSphere(first, triangles, false);
-            else
-                WriteCrowded(first, triangles, solids == kCrowdedWithoutArea);
-            WriteSphere(second, triangles, false);
-        }
+        WriteSolids(first, second, triangles, solids);
         written = wanted;
     }
     LoadInto(0, first);
@@ -126,12 +162,15 @@ void FirstQuery(benchmark::State& state, Solids solids)
     }
 }
 
-void Query(benchmark::State& state, Situation situation, bool moves)
+void Query(benchmark::State& state, Solids solids, Situation situation, Approach approach)
 {
-    Load(static_cast<int>(state.range(0)), situation == kFit ? kShaftInBore : kSpheres);
-    std::array<Pose, kPoses> ends = MakePoses(situation), starts = ends;
-    for (Pose& start : starts)
-        if (moves) start.row[0][3] += kMotion;
+    Load(static_cast<int>(state.range(0)), solids);
+    std::array<Pose, kPoses> ends = MakePoses(situation, solids == kGearByPlate ? 50 : 150),
+                             starts = ends;
+    for (Pose& start : starts) {
+        start.row[0][3] += approach.x;
+        start.row[1][3] += approach.y;
+    }
     // The first query of a solid makes what the others use.
     SCAPI_DefSweep(1, starts[0].row, ends[0].row);
     SCAPI_DetectInterference(0, 1);
@@ -188,7 +227,7 @@ void DefSweep(benchmark::State& state, bool moves)
 {
     Load(static_cast<int>(state.range(0)), kSpheres);
     Pose start = MakePose(1, 0, 400), end = start;
-    if (moves) start.row[0][3] += kMotion;
+    if (moves) start.row[0][3] += kAlong.x;
     for (auto _ : state) {
         end.row[1][3] += 1e-3f;
         SCAPI_DefSweep(1, start.row, end.row);
@@ -214,16 +253,20 @@ void OddSizes(benchmark::internal::Benchmark* bench)
 
 BENCHMARK_CAPTURE(DefSweep, placed, false)->Apply(Sizes);
 BENCHMARK_CAPTURE(DefSweep, moved, true)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, apart_placed, kApart, false)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, nested_placed, kNested, false)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, near_placed, kNear, false)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, hit_placed, kHit, false)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, apart_moved, kApart, true)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, nested_moved, kNested, true)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, near_moved, kNear, true)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, hit_moved, kHit, true)->Apply(Sizes);
-BENCHMARK_CAPTURE(Query, fit_placed, kFit, false)->Apply(SmallSizes);
-BENCHMARK_CAPTURE(Query, fit_moved, kFit, true)->Apply(SmallSizes);
+BENCHMARK_CAPTURE(Query, apart_placed, kSpheres, kApart, kStill)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, nested_placed, kSpheres, kNested, kStill)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, near_placed, kSpheres, kNear, kStill)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, hit_placed, kSpheres, kHit, kStill)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, apart_moved, kSpheres, kApart, kAlong)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, nested_moved, kSpheres, kNested, kAlong)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, near_moved, kSpheres, kNear, kAlong)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, hit_moved, kSpheres, kHit, kAlong)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, fit_placed, kShaftInBore, kFit, kStill)->Apply(SmallSizes);
+BENCHMARK_CAPTURE(Query, fit_moved, kShaftInBore, kFit, kAlong)->Apply(SmallSizes);
+BENCHMARK_CAPTURE(Query, fit_bore_across, kBoreRoundShaft, kFit, kAcross)->Apply(SmallSizes);
+BENCHMARK_CAPTURE(Query, tori_near_placed, kTori, kNear, kStill)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, tori_near_moved, kTori, kNear, kAlong)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, plate_near_moved, kGearByPlate, kNear, kAlong)->Apply(Sizes);
 BENCHMARK_CAPTURE(Odd, crowded, kCrowded, kTool)->Apply(OddSizes);
 BENCHMARK_CAPTURE(Odd, crowded_degenerate_facets, kCrowdedWithoutArea, kTool)->Apply(OddSizes);
 BENCHMARK_CAPTURE(Odd, rotated_first, kSpheres, kRotatedFirst)->Apply(OddSizes);
