@@ -14,7 +14,8 @@ namespace
 {
 
 constexpr int kBins = 16;
-constexpr int kMostSplits = 64;     ///< on the way down, before ranges are halved
+constexpr float kLeastExtent = kBins * FLT_MIN; ///< so that bins by it are a float
+constexpr int kMostSplits = 64;                 ///< on the way down, before ranges are halved
 constexpr int kAllAxesBelow = 8192; ///< larger ranges are split on their longest axis only
 
 /// The box of a triangle that is to be sorted. Lane 3 of `low` holds its number, as the bits of a
@@ -80,7 +81,7 @@ struct Binning {
 
     Binning(const Bounds& centers, int along)
         : axis(along), low(centers.low[along]),
-          scale(kBins / std::max(centers.high[along] - centers.low[along], FLT_MIN))
+          scale(kBins / std::max(centers.high[along] - centers.low[along], kLeastExtent))
     {
     }
     int BinOf(const Item& item) const
