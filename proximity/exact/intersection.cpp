@@ -50,6 +50,28 @@ bool PlanarPointInTriangle(const double* p, const double (*triangle)[3], int axi
                        Orient2d(triangle[2], triangle[0], p, axis));
 }
 
+/// In one plane: does an edge of `t` keep all of `other` strictly on its outer side?
+bool EdgeKeepsOut(const double (*t)[3], const double (*other)[3], int axis)
+{
+    const int turn = Orient2d(t[0], t[1], t[2], axis);
+    for (int i = 0; i < 3; ++i) {
+        bool outside = true;
+        for (int j = 0; j < 3 && outside; ++j)
+            outside = Orient2d(t[i], t[(i + 1) % 3], other[j], axis) * turn < 0;
+        if (outside) return true;
+    }
+    return false;
+}
+
+/// The side of a plane on which all corners lie, or kBothSides.
+constexpr int kBothSides = 2;
+int SideOf(const double (*t)[3], const double (*plane)[3])
+{
+    const auto side = [&](int i) { return Orient3d(plane[0], plane[1], plane[2], t[i]); };
+    const int first = side(0);
+    return side(1) == first && side(2) == first ? first : kBothSides;
+}
+
 bool MeetsAnEdge(const double* p, const double* q, const double (*triangle)[3])
 {
     for (int i = 0; i < 3; ++i)
@@ -91,8 +113,17 @@ bool SegmentMeetsTriangle(const double* p, const double* q, const double (*trian
 
 // An edge of the one meets the other: of two triangles that share a point, the border of one has a
 // point of the other, or one plane holds both and the border of the inner one lies in the outer.
+//
+// Faces that lie on each other are the dear case of that, and an easy one in their plane: triangles
+// are convex, so where they share no point the line of an edge is between them.
 bool TrianglesMeet(const double (*a)[3], const double (*b)[3])
 {
+    const int sideA = SideOf(a, b), sideB = SideOf(b, a);
+    if (sideA * sideA == 1 || sideB * sideB == 1) return false;
+    if (sideA == 0 && sideB == 0 && !IsDegenerate(b)) {
+        const int axis = ProjectionAxis(a);
+        if (axis >= 0) return !EdgeKeepsOut(a, b, axis) && !EdgeKeepsOut(b, a, axis);
+    }
     for (int i = 0; i < 3; ++i) {
         if (SegmentMeetsTriangle(a[i], a[(i + 1) % 3], b)) return true;
         if (SegmentMeetsTriangle(b[i], b[(i + 1) % 3], a)) return true;

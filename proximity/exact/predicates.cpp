@@ -62,6 +62,30 @@ void SetOrientations(const double* const (&points)[kPoints], WideInteger* out)
     }
 }
 
+/// Is component k of u x v 0 in each of its products? Differences of doubles are 0 just where those
+/// are equal.
+bool ComponentVanishes(const double* u, const double* v, int k)
+{
+    const int l = (k + 1) % 3, m = (k + 2) % 3;
+    return (u[l] == 0 || v[m] == 0) && (u[m] == 0 || v[l] == 0);
+}
+
+/// Four points that share a coordinate, or two of which are one: faces along the axes and
+/// neighbours in a mesh, which no filter can tell, and which need no wide integers.
+bool ArePlainlyFlat(const double* a, const double* b, const double* c, const double* d)
+{
+    double u[3], v[3], w[3];
+    bool isB = true, isC = true;
+    for (int k = 0; k < 3; ++k) {
+        u[k] = b[k] - a[k], v[k] = c[k] - a[k], w[k] = d[k] - a[k];
+        isB = isB && d[k] == b[k], isC = isC && d[k] == c[k];
+    }
+    if (isB || isC) return true;
+    for (int k = 0; k < 3; ++k)
+        if (w[k] != 0 && !ComponentVanishes(u, v, k)) return false;
+    return true;
+}
+
 int ExactOrient2d(const double* a, const double* b, const double* c, int axis)
 {
     const double* const points[3] = {a, b, c};
@@ -79,6 +103,7 @@ int Orient3d(const double* a, const double* b, const double* c, const double* d)
     const Filtered filtered = FilteredOrient3d(a, b, c, d);
     if (filtered.value > filtered.error) return 1;
     if (filtered.value < -filtered.error) return -1;
+    if (ArePlainlyFlat(a, b, c, d)) return 0;
     WideInteger exact;
     const double* const points[4] = {a, b, c, d};
     SetOrientations(points, &exact);
@@ -90,7 +115,9 @@ int Orient2d(const double* a, const double* b, const double* c, int axis)
     const Filtered filtered = FilteredOrient2d(a, b, c, axis);
     if (filtered.value > filtered.error) return 1;
     if (filtered.value < -filtered.error) return -1;
-    return ExactOrient2d(a, b, c, axis);
+    double u[3], v[3];
+    for (int k = 0; k < 3; ++k) u[k] = b[k] - a[k], v[k] = c[k] - a[k];
+    return ComponentVanishes(u, v, axis) ? 0 : ExactOrient2d(a, b, c, axis);
 }
 
 double CrossingParameter(const double* a, const double* b, const double* c, const double* p,

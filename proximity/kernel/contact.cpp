@@ -82,25 +82,37 @@ bool EdgeSeparates(const Triangle& t, const Triangle& other, int axis)
     return false;
 }
 
+/// Do the interiors cross? Of a degenerate triangle, which has no plane, the open segment.
+bool InteriorsCross(const Triangle& a, const Sides& sidesA, const Triangle& b, const Sides& sidesB)
+{
+    if (sidesA.AreBoth() && sidesB.AreBoth()) return CutsOverlap(a, sidesA, b, sidesB);
+    // What is degenerate has no sides.
+    if (!sidesA.AreOne() && !sidesB.AreOne()) return false;
+    const bool isSegmentA = IsDegenerate(a.corner);
+    if (isSegmentA == IsDegenerate(b.corner)) return false;
+    return isSegmentA ? SegmentCrosses(a, b) : SegmentCrosses(b, a);
+}
+
+bool AreOnOneSide(const Sides& sides) { return sides.AreOne() && sides.of[0] != 0; }
+
+/// Do two faces overlap in one plane? @pre  neither is on one side of the other's plane
+bool AreaIsShared(const Triangle& a, const Sides& sidesA, const Triangle& b)
+{
+    if (!sidesA.AreOne()) return false;
+    const int axis = ProjectionAxis(a.corner);
+    return axis >= 0 && !IsDegenerate(b.corner) && !EdgeSeparates(a, b, axis) &&
+           !EdgeSeparates(b, a, axis);
+}
+
 PairRelation RelationOf(const Triangle& a, const Triangle& b)
 {
     const Sides sidesA = SidesOf(a, b);
-    if (sidesA.AreOne() && sidesA.of[0] != 0) return PairRelation::kApart;
+    if (AreOnOneSide(sidesA)) return PairRelation::kApart;
     const Sides sidesB = SidesOf(b, a);
-    if (sidesB.AreOne() && sidesB.of[0] != 0) return PairRelation::kApart;
-    if (!TrianglesMeet(a.corner, b.corner)) return PairRelation::kApart;
-    if (sidesA.AreBoth() && sidesB.AreBoth())
-        return CutsOverlap(a, sidesA, b, sidesB) ? PairRelation::kCrossing
-                                                 : PairRelation::kTouching;
-    const int axisA = ProjectionAxis(a.corner), axisB = ProjectionAxis(b.corner);
-    bool crosses = false;
-    if (axisA < 0 && axisB >= 0) crosses = SegmentCrosses(a, b);
-    if (axisB < 0 && axisA >= 0) crosses = SegmentCrosses(b, a);
-    if (crosses) return PairRelation::kCrossing;
-    const bool coplanar = axisA >= 0 && axisB >= 0 && sidesA.AreOne();
-    if (coplanar && !EdgeSeparates(a, b, axisA) && !EdgeSeparates(b, a, axisA))
-        return PairRelation::kCoplanar;
-    return PairRelation::kTouching;
+    if (AreOnOneSide(sidesB)) return PairRelation::kApart;
+    if (InteriorsCross(a, sidesA, b, sidesB)) return PairRelation::kCrossing;
+    if (AreaIsShared(a, sidesA, b)) return PairRelation::kCoplanar;
+    return TrianglesMeet(a.corner, b.corner) ? PairRelation::kTouching : PairRelation::kApart;
 }
 
 /// Neither the difference nor its square may overflow, or vanish.
@@ -124,6 +136,23 @@ void SetSegment(const SharedPoints& shared, double (*out)[3])
 }
 
 } // namespace
+
+bool InteriorsCross(const Triangle& a, const Triangle& b)
+{
+    const Sides sidesA = SidesOf(a, b);
+    if (AreOnOneSide(sidesA)) return false;
+    const Sides sidesB = SidesOf(b, a);
+    return !AreOnOneSide(sidesB) && InteriorsCross(a, sidesA, b, sidesB);
+}
+
+bool InteriorsMeet(const Triangle& a, const Triangle& b)
+{
+    const Sides sidesA = SidesOf(a, b);
+    if (AreOnOneSide(sidesA)) return false;
+    const Sides sidesB = SidesOf(b, a);
+    if (AreOnOneSide(sidesB)) return false;
+    return InteriorsCross(a, sidesA, b, sidesB) || AreaIsShared(a, sidesA, b);
+}
 
 PairContact ContactOf(const Triangle& a, const Triangle& b)
 {

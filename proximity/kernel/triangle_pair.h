@@ -61,6 +61,11 @@ struct PairContact {
 
 PairContact ContactOf(const Triangle& a, const Triangle& b);
 
+/// Whether ContactOf would say kCrossing, for less.
+bool InteriorsCross(const Triangle& a, const Triangle& b);
+/// Whether it would say kCrossing or kCoplanar.
+bool InteriorsMeet(const Triangle& a, const Triangle& b);
+
 } // namespace proximity
 
 #endif

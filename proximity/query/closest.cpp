@@ -41,12 +41,16 @@ struct Search {
         }
         if (distance.lower > 0) return false;
         // A certificate that is good enough need not show that a point is shared.
-        if (ContactOf(triangleA, triangleB).relation != PairRelation::kCrossing) return false;
+        if (!InteriorsCross(triangleA, triangleB)) return false;
         closest.crosses = true;
         closest.a = numberA, closest.b = numberB;
         closest.pointA = VecOf(distance.pointA), closest.pointB = VecOf(distance.pointB);
         return true;
     }
+
+    /// Once a pair shares a point, other pairs can but cross: where large faces lie on each other
+    /// there are as many as pairs of triangles that overlap.
+    bool CanOnlyCross() const { return leastLower <= 0 && closest.upper <= error; }
 
     bool HasHint(const Scratch& scratch) const
     {
@@ -89,6 +93,7 @@ struct ClosestSearch : Search {
 
     bool Test(const Triangle& x, const Triangle& y, std::int32_t numberA, std::int32_t numberB)
     {
+        if (CanOnlyCross() && !InteriorsCross(x, y)) return true;
         if (Far() < HUGE_VAL && FartherThan(x, y, Far() + error)) return true;
         const double before = closest.upper;
         const bool crosses = Note(x, y, numberA, numberB, DistanceOf(x, y, error));
@@ -122,6 +127,7 @@ struct WithinSearch : Search {
     /// @return false where the answer is found
     bool Test(const Triangle& x, const Triangle& y, std::int32_t numberA, std::int32_t numberB)
     {
+        if (InContact() && CanOnlyCross() && !InteriorsCross(x, y)) return limits.wantRelation;
         if (FartherThan(x, y, near + error)) return true;
         const PairDistance distance = DistanceOf(x, y, 0.25 * limits.resolution);
         if (Note(x, y, numberA, numberB, distance)) return false;

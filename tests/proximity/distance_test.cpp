@@ -103,6 +103,32 @@ TEST(ProximityDistance, PairsThatAreEquallyFarAreNotAllMeasured)
     EXPECT_LT(result.tests, 8000);
 }
 
+TEST(ProximityRelation, CrossingIsToldBesideFacesThatOnlyTouch)
+{
+    const Floats table = BoxFloats({0, 0, 0}, {40, 40, 5});
+    const Floats part = BoxFloats({2, 2, 5}, {9, 9, 8});
+    struct Case {
+        const char* fault;
+        Floats corners;
+        int relation;
+    };
+    const Case cases[] = {
+        {"OnlyTouches", part, SCAPI_TOUCHING},
+        {"TouchesFirst", Joined(part, BoxFloats({30, 30, 4}, {33, 33, 6})), SCAPI_CROSSING},
+        {"CrossesFirst", Joined(BoxFloats({30, 30, 4}, {33, 33, 6}), part), SCAPI_CROSSING},
+        {"CrossesBelow", Joined(part, BoxFloats({20, 20, -1}, {21, 21, 1})), SCAPI_CROSSING},
+    };
+    const MeshPtr under = FromFloats(table);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.fault);
+        const MeshPtr body = FromFloats(c.corners);
+        const scapi_options options = Within(0.01, 0, SCAPI_WANT_RELATION);
+        EXPECT_EQ(Distance(under, kIdentity, body, kIdentity).relation, c.relation);
+        EXPECT_EQ(Distance(body, kIdentity, under, kIdentity).relation, c.relation);
+        EXPECT_EQ(AskWithin(under, kIdentity, body, kIdentity, options).relation, c.relation);
+    }
+}
+
 TEST(ProximityRelation, InsideIsToldByClosedSurfacesOnly)
 {
     const MeshPtr small = Box({0, 0, 0}, {1, 1, 1});

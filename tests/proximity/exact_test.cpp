@@ -62,6 +62,11 @@ Points NearlyFlat(Random& random)
     if (random() % 2) // on a coarse grid, where the fourth is in the plane exactly
         for (auto& point : p)
             for (double& x : point) x = std::floor(x * 4);
+    // A face along an axis but for the fourth, and a corner that two share.
+    const std::size_t axis = random() % 6, twin = random() % 12;
+    for (std::size_t i = 1; i < 4 && axis < 3; ++i) p[i][axis] = p[0][axis];
+    if (axis < 3 && random() % 2) p[3][axis] = std::nextafter(p[3][axis], 9);
+    if (twin < 3) p[3] = p[twin];
     return p;
 }
 
