@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "proximity/exact/intersection.h"
+#include "proximity/query/leaf_cache.h"
 #include "proximity/query/search.h"
 #include "proximity/query/vector.h"
 
@@ -176,6 +177,53 @@ void JudgeShells(const Triangles& triangles, const Welded& welded, const Tree& t
     out.nested_shells = CountNested(std::move(shells));
 }
 
+/// Looks at pairs of triangles of one body, each pair once.
+struct SelfSearch {
+    const Body& body;
+    const PlacedPair& pair;
+    float limit;
+    std::int64_t left;
+    Collector& crossings;
+    PlacedLeaf leafA{}, leafB{};
+
+    float Limit() const { return limit; }
+    bool Spend() { return --left >= 0; }
+
+    bool VisitLeaves(Leaf a, Leaf b)
+    {
+        leafA.Place(body.tree, pair.a, a), leafB.Place(body.tree, pair.a, b);
+        return ForEachPair(NearPairs(leafA, leafB, 0), [&](int i, int j) {
+            if (a.first == b.first && i >= j) return true;
+            if (!Spend()) return false;
+            Test(leafA.TriangleAt(i), leafB.TriangleAt(j), a.first + i, b.first + j);
+            return true;
+        });
+    }
+
+    void Test(const Triangle& x, const Triangle& y, std::int32_t i, std::int32_t j)
+    {
+        if (!InteriorsMeet(x, y)) return;
+        const std::int32_t facet = std::min(body.tree.source[static_cast<std::size_t>(i)],
+                                            body.tree.source[static_cast<std::size_t>(j)]);
+        crossings.Add(facet, VecOf(ContactOf(x, y).point) + pair.origin);
+    }
+
+    /// What lies below two lanes of one node, and in each of its leaves. @return false where the
+    /// budget is spent
+    bool VisitNode(const PairFrames& frames, std::int32_t node, std::vector<NodePair>& stack)
+    {
+        const Tree& tree = body.tree;
+        stack.clear();
+        for (int i = 0; i < kLanes && tree.Child(HandleOf(node, i)) != kNoChild; ++i) {
+            const std::int32_t child = tree.Child(HandleOf(node, i));
+            if (IsLeaf(child) && !VisitLeaves(LeafOf(child), LeafOf(child))) return false;
+            for (int j = 0; j < i; ++j)
+                stack.push_back({0.0f, HandleOf(node, j), HandleOf(node, i)});
+        }
+        return WalkStack(tree, tree, frames, stack, *this);
+    }
+};
+
 /// Pairs of triangles of one body that cross, or overlap in a plane. Neighbours share corners and
 /// edges, which is touching.
 void FindSelfCrossings(const Body& body, std::int64_t budget, scapi_diagnosis& out)
@@ -183,40 +231,14 @@ void FindSelfCrossings(const Body& body, std::int64_t budget, scapi_diagnosis& o
     Collector crossings(out.self_crossings);
     constexpr double kIdentity[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
     const PlacedPair pair = PlacePair(body, kIdentity, body, kIdentity);
-    struct Visitor {
-        const Body& body;
-        const PlacedPair& pair;
-        float limit;
-        std::int64_t left;
-        Collector& crossings;
-
-        float Limit() const { return limit; }
-        bool Spend() { return --left >= 0; }
-        bool VisitLeaves(Leaf a, Leaf b)
-        {
-            for (int i = a.first; i < a.first + a.count; ++i)
-                for (int j = std::max(b.first, i + 1); j < b.first + b.count; ++j) {
-                    if (!Spend()) return false;
-                    Test(i, j);
-                }
-            return true;
-        }
-        void Test(std::int32_t i, std::int32_t j)
-        {
-            const Triangle x = PlaceTriangle(body.tree, pair.a, i);
-            const Triangle y = PlaceTriangle(body.tree, pair.a, j);
-            if (FartherThan(x, y, 0)) return;
-            const PairContact contact = ContactOf(x, y);
-            if (contact.relation != PairRelation::kCrossing &&
-                contact.relation != PairRelation::kCoplanar)
-                return;
-            const std::int32_t facet = std::min(body.tree.source[static_cast<std::size_t>(i)],
-                                                body.tree.source[static_cast<std::size_t>(j)]);
-            crossings.Add(facet, VecOf(contact.point) + pair.origin);
-        }
-    } visitor{body, pair, PruneLimit(MakeNodeSlack(body, body, pair), 0), budget, crossings};
+    SelfSearch search{body, pair, PruneLimit(MakeNodeSlack(body, body, pair), 0), budget,
+                      crossings};
+    const PairFrames frames(pair);
     std::vector<NodePair> stack;
-    out.self_crossings_complete = WalkPairs(body.tree, body.tree, PairFrames(pair), stack, visitor);
+    bool complete = true;
+    for (std::size_t node = 0; complete && node < body.tree.node.size(); ++node)
+        complete = search.VisitNode(frames, static_cast<std::int32_t>(node), stack);
+    out.self_crossings_complete = complete;
 }
 
 } // namespace

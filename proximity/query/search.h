@@ -85,16 +85,16 @@ inline int DividePair(const Tree& a, const Tree& b, const PairFrames& frames, co
     return count;
 }
 
-/// Walks over the pairs of leaves whose bounds are below a limit, nearest first.
+/// Walks over the pairs of leaves below those on the stack whose bounds are below a limit, nearest
+/// first.
 /// @param visitor  has Limit() as PruneLimit gives it, asked again and again; Spend(), false ends
 /// the
 ///                 walk; VisitLeaves(Leaf, Leaf), false ends it too
 /// @return false when it was ended
 template <class Visitor>
-bool WalkPairs(const Tree& a, const Tree& b, const PairFrames& frames, std::vector<NodePair>& stack,
+bool WalkStack(const Tree& a, const Tree& b, const PairFrames& frames, std::vector<NodePair>& stack,
                Visitor& visitor)
 {
-    stack.assign(1, {0.0f, kRoot, kRoot});
     while (!stack.empty()) {
         const NodePair pair = stack.back();
         stack.pop_back();
@@ -110,6 +110,15 @@ bool WalkPairs(const Tree& a, const Tree& b, const PairFrames& frames, std::vect
         stack.insert(stack.end(), parts.begin(), parts.begin() + count);
     }
     return true;
+}
+
+/// The same for all pairs of leaves.
+template <class Visitor>
+bool WalkPairs(const Tree& a, const Tree& b, const PairFrames& frames, std::vector<NodePair>& stack,
+               Visitor& visitor)
+{
+    stack.assign(1, {0.0f, kRoot, kRoot});
+    return WalkStack(a, b, frames, stack, visitor);
 }
 
 } // namespace proximity
