@@ -4,6 +4,9 @@
 // at a time is known to be the first.
 #include "proximity/query/impact.h"
 
+#include <optional>
+#include <utility>
+
 #include "proximity/query/leaf_cache.h"
 #include "proximity/query/motion_bounds.h"
 #include "proximity/query/separation.h"
@@ -15,6 +18,12 @@ namespace
 
 /// Of the size of a scene: what lies so far apart has a direction that rounding leaves alone.
 constexpr double kSureDirection = 1e-9;
+
+/// Below it the axis is lost to underflow.
+constexpr double kLeastTurn = 1e-100;
+
+/// So many pairs in a row at one time, as far as contact can tell, are large faces that meet.
+constexpr int kCrowd = 32;
 
 /// What comes next is on top of the heap: the earliest, and of those the smallest, since it leads
 /// to a contact soonest.
@@ -148,6 +157,11 @@ struct ImpactSearch {
     double fastest = 0; ///< no point moves faster against another
     double boxError = 0, pointError = 0, speedError = 0; ///< of gaps and speeds (Lemma M3)
     double boxTolerance = 0;
+    double instant = 0; ///< nothing moves farther in it than a part of the resolution
+    double crowdEnd = 0;
+    int crowd = 0; ///< events since the last look ahead, none of them later than crowdEnd
+    bool looksAhead = false;
+    std::optional<Event> ahead; ///< what is looked at next, before its time
 
     ImpactSearch(const Body& bodyA, const Body& bodyB, const MovingPair& pair, const Limits& given,
                  std::span<const Exempt> exempted, Scratch& scratch)
@@ -163,6 +177,7 @@ struct ImpactSearch {
         boxError = pointError + off * size;
         boxTolerance = limits.tolerance * (1 + off);
         speedError = 256 * kUnit * fastest;
+        instant = fastest > 0 ? 0.25 * limits.resolution / fastest : 0;
     }
 
     void GoTo(double time)
@@ -184,8 +199,28 @@ struct ImpactSearch {
         // Rounded down: the sum loses at most two units in the last place of 1.
         const double time = moment.time + wait - 2 * kUnit;
         if (time > 1) return;
-        events.push_back({std::max(time, moment.time), size_, x, y, triangles});
+        Event event{std::max(time, moment.time), size_, x, y, triangles};
+        if (looksAhead && event.time <= crowdEnd) {
+            if (!ahead) {
+                ahead = event;
+                return;
+            }
+            if (ComesLater(*ahead, event)) std::swap(*ahead, event);
+        }
+        events.push_back(event);
         std::push_heap(events.begin(), events.end(), ComesLater);
+    }
+
+    /// Where large faces meet, all their pairs of nodes are near at once and each is due before any
+    /// pair of triangles. Every so often one is followed down at the same moment: all others are
+    /// clear up to it, so that a contact found there is the first.
+    void LookAheadInCrowds(double time)
+    {
+        looksAhead = false;
+        if (time == 0) return;
+        if (time > crowdEnd) crowdEnd = time + instant, crowd = 0;
+        if (++crowd < kCrowd) return;
+        looksAhead = true, crowd = 0;
     }
 
     double WaitAlong(const NodeBox& x, const NodeBox& y, const Vec& direction, double gap) const
@@ -300,12 +335,34 @@ struct ImpactSearch {
         return wait;
     }
 
+    /// The pairs of two leaves that their distances from the axis keep clear to the end, where only
+    /// one body turns (Lemma M5): all of a shaft in its bore.
+    PairBits PairsKeptByRings(const PlacedLeaf& x, const PlacedLeaf& y) const
+    {
+        const Rates &inA = moment.ratesA, &inB = moment.ratesB;
+        if ((inA.speed > 0) == (inB.speed > 0)) return 0;
+        const Rates& turning = inA.speed > 0 ? inA : inB;
+        if (!(turning.speed > kLeastTurn)) return 0;
+        const Rings ringsX = RingsOf(turning, x), ringsY = RingsOf(turning, y);
+        const double across = Length(AcrossAxis(turning, inA.path - inB.path)) + speedError;
+        const double gap = across * (1 - moment.time) + limits.tolerance + pointError;
+        PairBits kept = 0;
+        for (int i = 0; i < x.count; ++i)
+            for (int j = 0; j < y.count; ++j)
+                if (ringsX.least[i] - ringsY.most[j] > gap ||
+                    ringsY.least[j] - ringsX.most[i] > gap)
+                    kept |= 1u << (kMostInLeaf * i + j);
+        return kept;
+    }
+
     void DivideLeaves(Leaf inA, Leaf inB)
     {
         PlacedLeaf x, y;
         x.Place(a.tree, moment.placed.a, inA), y.Place(b.tree, moment.placed.b, inB);
+        const PairBits kept = PairsKeptByRings(x, y);
         for (int i = 0; i < x.count; ++i)
             for (int j = 0; j < y.count; ++j) {
+                if ((kept >> (kMostInLeaf * i + j) & 1) != 0) continue;
                 Vec between{};
                 for (int axis = 0; axis < 3; ++axis) {
                     const double after = y.low[axis][j] - x.high[axis][i];
@@ -397,16 +454,16 @@ struct ImpactSearch {
             impact.finished = true;
             return false;
         }
+        wait = std::max(wait, event.time - moment.time);
         // Rounding holds the pair where it is: nothing can be shown beyond this time.
         if (!(wait > 4 * kUnit)) return false;
         Push(wait, 0, event.a, event.b, true);
         return true;
     }
 
-    bool Take(const Event& event)
+    /// @return false where the search ends
+    bool Look(const Event& event)
     {
-        GoTo(event.time);
-        impact.timeClear = event.time;
         if (++impact.tests > limits.budget) return false;
         if (event.triangles) return TestTriangles(event);
         const std::int32_t childA = a.tree.Child(event.a), childB = b.tree.Child(event.b);
@@ -414,6 +471,19 @@ struct ImpactSearch {
             DivideLeaves(LeafOf(childA), LeafOf(childB));
         else
             DivideNodes(event);
+        return true;
+    }
+
+    bool Take(const Event& event)
+    {
+        GoTo(event.time);
+        impact.timeClear = event.time;
+        LookAheadInCrowds(event.time);
+        if (!Look(event)) return false;
+        while (ahead) {
+            looksAhead = !ahead->triangles;
+            if (!Look(*std::exchange(ahead, std::nullopt))) return false;
+        }
         return true;
     }
 

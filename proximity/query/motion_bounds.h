@@ -1,8 +1,9 @@
-// How long a gap between moving bodies lasts (Lemmas M1 and M2).
+// How long a gap between moving bodies lasts (Lemmas M1 and M2), and how far from an axis triangles
+// stay (Lemma M5).
 #ifndef PROXIMITY_QUERY_MOTION_BOUNDS_H
 #define PROXIMITY_QUERY_MOTION_BOUNDS_H
 
-#include "proximity/query/placement.h"
+#include "proximity/query/leaf_cache.h"
 
 namespace proximity
 {
@@ -35,6 +36,22 @@ inline double RadiusOf(const Rates& rates, const Vec& arm, double extent)
 {
     return rates.speed > 0 ? Length(Cross(rates.spin, arm)) / rates.speed + extent : 0.0;
 }
+
+/// What a vector has across the axis of a body that turns. @pre  turning.speed > 0
+inline Vec AcrossAxis(const Rates& turning, const Vec& v)
+{
+    const Vec axis = (1 / turning.speed) * turning.spin;
+    return v - Dot(v, axis) * axis;
+}
+
+/// How far the triangles of a leaf are from the axis that a body turns about, at the least and at
+/// the most.
+struct Rings {
+    double least[kMostInLeaf], most[kMostInLeaf];
+};
+
+/// @param leaf  of that body or of the other, placed at the moment of the rates
+Rings RingsOf(const Rates& turning, const PlacedLeaf& leaf);
 
 /// Adds what the points of one body contribute.
 /// @param direction  towards the other body; may be of any length, speeds are along it

@@ -238,4 +238,48 @@ TEST(ProximityBounds, OfPlacingHoldsAgainstLongDouble)
     }
 }
 
+TEST(ProximityBounds, OfRingsHoldTheTrianglesAtAnyAngle)
+{
+    Random random{std::mt19937(8)};
+    int tight = 0, wide = 0;
+    for (int i = 0; i < 2000; ++i) {
+        const Body body(random.Strip(4, 10, i % 2 ? 1 : 1e-3));
+        const Body other(random.Strip(1, 1, 1));
+        const scapi_motion motion = random.Motion(i % 3 ? 5 : 500, 9);
+        const MovingPair moving = MakeMovingPair(body, motion, other, Rest(kIdentity));
+        const auto placed = [&](double time) {
+            PlacedLeaf leaf;
+            leaf.Place(body.tree, PlaceAt(moving.a, time), LeafOf(body.tree.Child(kRoot)));
+            return leaf;
+        };
+        const PlacedLeaf start = placed(0);
+        const Rings rings = RingsOf(RatesAt(moving.a, 0), start);
+        for (const double time : {0.0, 0.3, 1.0}) {
+            const Rates rates = RatesAt(moving.a, time);
+            const PlacedLeaf leaf = placed(time);
+            for (int t = 0; t < leaf.count; ++t) {
+                const Triangle triangle = leaf.TriangleAt(t);
+                double least = HUGE_VAL, most = 0;
+                for (int k = 0; k <= 40; ++k)
+                    for (int l = 0; k + l <= 40; ++l) {
+                        Vec point{};
+                        const double share[3] = {k / 40.0, l / 40.0, (40 - k - l) / 40.0};
+                        for (int c = 0; c < 3; ++c)
+                            point = point + share[c] * VecOf(triangle.corner[c]);
+                        // By the area of a parallelogram, which needs no axis of length 1.
+                        const double distance =
+                            Length(Cross(rates.spin, point - rates.pivot)) / rates.speed;
+                        least = std::min(least, distance), most = std::max(most, distance);
+                    }
+                const double error = 4 * moving.a.error;
+                ASSERT_LE(rings.least[t], least + error);
+                ASSERT_GE(rings.most[t], most - error);
+                tight += rings.most[t] < most + error && rings.least[t] > 0.98 * least;
+                ++wide;
+            }
+        }
+    }
+    EXPECT_GT(tight, wide / 4);
+}
+
 } // namespace

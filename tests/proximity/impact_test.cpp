@@ -85,7 +85,18 @@ TEST(ProximityImpact, FullTurnsInARoundSlot)
     EXPECT_EQ(Impact(bore, Rest(kIdentity), shaft, turn, Within(0.05)).verdict, SCAPI_CLEAR);
     EXPECT_EQ(Impact(bore, Rest(kIdentity), shaft, turn, Within(0.12)).verdict,
               SCAPI_START_CONTACT);
-    // Off the axis by 0.2, so that it meets the wall.
+    const scapi_motion back = Turn(kIdentity, {0, 0, 0}, {0, 0, 1}, -9);
+    EXPECT_EQ(Impact(bore, back, shaft, Rest(kIdentity), Within(0.05)).verdict, SCAPI_CLEAR);
+    // Sideways as well, and off the axis by 0.2, so that it meets the wall.
+    const scapi_motion sideways = Turn(kIdentity, {0, 0, 0}, {0, 0, 1}, 4 * kPi, {0.15, 0, 0});
+    for (const MeshPtr* still : {&bore, &shaft}) {
+        const MeshPtr& turning = still == &bore ? shaft : bore;
+        const scapi_impact hit =
+            Impact(*still, Rest(kIdentity), turning, sideways, Within(0.05, 1e-4));
+        EXPECT_EQ(hit.verdict, SCAPI_CONTACT);
+        // The air of 0.0965 to 0.0995 is used up to the tolerance while the bar lies along x.
+        EXPECT_GE(hit.t_contact, 0.3);
+    }
     const scapi_motion off = Turn(At(0, 0.2, 0), {0, -0.2, 0}, {0, 0, 1}, kPi);
     EXPECT_EQ(Impact(bore, Rest(At(0, -0.15, 0)), shaft, off, Within(0.001)).verdict,
               SCAPI_CONTACT);
@@ -184,6 +195,21 @@ TEST(ProximityImpact, BudgetThatRunsOutKeepsWhatWasShown)
         const scapi_impact cut = Impact(a, Rest(kIdentity), a, motion, options);
         EXPECT_EQ(cut.verdict, SCAPI_INDETERMINATE);
         EXPECT_LE(cut.t_clear, whole.t_contact + 1e-9);
+    }
+}
+
+TEST(ProximityImpact, LargeFacesThatMeetAreNotAllLookedAt)
+{
+    // Fans of 400 come down on fans of 400, along an axis and not.
+    const MeshPtr drum = Cylinder(5, 3, 400);
+    std::mt19937 random(11);
+    for (const Pose& frame : {kIdentity, RandomPose(random, 20)}) {
+        const Pose start = Compose(frame, At(1, 0.5, 13));
+        const Point down{-20 * frame[2], -20 * frame[6], -20 * frame[10]};
+        const scapi_impact impact =
+            Impact(drum, Rest(frame), drum, Straight(start, down), Within(0.01, 1e-4));
+        ExpectTime(impact, 0.4995, 6e-6); // from 10 to the tolerance, of 20
+        EXPECT_LT(impact.tests, 3000);
     }
 }
 
