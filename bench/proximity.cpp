@@ -1,10 +1,10 @@
 // Time of the calls of the proximity library, and of FCL on the same meshes and poses where it is
 // there: two bumpy spheres apart, one inside the other, 0.01 apart, in contact; linked tori; a gear
-// 0.01 above a plate; a shaft in a bore with 0.05 of air all round, or 1 % of the radius; and any
-// files, given in pairs as arguments behind those of the benchmarks, 1 % of their size apart. Each
-// iteration asks for another pose, so that what a query remembers of the last one helps no more
-// than it does in use. `sum` is of distances or times found, or a count of contacts, so that a
-// change of an answer shows.
+// 0.01 above a plate, and lying on it; a shaft in a bore with 0.05 of air all round, or 1 % of the
+// radius; and any files, given in pairs as arguments behind those of the benchmarks, 1 % of their
+// size apart. Each iteration asks for another pose, so that what a query remembers of the last one
+// helps no more than it does in use. `sum` is of distances or times found, or a count of contacts,
+// so that a change of an answer shows.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -38,8 +38,9 @@ Pose MakePose(double angle, double x)
     return {{1, 0, 0, x, 0, c, -s, 0, 0, s, c, 0}};
 }
 
-enum Situation { kApart, kNested, kNear, kHit, kLinked, kFlat, kFit, kLoose, kFiles };
-const char* const kNames[] = {"apart", "nested", "near", "hit", "linked", "flat", "fit", "loose"};
+enum Situation { kApart, kNested, kNear, kHit, kLinked, kFlat, kLying, kFit, kLoose, kFiles };
+const char* const kNames[] = {"apart", "nested", "near", "hit",  "linked",
+                              "flat",  "lying",  "fit",  "loose"};
 
 std::vector<std::array<std::string, 2>> files; ///< pairs; situation kFiles + n has pair n
 
@@ -58,13 +59,16 @@ scapi_query* Query()
     return query;
 }
 
+/// The plane faces of a gear and a plate, against each other.
+bool IsFlat(int situation) { return situation == kFlat || situation == kLying; }
+
 std::string Write(int situation, int triangles, bool second)
 {
     if (situation >= kFiles) return files[static_cast<std::size_t>(situation - kFiles)][second];
     const auto folder = std::filesystem::temp_directory_path() / "scapi_bench_proximity";
     std::filesystem::create_directories(folder);
     const char* const shape = situation == kLinked ? "torus"
-                              : situation == kFlat ? (second ? "gear" : "plate")
+                              : IsFlat(situation)  ? (second ? "gear" : "plate")
                               : situation < kFit   ? "sphere"
                               : !second            ? "bore"
                               : situation == kFit  ? "shaft"
@@ -73,9 +77,9 @@ std::string Write(int situation, int triangles, bool second)
     if (std::filesystem::exists(path)) return path;
     if (situation == kLinked)
         WriteTorus(path, triangles, 80, 20);
-    else if (situation == kFlat && second)
+    else if (IsFlat(situation) && second)
         WriteGear(path, triangles);
-    else if (situation == kFlat)
+    else if (IsFlat(situation))
         WritePlate(path, triangles, 0);
     else if (situation < kFit)
         WriteSphere(path, triangles, false);
@@ -144,9 +148,10 @@ const Case& GetCase(int situation, int triangles)
             x = PlaceAtDistance(c, angle, 0.01 * std::max(SizeOf(c.a), SizeOf(c.b)));
         Pose& pose = c.poses[static_cast<std::size_t>(i)] = MakePose(angle, x);
         if (situation == kLinked) pose = {{1, 0, 0, 80.0 + 0.5 * i, 0, 0, -1, 0.3 * i, 0, 1, 0, 0}};
-        if (situation == kFlat) {
+        if (IsFlat(situation)) {
             const double c_ = std::cos(angle), s_ = std::sin(angle);
-            pose = {{c_, -s_, 0, 120.0 + i, s_, c_, 0, 100, 0, 0, 1, 10.01}};
+            const double z = situation == kFlat ? 10.01 : 10;
+            pose = {{c_, -s_, 0, 120.0 + i, s_, c_, 0, 100, 0, 0, 1, z}};
         }
     }
     return c;
@@ -184,7 +189,28 @@ void Closest(benchmark::State& state, int situation)
     state.counters["tests"] = tests / double(state.iterations());
 }
 
-/// From 30 away to the pose and 10 beyond; or, turning, a quarter turn about x at the pose.
+void Contacts(benchmark::State& state, int situation)
+{
+    const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
+    const Pose still = MakePose(0, 0);
+    scapi_options options{};
+    options.size = sizeof options;
+    options.tolerance = 0.001;
+    std::vector<scapi_contact> contacts(1000);
+    double sum = 0;
+    std::size_t next = 0;
+    for (auto _ : state) {
+        scapi_contacts_result result{};
+        scapi_contacts(Query(), c.a, still.m, c.b, c.poses[next].m, &options, contacts.data(),
+                       static_cast<std::int64_t>(contacts.size()), &result);
+        sum += double(result.count);
+        next = (next + 1) % kPoses;
+    }
+    state.counters["sum"] = sum / double(state.iterations());
+}
+
+/// From 30 away to the pose and 10 beyond, along x or, where it comes to lie on the other body,
+/// down; or, turning, a quarter turn about x at the pose.
 void Impact(benchmark::State& state, int situation, bool turns)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
@@ -195,7 +221,7 @@ void Impact(benchmark::State& state, int situation, bool turns)
     options.size = sizeof options;
     options.tolerance = 0.001;
     options.resolution = 4e-5;
-    double sum = 0, tests = 0;
+    double sum = 0, tests = 0, clearance = 0;
     std::size_t next = 0;
     for (auto _ : state) {
         scapi_motion motion = still;
@@ -203,14 +229,16 @@ void Impact(benchmark::State& state, int situation, bool turns)
         if (turns) {
             motion.axis[0] = 1, motion.angle = 1.5707963267948966;
         } else {
-            motion.start[3] += 30, motion.path[0] = -40;
+            const int axis = situation == kLying ? 2 : 0;
+            motion.start[4 * axis + 3] += 30, motion.path[axis] = -40;
         }
         scapi_impact result{};
         scapi_time_of_impact(Query(), c.a, &still, c.b, &motion, &options, &result);
-        sum += result.t_clear, tests += double(result.tests);
+        sum += result.t_clear, tests += double(result.tests), clearance += result.clearance;
         next = (next + 1) % kPoses;
     }
     state.counters["sum"] = sum / double(state.iterations());
+    state.counters["clearance"] = clearance / double(state.iterations());
     state.counters["tests"] = tests / double(state.iterations());
 }
 
@@ -229,6 +257,21 @@ void Make(benchmark::State& state)
         state.ResumeTiming();
     }
     state.counters["bytes_per_triangle"] = bytes;
+}
+
+void Diagnose(benchmark::State& state, bool crossings)
+{
+    const Case& c = GetCase(kNear, static_cast<int>(state.range(0)));
+    scapi_diagnose_options options{};
+    options.size = sizeof options;
+    options.flags = crossings ? SCAPI_SELF_CROSSINGS : 0;
+    double sum = 0;
+    for (auto _ : state) {
+        scapi_diagnosis diagnosis{};
+        scapi_diagnose(c.a, &options, &diagnosis);
+        sum += double(diagnosis.edges + diagnosis.self_crossings.count);
+    }
+    state.counters["sum"] = sum / double(state.iterations());
 }
 
 #ifdef BENCH_WITH_FCL
@@ -302,8 +345,10 @@ void Register(int situation, const std::string& name)
     };
     add("within/" + name, [=](benchmark::State& s) { Within(s, situation); });
     add("distance/" + name, [=](benchmark::State& s) { Closest(s, situation); });
+    if (situation == kHit || situation == kLying)
+        add("contacts/" + name, [=](benchmark::State& s) { Contacts(s, situation); });
     add("straight/" + name, [=](benchmark::State& s) { Impact(s, situation, false); });
-    if (situation != kHit)
+    if (situation != kHit && situation != kLying)
         add("quarter_turn/" + name, [=](benchmark::State& s) { Impact(s, situation, true); });
 #ifdef BENCH_WITH_FCL
     add("fcl_collide/" + name, [=](benchmark::State& s) { Fcl(s, situation, false); });
@@ -324,9 +369,14 @@ int main(int count, char** arguments)
         };
         Register(kFiles + i / 2, stem(i) + "+" + stem(i + 1));
     }
-    benchmark::RegisterBenchmark("make_mesh", Make)
-        ->RangeMultiplier(10)
-        ->Range(1000, 1000000)
-        ->Unit(benchmark::kMillisecond);
+    const auto add = [](const char* row, auto&& run) {
+        benchmark::RegisterBenchmark(row, run)
+            ->RangeMultiplier(10)
+            ->Range(1000, 1000000)
+            ->Unit(benchmark::kMillisecond);
+    };
+    add("make_mesh", Make);
+    add("diagnose", [](benchmark::State& s) { Diagnose(s, false); });
+    add("diagnose_self_crossings", [](benchmark::State& s) { Diagnose(s, true); });
     benchmark::RunSpecifiedBenchmarks();
 }
