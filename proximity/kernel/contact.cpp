@@ -141,6 +141,8 @@ bool InteriorsCross(const Triangle& a, const Triangle& b)
 {
     const Sides sidesA = SidesOf(a, b);
     if (AreOnOneSide(sidesA)) return false;
+    // What lies in a plane crosses nothing in it.
+    if (sidesA.AreOne() && !IsDegenerate(b.corner)) return false;
     const Sides sidesB = SidesOf(b, a);
     return !AreOnOneSide(sidesB) && InteriorsCross(a, sidesA, b, sidesB);
 }

@@ -1,5 +1,6 @@
 #include "proximity/query/closest.h"
 
+#include "proximity/exact/intersection.h"
 #include "proximity/query/containment.h"
 #include "proximity/query/leaf_cache.h"
 
@@ -28,6 +29,12 @@ struct Search {
 
     bool Spend() { return ++closest.tests <= limits.budget; }
 
+    void SetNearest(std::int32_t numberA, std::int32_t numberB, const PairDistance& distance)
+    {
+        closest.a = numberA, closest.b = numberB;
+        closest.pointA = VecOf(distance.pointA), closest.pointB = VecOf(distance.pointB);
+    }
+
     /// Adds a certified pair to what is known. @return whether it crosses
     bool Note(const Triangle& triangleA, const Triangle& triangleB, std::int32_t numberA,
               std::int32_t numberB, const PairDistance& distance)
@@ -36,16 +43,26 @@ struct Search {
         const double upper = distance.upper + error;
         if (upper < closest.upper) {
             closest.upper = upper;
-            closest.a = numberA, closest.b = numberB;
-            closest.pointA = VecOf(distance.pointA), closest.pointB = VecOf(distance.pointB);
+            SetNearest(numberA, numberB, distance);
         }
         if (distance.lower > 0) return false;
         // A certificate that is good enough need not show that a point is shared.
-        if (!InteriorsCross(triangleA, triangleB)) return false;
-        closest.crosses = true;
-        closest.a = numberA, closest.b = numberB;
-        closest.pointA = VecOf(distance.pointA), closest.pointB = VecOf(distance.pointB);
-        return true;
+        if (InteriorsCross(triangleA, triangleB)) {
+            closest.crosses = true;
+            SetNearest(numberA, numberB, distance);
+            return true;
+        }
+        return false;
+    }
+
+    /// A pair that was not shown to be apart may share a point: then nothing is nearer.
+    void NoteTouch(const Triangle& triangleA, const Triangle& triangleB, std::int32_t numberA,
+                   std::int32_t numberB, const PairDistance& distance)
+    {
+        if (distance.lower > 0 || CanOnlyCross()) return;
+        if (!TrianglesMeet(triangleA.corner, triangleB.corner)) return;
+        closest.upper = error;
+        SetNearest(numberA, numberB, DistanceOf(triangleA, triangleB));
     }
 
     /// Once a pair shares a point, other pairs can but cross: where large faces lie on each other
@@ -96,7 +113,9 @@ struct ClosestSearch : Search {
         if (CanOnlyCross() && !InteriorsCross(x, y)) return true;
         if (Far() < HUGE_VAL && FartherThan(x, y, Far() + error)) return true;
         const double before = closest.upper;
-        const bool crosses = Note(x, y, numberA, numberB, DistanceOf(x, y, error));
+        const PairDistance distance = DistanceOf(x, y, error);
+        const bool crosses = Note(x, y, numberA, numberB, distance);
+        if (!crosses) NoteTouch(x, y, numberA, numberB, distance);
         if (closest.upper < before) UpdateLimit();
         return !crosses;
     }
@@ -134,8 +153,10 @@ struct WithinSearch : Search {
         if (!(distance.lower > limits.tolerance + error)) certain = false;
         if (!InContact()) return true;
         // What crosses shares a point, so nothing farther apart matters from here on.
-        if (limits.wantRelation) SetNear(0);
-        return limits.wantRelation;
+        if (!limits.wantRelation) return false;
+        NoteTouch(x, y, numberA, numberB, distance);
+        SetNear(0);
+        return true;
     }
 
     bool VisitLeaves(Leaf inA, Leaf inB) { return TestNear(*this, inA, inB, near + error); }

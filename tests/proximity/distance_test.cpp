@@ -123,7 +123,9 @@ TEST(ProximityRelation, CrossingIsToldBesideFacesThatOnlyTouch)
         SCOPED_TRACE(c.fault);
         const MeshPtr body = FromFloats(c.corners);
         const scapi_options options = Within(0.01, 0, SCAPI_WANT_RELATION);
-        EXPECT_EQ(Distance(under, kIdentity, body, kIdentity).relation, c.relation);
+        const scapi_result result = Distance(under, kIdentity, body, kIdentity);
+        EXPECT_EQ(result.relation, c.relation);
+        EXPECT_TRUE(result.lower == 0 && result.upper < 1e-12);
         EXPECT_EQ(Distance(body, kIdentity, under, kIdentity).relation, c.relation);
         EXPECT_EQ(AskWithin(under, kIdentity, body, kIdentity, options).relation, c.relation);
     }

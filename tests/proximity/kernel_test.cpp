@@ -94,6 +94,9 @@ void CheckContact(const Pair& pair, const Truth& truth)
 {
     const PairContact contact = ContactOf(pair.a, pair.b);
     ASSERT_EQ(int(contact.relation), int(truth.relation));
+    const bool crosses = truth.relation == PairRelation::kCrossing;
+    ASSERT_EQ(InteriorsCross(pair.a, pair.b), crosses);
+    ASSERT_EQ(InteriorsMeet(pair.a, pair.b), crosses || truth.relation == PairRelation::kCoplanar);
     if (truth.relation == PairRelation::kApart) return;
     const double size = Size(pair);
     ASSERT_TRUE(IsNear(contact.segment[0], truth.shared, size));
