@@ -9,10 +9,13 @@ namespace check
 namespace
 {
 
+/// mm: positions that no program tells apart, but rounding may
+constexpr double kSamePlace = 1e-5;
+
 /// The angle from start to end in the sense of the arc: above 0 to a full turn, with its sign.
 double SweepOf(const Arc& arc, const ArcWords& words)
 {
-    if (words.from[0] == words.to[0] && words.from[1] == words.to[1])
+    if (std::hypot(words.to[0] - words.from[0], words.to[1] - words.from[1]) < kSamePlace)
         return words.clockwise ? -2 * kPi : 2 * kPi;
     const double end = std::atan2(words.to[1] - arc.center[1], words.to[0] - arc.center[0]);
     double turn = words.clockwise ? arc.angle - end : end - arc.angle;
@@ -25,10 +28,10 @@ std::string CenterByRadius(const ArcWords& words, Arc& arc)
 {
     const double dx = words.to[0] - words.from[0], dy = words.to[1] - words.from[1];
     const double chord = std::hypot(dx, dy), radius = std::fabs(*words.radius);
-    if (chord == 0) return "an arc by R needs an end that differs from its start";
+    if (chord < kSamePlace) return "an arc by R needs an end that differs from its start";
     if (radius == 0) return "R is 0";
     if (chord / 2 - radius > kMostArcSlack)
-        return "R" + FormatNumber(radius) + " mm is too small for ends " + FormatNumber(chord) +
+        return 'R' + FormatNumber(radius) + " mm is too small for ends " + FormatNumber(chord) +
                " mm apart";
     arc.slack = std::max(0.0, chord / 2 - radius);
     const double height = std::sqrt(std::max(0.0, radius * radius - chord * chord / 4));

@@ -73,10 +73,12 @@ struct Modal {
     bool toInitial = true; ///< G98
     bool feedGiven = false;
     std::int32_t nextTool = kNone;
+    bool numbered = false;                     ///< by an O word
     bool toolSaid = false;                     ///< T was given: T0 too, for an empty spindle
     double cycleR = 0, cycleZ = 0, cycleQ = 0; ///< words, as given last, mm
     bool hasR = false, hasZ = false, hasQ = false;
-    double initial = 0; ///< where the third axis stood when the cycle was called
+    bool cycleAbsolute = true; ///< G90 or G91 when R and the depth were given
+    double initial = 0;        ///< where the third axis stood when the cycle was called
 };
 
 struct Interpreter {
@@ -238,6 +240,7 @@ struct Interpreter {
 
     void TakeCycleWords(const Block& block, char third)
     {
+        if (block.Word('R') && block.Word(third)) modal.cycleAbsolute = modal.absolute;
         const auto take = [&](char letter, double& value, bool& has) {
             if (const auto given = block.Word(letter)) value = *given * modal.unit, has = true;
         };
@@ -254,6 +257,9 @@ struct Interpreter {
         TakeCycleWords(block, third);
         if (!modal.hasR || !modal.hasZ)
             return Fail(std::string("a canned cycle needs R and ") + third);
+        if (modal.cycleAbsolute != modal.absolute)
+            return Fail(std::string("G90 or G91 within a canned cycle: R and ") + third +
+                        " have to be given anew");
         const double shift = modal.absolute ? OffsetOf(axes[2]) : modal.initial;
         const double top = shift + modal.cycleR;
         const double bottom = (modal.absolute ? shift : top) + modal.cycleZ;
@@ -296,6 +302,8 @@ struct Interpreter {
     {
         const bool arc = modal.motion == 2 || modal.motion == 3;
         const bool arcWords = block.Word('I') || block.Word('J') || block.Word('K');
+        if (Has(block.g, 40) && HasAxisWords(block))
+            return Fail("G4 takes its time by P; axis words beside it could be a time or a motion");
         if (word[kOnce] == 280) return TakeReference(block);
         if (arcWords && !arc) return Fail("I, J, K belong to G2 and G3");
         if (word[kOnce] == 530) {
@@ -348,8 +356,11 @@ struct Interpreter {
             if (block.Word(letter)) Fail(std::string(1, letter) + " is not known");
         if (block.Word('Q') && !cycle) Fail("Q belongs to G83");
         if (block.Word('R') && !cycle && !arc) Fail("R belongs to G2, G3 and canned cycles");
-        if (block.Word('P') && !cycle && word[kHarmless] != 40) Fail("P belongs to G4 and G82");
+        if (block.Word('P') && !cycle && !Has(block.g, 40)) Fail("P belongs to G4 and G82");
         if (block.Word('H') && word[kLength] != 430) Fail("H belongs to G43");
+        if (block.Word('O') && modal.numbered)
+            Fail("a second program begins before the first ends");
+        modal.numbered |= block.Word('O').has_value();
         if (block.Word('D')) WarnOnce("D is not used: cutter compensation is not followed");
     }
 
@@ -386,7 +397,7 @@ struct Interpreter {
             modal.length = known ? job.lengths[static_cast<std::size_t>(h)] : 0;
             const bool fits = tool >= 0 && job.tools[static_cast<std::size_t>(tool)].number == h;
             if (!fits)
-                Warn("H" + FormatNumber(h) + " is not the length of the tool in the spindle");
+                Warn('H' + FormatNumber(h) + " is not the length of the tool in the spindle");
         }
         const int z = AxisOf(job.machine, 'Z');
         if (z >= 0 && modal.length != before) offsetChanged[static_cast<std::size_t>(z)] = true;
@@ -395,7 +406,10 @@ struct Interpreter {
     void TakeModes(const Block& block)
     {
         if (word[kUnits] != kNone) modal.unit = word[kUnits] == 200 ? 25.4 : 1;
-        if (word[kPlane] != kNone) modal.plane = word[kPlane] / 10;
+        const bool newPlane = word[kPlane] != kNone && word[kPlane] / 10 != modal.plane;
+        if (newPlane && modal.motion > 80 && word[kMotion] == kNone)
+            Fail("the plane changes within a canned cycle");
+        if (newPlane) modal.plane = word[kPlane] / 10;
         if (word[kDistance] != kNone) modal.absolute = word[kDistance] == 900;
         if (word[kReturn] != kNone) modal.toInitial = word[kReturn] == 980;
         if (word[kWork] != kNone) {
@@ -405,7 +419,7 @@ struct Interpreter {
         TakeLength(block);
         if (word[kMotion] == kNone) return;
         const int motion = word[kMotion] / 10;
-        if (motion > 80 && modal.motion <= 80) {
+        if (motion > 80 && (modal.motion <= 80 || newPlane)) {
             modal.hasR = modal.hasZ = modal.hasQ = false;
             const int third = AxisOf(job.machine, PlaneLetters()[2]);
             if (third >= 0) modal.initial = at[static_cast<std::size_t>(third)];

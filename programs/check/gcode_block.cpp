@@ -14,6 +14,21 @@ constexpr double kMostWord = 1e6; ///< in the units of the program
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
+/// What cannot be read, for a message: a terminal should not obey it, and its beginning is enough.
+std::string Quoted(const std::string& text)
+{
+    constexpr std::size_t kMost = 40;
+    std::string out = "\"";
+    for (const char c : text.substr(0, kMost)) {
+        const auto code = static_cast<unsigned char>(c);
+        out += code < ' ' || code == 127 ? '?' : c;
+    }
+    out += text.size() > kMost ? "...\"" : "\"";
+    if (text.find_first_of("#[=<") != std::string::npos)
+        out += "; variables, expressions and calls are not followed";
+    return out;
+}
+
 /// Without blanks and comments, in capitals.
 std::string Bare(std::string_view line, std::string& fault)
 {
@@ -78,7 +93,8 @@ std::string ReadBlock(std::string_view line, Block& block)
     const std::string text = Bare(line, fault);
     if (!fault.empty() || text.empty()) return fault;
     block.programMark = text[0] == '%';
-    if (block.programMark) return text.size() == 1 ? "" : "behind % stands " + text.substr(1);
+    if (block.programMark)
+        return text.size() == 1 ? "" : "behind % stands " + Quoted(text.substr(1));
     std::size_t at = 0;
     if (text[0] == '/') block.deletable = true, ++at;
     while (at < text.size()) {
@@ -86,9 +102,9 @@ std::string ReadBlock(std::string_view line, Block& block)
         const std::size_t start = at++;
         double number = 0;
         if (letter < 'A' || letter > 'Z')
-            return "cannot read \"" + text.substr(start) + "\": a word is a letter and a number";
+            return "no word of a letter and a number: " + Quoted(text.substr(start));
         if (!TakeNumber(text, at, number))
-            return std::string(1, letter) + " has no number: \"" + text.substr(start) + "\"";
+            return std::string(1, letter) + " has no number: " + Quoted(text.substr(start));
         const std::string wrong = StoreWord(letter, number, text.substr(start, at - start), block);
         if (!wrong.empty()) return wrong;
     }

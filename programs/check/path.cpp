@@ -25,11 +25,13 @@ std::string LineOf(const Program& program, std::int32_t line)
 bool ReadText(const std::string& path, Program& program, Problems& problems)
 {
     if (!ReadFile(path, program.text, problems)) return false;
-    for (std::size_t at = 0; at < program.text.size();) {
+    // A carriage return alone ends a line too: a comment must not swallow the line behind it.
+    const std::string& text = program.text;
+    for (std::size_t at = text.starts_with("\xef\xbb\xbf") ? 3 : 0; at < text.size();) {
         program.lines.push_back(at);
-        at = program.text.find('\n', at);
+        at = text.find_first_of("\r\n", at);
         if (at == std::string::npos) break;
-        ++at;
+        at += text.compare(at, 2, "\r\n") == 0 ? 2 : 1;
     }
     return true;
 }

@@ -65,6 +65,13 @@ constexpr Row kRows[] = {
      "rapid 1 X1; rapid 2 Y2; feed 3 Z3; feed 4 X4; "},
     {"LowerCaseOrBlanksOrNumbersOfBlocks", "n10 g 0 x 1 . 5y-.5\r\nN20Y+3\r\n",
      "rapid 1 X1.5 Y-0.5; rapid 2 Y3; "},
+    {"LineEndsOfAnOldMacSwallowLines", "G0 X1 ; a\rX2\rX3\r\nX4",
+     "rapid 1 X1; rapid 2 X2; rapid 3 X3; "
+     "rapid 4 X4; "},
+    {"ByteOrderMarkIsAWord", "\xef\xbb\xbfG0 X1", "rapid 1 X1; "},
+    {"DwellOfXIsAMotion", "G0 X1\nG4 X2",
+     "2: G4 takes its time by P; axis words beside it could be a time or a motion; "},
+    {"DwellAsTheTextHasIt", "G0 X1\nG4 P2\nX3", "rapid 1 X1; rapid 3 X3; "},
     {"CommentsAreRead", "(G0 X5)G0 X1(mm) Y2;Z9\n; X7", "rapid 1 X1 Y2; "},
     {"LeadingZeros", "G00 X1\nG01 Y1 F1", "rapid 1 X1; feed 2 Y1; "},
     {"InchesAreNotConverted", "G20 G0 X1 A90\nG21 Y1", "rapid 1 X25.4 A90; rapid 2 Y1; "},
@@ -92,6 +99,15 @@ constexpr Row kRows[] = {
      "rapid 1 Z20; rapid 2 X5; rapid 2 Z12; feed 2 Z9; retract 2 Z12; rapid 2 Z20; "},
     {"CycleInAnotherPlane", "G0 Y20\nG18 G81 X5 Y-3 R2 F9",
      "rapid 1 Y20; rapid 2 X5; rapid 2 Y2; feed 2 Y-3; retract 2 Y2; rapid 2 Y20; "},
+    {"DepthsOfACycleAreReadAnotherWay", "G0 Z20\nG81 Z-3 R2 F9\nG91 X5",
+     "3: G90 or G91 within a canned cycle: R and Z have to be given anew; "},
+    {"DepthsGivenAnewInIncrements", "G0 Z20\nG99 G81 Z-3 R2 F9\nG91 X5 Z-4 R-19",
+     "rapid 1 Z20; rapid 2 Z2; feed 2 Z-3; retract 2 Z2; rapid 3 X5; rapid 3 Z1; feed 3 Z-3; "
+     "retract 3 Z1; "},
+    {"PlaneTurnsUnderACycle", "G0 Z20\nG81 Z-3 R2 F9\nG18 X5",
+     "3: the plane changes within a canned cycle; "},
+    {"CycleOfANewPlaneKeepsTheOldOnesWords", "G0 Z20 Y20\nG81 Z-3 R2 F9\nG18 G81 X5 R2",
+     "3: a canned cycle needs R and Y; "},
     {"G0DoesNotEndACycle", "G0 Z20\nG81 Z-3 R2 F9\nG0 X5",
      "rapid 1 Z20; rapid 2 Z2; feed 2 Z-3; retract 2 Z2; rapid 2 Z20; rapid 3 X5; "},
     {"GoesOnBehindTheEnd", "%\nG0 X1\nM30\nX2\n%", "rapid 2 X1; "},
@@ -106,8 +122,16 @@ constexpr Row kRows[] = {
     {"TwoOfAGroup", "G0 G1 X1", "1: G0 and G1 exclude each other in one block; "},
     {"TwoOfALetter", "G0 X1 X2", "1: a second X in one block; "},
     {"AxesWithoutMotion", "X1", "1: axis words, but no motion such as G0 or G1 is in force; "},
-    {"Expression", "G0 X[1+2]", "1: X has no number: \"X[1+2]\"; "},
-    {"Variable", "#1=5", "1: cannot read \"#1=5\": a word is a letter and a number; "},
+    {"Expression", "G0 X[1+2]",
+     "1: X has no number: \"X[1+2]\"; variables, expressions and calls are not followed; "},
+    {"Variable", "#1=5",
+     "1: no word of a letter and a number: \"#1=5\"; variables, expressions and calls are not "
+     "followed; "},
+    {"ProgramsFollowEachOther", "O1\nG0 X1\nO2\nX2",
+     "3: a second program begins before the first ends; "},
+    {"TerminalObeysAProgram", "\x1b[31m",
+     "1: no word of a letter and a number: \"?[31M\"; variables, expressions and calls are not "
+     "followed; "},
     {"NotANumber", "G0 Xnan", "1: X has no number: \"XNAN\"; "},
     {"Exponent", "G0 X1E5", "1: E is not known; "},
     {"HugeNumber", "G0 X99999999", "1: X99999999 is out of range; "},
@@ -145,6 +169,10 @@ constexpr ArcRow kArcs[] = {
     {"G2RunsTheOtherWay", "G17 G2 X-10 Y0 I-10", {0, -10, 0}, -180},
     {"G3", "G17 G3 X-10 Y0 I-10", {0, 10, 0}, 180},
     {"FullTurn", "G17 G3 I-10", {-10, 0, 0}, 360},
+    {"FullTurnIsLostByRounding",
+     "G20 G91 X.1\nX.2\nX-.3\nG21 G90 G17 G3 X10 Y0 I-10",
+     {-10, 0, 0},
+     360},
     {"HelixDoesNotRise", "G17 G3 I-10 Z6", {-10, 0, 3}, 360},
     {"MinorArcByR", "G17 G3 X0 Y10 R10", {7.0710678, 7.0710678, 0}, 90},
     {"MajorArcByR", "G17 G3 X20 Y10 R-10", {27.0710678, -7.0710678, 0}, 270},
@@ -159,7 +187,7 @@ TEST(CheckGcode, ArcsOfAllPlanes)
         Job job = MakeJob(std::string("G0 X10 Y0 Z0\nF9 ") + row.words + "\nM30");
         Problems problems;
         ASSERT_TRUE(ReadGcode(job, problems)) << row.fault << Describe(problems.at(0));
-        const Path path = PathOf(job.machine, job.program, job.program.moves.at(2), true);
+        const Path path = PathOf(job.machine, job.program, job.program.moves.back(), true);
         const Position at = At(path, 0.5);
         for (std::size_t i = 0; i < 3; ++i)
             EXPECT_NEAR(at[i], row.middle[i], 1e-6) << row.fault << i;
