@@ -132,7 +132,7 @@ struct Reader {
     {
         if (profile.empty()) return;
         Body body;
-        body.name = "T" + std::to_string(tool.number) + " " + NameOf(group);
+        body.name = 'T' + std::to_string(tool.number) + " " + NameOf(group);
         body.group = group, body.side = Side::kHead;
         body.tool = static_cast<std::int32_t>(job.tools.size());
         body.frame.link = job.machine.HeadLink();
@@ -149,7 +149,7 @@ struct Reader {
             return;
         Tool tool;
         tool.number = Integer(Need(node, "number"), 1, 99999, 1);
-        tool.name = Text(Find(node, "name"), "T" + std::to_string(tool.number));
+        tool.name = Text(Find(node, "name"), 'T' + std::to_string(tool.number));
         tool.length = LengthOf(Need(node, "length"), 0, kMostLength, 0);
         for (const Tool& other : job.tools)
             if (other.number == tool.number) Complain(node, "a second tool of this number");
@@ -192,7 +192,7 @@ struct Reader {
     {
         if (!node || !IsObject(node, {"G54", "G55", "G56", "G57", "G58", "G59"})) return;
         for (std::size_t i = 0; i < job.offsets.size(); ++i) {
-            const Node offset = Find(node, "G" + std::to_string(54 + i));
+            const Node offset = Find(node, 'G' + std::to_string(54 + i));
             if (offset && IsObject(offset, {"X", "Y", "Z", "A", "B", "C"}))
                 ReadPosition(offset, job.offsets[i]);
         }
@@ -214,12 +214,25 @@ struct Reader {
         s.range = std::max({s.range, s.limit, s.tolerance});
     }
 
+    /// Does the text name a file that can be there to read? With a complaint where it does not.
+    bool IsFile(const Node& node) const
+    {
+        const std::string name = Text(node);
+        if (name.empty()) return false;
+        std::error_code error;
+        const auto status = std::filesystem::status(BesideOf(job.path, name), error);
+        const bool there = std::filesystem::exists(status);
+        if (there && !std::filesystem::is_directory(status)) return true;
+        Complain(node, BesideOf(job.path, name) + (there ? " is a folder" : " is missing"));
+        return false;
+    }
+
     void ReadMachinePart(const Node& node)
     {
         if (!node) return;
         if (!node.value->is_string()) {
             job.machine = ReadMachine(node);
-        } else {
+        } else if (IsFile(node)) {
             JsonFile file;
             if (ReadJson(BesideOf(job.path, Text(node)), file, problems))
                 job.machine = ReadMachine(Root(file, problems));
@@ -278,22 +291,28 @@ struct Reader {
         const Node gcode = Find(root, "program"), table = Find(root, "positions");
         if (!gcode == !table) return Complain(root, "needs one of \"program\" and \"positions\"");
         job.isTable = !gcode;
-        job.programPath = BesideOf(job.path, Text(gcode ? gcode : table));
+        if (IsFile(gcode ? gcode : table))
+            job.programPath = BesideOf(job.path, Text(gcode ? gcode : table));
     }
 };
 
+/// One warning for moves that follow each other: a program may be beyond a limit a million times.
 void CheckLimits(const Job& job, Problems& warnings)
 {
+    std::array<bool, kMaxAxes> beyond{};
     for (const Move& move : job.program.moves) {
         const Path path = PathOf(job.machine, job.program, move, false);
         for (std::size_t i = 0; i < job.machine.axes.size(); ++i) {
             const Axis& axis = job.machine.axes[i];
             const auto [low, high] = RangeOf(path, i);
-            if (axis.low - 1e-9 <= low && high <= axis.high + 1e-9) continue;
+            const bool before = beyond[i];
+            beyond[i] = low < axis.low - 1e-9 || axis.high + 1e-9 < high;
+            if (!beyond[i] || before) continue;
             const double farthest = low < axis.low ? low : high;
             warnings.push_back({job.programPath, move.line, "",
                                 std::string("axis ") + axis.letter + " at " +
-                                    FormatNumber(farthest) + " is beyond its limits"});
+                                    FormatNumber(farthest) +
+                                    " is beyond its limits (named until it is back)"});
         }
     }
 }

@@ -12,6 +12,9 @@ namespace check
 namespace
 {
 
+/// Pointers grow with each level.
+constexpr std::size_t kMostLevels = 100;
+
 /// As a JSON pointer has it.
 std::string Escaped(const std::string& key)
 {
@@ -61,6 +64,11 @@ struct LineScan {
     {
         Note();
         if (c == '{' || c == '[') {
+            if (levels.size() == kMostLevels) {
+                problems.push_back({file.path, line, "", "is nested too deep"});
+                at = file.text.size();
+                return;
+            }
             levels.push_back({Pointer(), c == '['});
             ++at;
         } else if (c == '"') {
@@ -113,7 +121,7 @@ std::string Reason(const std::string& what)
 
 } // namespace
 
-bool ReadJson(const std::string& path, JsonFile& file, Problems& problems)
+bool ParseJson(const std::string& path, JsonFile& file, Problems& problems)
 {
     file.path = path;
     if (!ReadFile(path, file.text, problems)) return false;
@@ -127,6 +135,12 @@ bool ReadJson(const std::string& path, JsonFile& file, Problems& problems)
         problems.push_back({path, 0, "", Reason(error.what())});
         return false;
     }
+    return true;
+}
+
+bool ReadJson(const std::string& path, JsonFile& file, Problems& problems)
+{
+    if (!ParseJson(path, file, problems)) return false;
     const std::size_t before = problems.size();
     LineScan{file, problems}.Run();
     return problems.size() == before;
@@ -163,7 +177,7 @@ bool IsObject(const Node& node, std::initializer_list<const char*> keys)
 Node Find(const Node& object, const std::string& key)
 {
     Node found = object;
-    found.pointer += "/" + Escaped(key);
+    found.pointer += '/' + Escaped(key);
     found.value = nullptr;
     if (!object || !object.value->is_object()) return found;
     const auto at = object.value->find(key);

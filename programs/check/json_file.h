@@ -21,7 +21,11 @@ struct JsonFile {
     std::map<std::string, int> lines; ///< of each value, by its JSON pointer
 };
 
-/// Keys that stand twice in an object are a problem: one of them would be dropped.
+/// Reads a file without the lines of its values.
+/// @return whether it is JSON; else a problem
+bool ParseJson(const std::string& path, JsonFile& file, Problems& problems);
+
+/// As ParseJson, with the lines. Keys that stand twice in an object are a problem: one of them would be dropped.
 /// @return whether the file was read; else a problem more
 bool ReadJson(const std::string& path, JsonFile& file, Problems& problems);
 

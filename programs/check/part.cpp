@@ -121,7 +121,7 @@ bool MergeParts(const Job& job, const std::vector<std::string>& paths, Findings&
     std::vector<bool> taken;
     for (const std::string& path : paths) {
         JsonFile file;
-        if (!ReadJson(path, file, problems)) continue;
+        if (!ParseJson(path, file, problems)) continue;
         const std::string fault = TakePart(job, *file.root, taken, findings);
         if (!fault.empty()) problems.push_back({path, 0, "", fault});
     }

@@ -89,6 +89,7 @@ class Hostile(Runs):
 
     def test_broken_json_is_named_with_its_line(self):
         for text, message in ((b'{\n"units": "mm",\n}', "job.json:3: "), (b"", "job.json:1: "), (b"[" * 100000, "job.json:1"),
+                              (b"[\n" * 100000 + b"]" * 100000, "job.json:101: is nested too deep"),
                               (b'{"units": NaN}', "job.json:1: "), (b'{"tolerance": 1e999}', "job.json"),
                               (b'\xff\xfe{}', "job.json:1: "), (b'[1]', "must be an object"),
                               (b'{"name": "a",\n"name": "b"}', "job.json:2: /name: stands twice"),
@@ -119,7 +120,7 @@ class Hostile(Runs):
                 ({"tools": [TOOL, TOOL]}, "a second tool"), ({"start": {"tool": 3}}, "/start/tool"),
                 ({"start": {"A": 3}}, "no axis A"), ({"lengths": {"x": 1}}, "H number"),
                 ({"rules": [{"between": ["nobody", "part"], "rapid": "hit", "feed": "hit"}]}, "nobody"),
-                ({"program": "none.nc"}, "none.nc"), ({"positions": "job.nc"}, "one of \"program\" and \"positions\"")]
+                ({"program": "none.nc"}, "/program: "), ({"program": "."}, "/program: "), ({"machine": "."}, "/machine: "), ({"positions": "job.nc"}, "one of \"program\" and \"positions\"")]
         for change, message in rows:
             with self.subTest(message):
                 self.refused(self.job("M30", **{"bodies": [box([0, 0, 0], [1, 1, 1])], **change}), message)
@@ -137,7 +138,7 @@ class Hostile(Runs):
 
     def test_long_and_binary_programs_end(self):
         body = [box([900, 0, 0], [901, 1, 1])]
-        self.refused(self.job("\0\1\2" * 1000, body), "job.nc:1: cannot read")
+        self.refused(self.job("\0\1\2" * 1000, body), "job.nc:1: no word")
         self.refused(self.job("G0 X1\n" * 3 + "Q" * 100000, body), "job.nc:4: ")
         self.refused(self.job("G91 G0 X900000\n" * 9, body), "beyond 1000 m")
         self.assertEqual(self.run_program("path", self.job("", body)).returncode, 0)
