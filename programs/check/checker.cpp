@@ -34,7 +34,7 @@ struct MoveChecker {
     std::uint32_t index;
     const Move& move;
     const Path path;
-    const double tolerance;
+    const double tolerance, slack; ///< slack: how far the axes may be beside the path
     scapi_query* query;
     std::vector<Hit>& hits;
     std::vector<Undecided>& undecided;
@@ -45,6 +45,12 @@ struct MoveChecker {
     {
         return {job,   path, job.bodies[std::size_t(pair.a)], job.bodies[std::size_t(pair.b)],
                 query, work};
+    }
+
+    /// A sweep at a distance, with room for the slack.
+    SweepResult SweepAt(const Pair& pair, double distance, double start, bool leaving) const
+    {
+        return Sweep(ContextOf(pair), distance + slack, start, leaving);
     }
 
     /// A rapid begins where the feed before it was allowed to touch.
@@ -93,7 +99,7 @@ struct MoveChecker {
     /// @return whether the pair is clear
     bool Judge(const Pair& pair, double start, bool leaving)
     {
-        const SweepResult found = Sweep(ContextOf(pair), tolerance, start, leaving);
+        const SweepResult found = SweepAt(pair, tolerance, start, leaving);
         if (found.outcome == Outcome::kContact) NoteHit(pair, found);
         if (found.outcome == Outcome::kUndecided) NoteUndecided(pair, found);
         return found.outcome == Outcome::kClear;
@@ -105,18 +111,18 @@ struct MoveChecker {
         const SweepContext context = ContextOf(pair);
         double low = tolerance, high = near;
         for (const double sample : {0.0, 0.5, 1.0})
-            high = std::min(high, DistanceAt(context, sample, high));
+            high = std::min(high, DistanceAt(context, sample, high + slack) - slack);
         // Each sweep tells a contact from up to the precision away, so less would never be reached.
         const auto accuracy = [&] {
             return std::max(3 * job.settings.precision, kMeasureShare * high);
         };
         for (double guess = high - accuracy(); high - low > accuracy(); guess = (low + high) / 2) {
-            const SweepResult found = Sweep(context, guess, time, false);
+            const SweepResult found = SweepAt(pair, guess, time, false);
             if (found.outcome == Outcome::kUndecided) break;
             if (found.outcome == Outcome::kClear)
                 low = guess;
             else
-                high = std::min(found.distance, high);
+                high = std::min(found.distance - slack, high);
         }
         if (low < best.low) best = {true, pair.a, pair.b, low, std::max(low, high)};
     }
@@ -129,12 +135,12 @@ struct MoveChecker {
             return;
         }
         const double range = std::max(tolerance, std::min(job.settings.range, best.low));
-        const SweepResult found = Sweep(ContextOf(pair), range, 0, false);
+        const SweepResult found = SweepAt(pair, range, 0, false);
         if (found.outcome == Outcome::kClear) return;
-        // What is undecided at the range may be clear at the tolerance: for nothing but the budget.
-        const double start = found.outcome == Outcome::kContact ? found.time : 0;
+        // What is undecided at the range may be clear at the tolerance.
+        const double start = found.clearUntil;
         if (!Judge(pair, start, false)) return;
-        const double near = found.outcome == Outcome::kContact ? found.distance : range;
+        const double near = found.outcome == Outcome::kContact ? found.distance - slack : range;
         const auto from = std::chrono::steady_clock::now();
         MeasureClearance(pair, start, near);
         work.measureSeconds +=
@@ -175,8 +181,8 @@ Clearance CheckMove(const Job& job, const Pairs& pairs, std::uint32_t index, std
     scapi_query_create(&made);
     const QueryPtr query(made);
     const double slack = path.arc ? path.arc->slack : 0;
-    MoveChecker checker{job,         index, move,      path, job.settings.tolerance + slack,
-                        query.get(), hits,  undecided, work};
+    MoveChecker checker{job,   index,       move, path,      job.settings.tolerance,
+                        slack, query.get(), hits, undecided, work};
     std::array<bool, kMaxAxes + 1> moves{};
     for (std::size_t link = 0; link <= job.machine.axes.size(); ++link)
         moves[link] = Moves(job, path, link);

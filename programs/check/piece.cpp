@@ -54,7 +54,7 @@ double ArcStretch(const Machine& machine, const Piece& piece,
 }
 
 /// From the body back to the base: `reach` is how far an axis moves the farthest point of the body
-/// for each mm or radian, at any time of the piece.
+/// for each mm or radian, at any time of the piece, `halfWay` in the middle of it.
 ChainBound BoundChain(const Machine& machine, const Piece& piece, const BodyFrame& body)
 {
     std::array<std::size_t, kMaxAxes> chain{};
@@ -68,19 +68,19 @@ ChainBound BoundChain(const Machine& machine, const Piece& piece, const BodyFram
     for (std::size_t k = count; k-- > 0;) {
         const Axis& axis = machine.axes[chain[k]];
         const double travel = piece.travel[chain[k]];
-        double reach = 1;
+        double reach = 1, halfWay = 1;
         if (axis.rotary) {
             const Pose& before = piece.middle[ParentLink(machine, chain[k])];
-            reach = FarthestFrom(corners, Placed(before, axis.through),
-                                 Turned(before, axis.direction)) +
-                    beyond / 2;
+            halfWay =
+                FarthestFrom(corners, Placed(before, axis.through), Turned(before, axis.direction));
+            reach = halfWay + beyond / 2;
             out.curving += travel * (travel * reach + 2 * beyond);
             if (travel > 0 && out.turning++ == 0) out.lastTurning = chain[k];
             if (travel > 0 && beyond > 0) out.movesBeyond = true;
         }
         const bool ofArc = arc && (chain[k] == piece.arcAxes[0] || chain[k] == piece.arcAxes[1]);
         if (ofArc && !arcCounted) out.displacement += stretch * travel / 2;
-        if (!ofArc) out.displacement += travel * reach / 2;
+        if (!ofArc) out.displacement += travel * halfWay / 2;
         arcCounted |= ofArc;
         beyond += travel * reach;
     }

@@ -93,6 +93,7 @@ struct Sweeper {
     {
         result.outcome = Outcome::kContact;
         result.time = time;
+        result.clearUntil = std::min(result.clearUntil, time);
         result.inside = impact.verdict == SCAPI_INSIDE;
         const scapi_result found = Measure(c, time, 0);
         result.distance = found.upper;
@@ -114,6 +115,7 @@ struct Sweeper {
         if (result.outcome == Outcome::kUndecided) return;
         result.outcome = Outcome::kUndecided;
         result.time = piece.start + (piece.end - piece.start) * impact.t_clear;
+        result.clearUntil = result.time;
         result.openMesh = !(c.a.closed && c.b.closed);
     }
 
@@ -164,7 +166,9 @@ struct Sweeper {
         const double deviation = motionA.deviation + motionB.deviation;
         const bool exact =
             deviation <= kDeviationShare * Precision() || span.end - span.start <= 2 * kLeastPiece;
-        if (!exact && !(deviation <= kUsefulDeviation * std::min(c.a.radius, c.b.radius))) {
+        // Contact that is left may not get deeper, not even by a deviation.
+        if (!exact &&
+            (leaving || !(deviation <= kUsefulDeviation * std::min(c.a.radius, c.b.radius)))) {
             Divide(span.start, span.end);
             return true;
         }

@@ -26,6 +26,7 @@ enum class Outcome { kClear, kContact, kUndecided };
 struct SweepResult {
     Outcome outcome = Outcome::kClear;
     double time = 1;            ///< kContact: of it; kUndecided: clear before
+    double clearUntil = 1;      ///< clear at all times below, from the start of the sweep on
     double distance = HUGE_VAL; ///< kContact: an upper bound of the distance then
     bool inside = false;        ///< kContact: one lies in the other
     bool openMesh = false;      ///< kUndecided: for the want of a closed mesh

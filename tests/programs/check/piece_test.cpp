@@ -117,26 +117,120 @@ TEST(CheckPiece, NoPointLeavesItsBounds)
     EXPECT_GT(worst.displacement, 0.95);
 }
 
-/// An arc of one piece: the sagitta, and nothing less, is what the chord leaves out.
-TEST(CheckPiece, SagittaOfAnArcIsCounted)
+Axis Slide(const Vec& direction) { return {'X', false, direction, {}, 0, 0, 0, 0}; }
+Axis TurnTable(const Vec& direction) { return {'C', true, direction, {}, 0, 0, 0, 0}; }
+
+/// Of one piece, by many samples of the origin of a small body, as parts of the bounds.
+Worst WorstOf(const Machine& machine, const Path& path)
+{
+    const Piece piece = PieceOf(machine, path, 0, 1);
+    const BodyFrame body{machine.axes.size(), kRest, {-1e-3, -1e-3, -1e-3}, {1e-3, 1e-3, 1e-3}};
+    const BodyMotion motion = MotionOf(machine, piece, body);
+    const double displacement = Displacement(machine, piece, body);
+    Worst worst;
+    for (int k = 0; k <= 200; ++k) {
+        const Vec truth = Translation(PlaceLinks(machine, At(path, k / 200.0)).at(body.link));
+        Pose told{};
+        EXPECT_EQ(scapi_motion_pose(&motion.motion, k / 200.0, told.data()), SCAPI_OK);
+        worst.deviation =
+            std::max(worst.deviation, Length(truth - Translation(told)) / motion.deviation);
+        worst.displacement =
+            std::max(worst.displacement,
+                     Length(truth - Translation(piece.middle.at(body.link))) / displacement);
+    }
+    return worst;
+}
+
+struct ArcRow {
+    const char* fault;
+    std::vector<Axis> axes;
+    std::size_t second;             ///< axis of the arc; the first is 0
+    double radius[2];               ///< at the ends
+    double sweep, middle;           ///< radians; the angle half way
+    double deviation, displacement; ///< the least parts of the bounds that the arc reaches
+};
+
+const double kEighth = kPi / 4;
+const ArcRow kArcs[] = {
+    {"LessThanTheSagitta", {Slide({1, 0, 0}), Slide({0, 1, 0})}, 1, {50, 50}, 0.3, 1, 0.98, 0.98},
+    {"SkewedAxesBend",
+     {Slide({1, 0, 0}), Slide({0.5, std::sqrt(0.75), 0})},
+     1,
+     {50, 50},
+     0.3,
+     kEighth,
+     0.98,
+     0.5},
+    {"SkewedAxesMove",
+     {Slide({1, 0, 0}), Slide({0.5, std::sqrt(0.75), 0})},
+     1,
+     {50, 50},
+     0.3,
+     -kEighth,
+     0.5,
+     0.98},
+    {"ARotaryAxisBetweenAlignsThemInABend",
+     {Slide({1, 0, 0}), TurnTable({0, 0, 1}), Slide({0, 1, 0})},
+     2,
+     {50, 50},
+     0.3,
+     kEighth,
+     0.98,
+     0},
+    {"ARotaryAxisBetweenAlignsThemInAMove",
+     {Slide({1, 0, 0}), TurnTable({0, 0, 1}), Slide({0, 1, 0})},
+     2,
+     {50, 50},
+     0.3,
+     -kEighth,
+     0,
+     0.98},
+    {"GrowthOfTheRadiusIsLeftOut",
+     {Slide({1, 0, 0}), Slide({0, 1, 0})},
+     1,
+     {10, 60},
+     1,
+     0,
+     0.6,
+     0.6},
+};
+
+TEST(CheckPiece, ArcsComeNearTheirBounds)
+{
+    for (const ArcRow& row : kArcs) {
+        Machine machine;
+        machine.axes = row.axes;
+        machine.tableAxes = row.axes.size();
+        const Arc arc{
+            0,         row.second, {}, {row.radius[0], row.radius[1]}, row.middle - row.sweep / 2,
+            row.sweep, 0};
+        Path path{{}, {}, &arc, {1, 1, 1, 1, 1, 1}, {0, 1}};
+        path.from[1] = path.to[1] = -90; // where that is a rotary axis
+        for (const auto& [time, end] : {std::pair{0, &path.from}, std::pair{1, &path.to}}) {
+            const double angle = arc.angle + time * arc.sweep;
+            (*end)[0] = arc.radius[time] * std::cos(angle);
+            (*end)[row.second] = arc.radius[time] * std::sin(angle);
+        }
+        const Worst worst = WorstOf(machine, path);
+        EXPECT_LE(worst.deviation, 1) << row.fault;
+        EXPECT_GE(worst.deviation, row.deviation) << row.fault;
+        EXPECT_LE(worst.displacement, 1) << row.fault;
+        EXPECT_GE(worst.displacement, row.displacement) << row.fault;
+    }
+}
+
+/// Two tables on one line turn by 95 degrees each; the shortest rotation between the ends is 170
+/// degrees the other way, so half way the motion is on the far side.
+TEST(CheckPiece, TheLongerWayRoundIsFartherOff)
 {
     Machine machine;
     machine.tableAxes = 2;
-    machine.axes.resize(2);
-    machine.axes[1].direction = {0, 1, 0};
-    for (const double sweep : {0.01, 0.3, 1.5}) {
-        const Arc arc{0, 1, {0, 0}, {50, 50}, 0, sweep, 0};
-        Path path{{50, 0},
-                  {50 * std::cos(sweep), 50 * std::sin(sweep)},
-                  &arc,
-                  {1, 1, 1, 1, 1, 1},
-                  {0, 1}};
-        const Piece piece = PieceOf(machine, path, 0, 1);
-        const double bound = MotionOf(machine, piece, {2, kRest, {0, 0, 0}, {1, 1, 1}}).deviation;
-        const double sagitta = 50 * (1 - std::cos(sweep / 2));
-        EXPECT_GE(bound, sagitta);
-        EXPECT_LE(bound, 1.2 * sagitta + 1e-6) << sweep;
-    }
+    machine.axes = {TurnTable({0, 0, 1}), TurnTable({0, 0, 1})};
+    machine.axes[0].through = machine.axes[1].through = {50, 0, 0};
+    const Path path{{0, 0}, {95, 95}, nullptr, {1, 1, 1, 1, 1, 1}, {0, 1}};
+    const Worst worst = WorstOf(machine, path);
+    EXPECT_LE(worst.deviation, 1);
+    EXPECT_GE(worst.deviation, 0.7);
 }
 
 /// One rotary axis that is carried by linear ones that move is a motion of the library as it is.
