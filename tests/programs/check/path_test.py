@@ -2,9 +2,13 @@
 """Whole runs of `scapi-check path` on jobs whose answers are worked out by hand.
 
 Usage: path_test.py SCAPI_CHECK EXAMPLES SCHEMA [unittest arguments]"""
+import contextlib
 import json
 import math
+import os
 import pathlib
+import pty
+import re
 import signal
 import subprocess
 import sys
@@ -214,9 +218,33 @@ class Path(Runs):
         other = self.run_program("merge", EXAMPLES / "three_axis.json", *parts)
         self.assertIn("another job", other.stderr)
 
+    def long_job(self):
+        program = START + "G0 Z-10\nX50\n" + "G1 X5.5 Y5.5\nX5.6 Y5.6\n" * 50000 + "M30"
+        return self.job(program, [box([-9, -9, -30], [0, 0, 30])])
+
+    def test_terminal_shows_the_time_left_and_takes_an_interrupt(self):
+        job, report = self.long_job(), self.folder / "r.json"
+        pid, terminal = pty.fork()
+        if pid == 0:
+            os.execv(self.PROGRAM, [self.PROGRAM, "path", str(job), "--jobs", "2", "--json", str(report)])
+        shown = b""
+        while not re.search(rb"checking 100003 moves \[#* *\] +\d+ %, \d+:\d\d left", shown):
+            shown += os.read(terminal, 4096)
+        os.write(terminal, b"\x03")
+        # Behind the end of the program a terminal gives an error.
+        with contextlib.suppress(OSError):
+            while part := os.read(terminal, 4096):
+                shown += part
+        status = os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
+        self.assertIn(b"\r\x1b[K", shown[shown.rindex(b"left"):], "the bar is left on the screen")
+        self.assertIn(b"of them checked", shown)
+        found = json.loads(report.read_text())
+        self.assertLess(0, found["checked"])
+        self.assertLess(found["checked"], found["moves"])
+        self.assertEqual(status, {"hits": 1, "undecided": 3}[found["verdict"]])
+
     def test_interrupt_leaves_what_was_found(self):
-        program = START + "G0 Z-10\nX50\n" + "G1 X5.5 Y5.5\nX5.6 Y5.6\n" * 20000 + "M30"
-        job = self.job(program, [box([-9, -9, -30], [0, 0, 30])])
+        job = self.long_job()
         run = subprocess.Popen([self.PROGRAM, "path", job, "--jobs", "1", "--json", self.folder / "r.json"],
                                stdout=subprocess.PIPE, text=True)
         # The handler stands before the first move is checked, and the moves take far longer than this.
