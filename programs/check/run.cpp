@@ -35,19 +35,22 @@ struct Queue {
     std::atomic<std::size_t> next, done{0};
 };
 
-void RunWorker(const Job& job, const Pairs& pairs, Queue& queue, std::vector<Clearance>& clearance,
-               Worker& worker)
+/// @return what this thread has found; on its own stack until then, since neighbours in an array
+/// would share cache lines with every count
+Worker RunWorker(const Job& job, const Pairs& pairs, Queue& queue,
+                 std::vector<Clearance>& clearance)
 {
+    Worker worker;
     for (;;) {
         const std::size_t first = queue.next.fetch_add(kMovesAtATime);
         const std::size_t end = std::min(first + kMovesAtATime, queue.end);
-        if (first >= end) return;
+        if (first >= end) return worker;
         for (std::size_t move = first; move < end; ++move) {
-            if (Interrupted()) return;
+            if (Interrupted()) return worker;
             clearance[move] = CheckMove(job, pairs, static_cast<std::uint32_t>(move), worker.hits,
                                         worker.undecided, worker.work);
-            ++queue.done;
         }
+        queue.done += end - first;
     }
 }
 
@@ -92,7 +95,7 @@ Findings CheckMoves(const Job& job, const Pairs& pairs, const Shard& shard, unsi
         std::vector<std::jthread> running;
         for (Worker& worker : workers)
             running.emplace_back([&] {
-                RunWorker(job, pairs, queue, findings.clearance, worker);
+                worker = RunWorker(job, pairs, queue, findings.clearance);
                 --working;
             });
         ShowProgress(queue, queue.end - first, working);
