@@ -78,7 +78,8 @@ bool WriteMeshPage(const std::string& path, const std::vector<MeshReport>& repor
                    Problems& problems)
 {
     view::Scene scene;
-    scene.title = "Meshes", scene.unit = "mm";
+    scene.title = "Meshes";
+    scene.unit.append("mm");
     scene.steps.resize(1);
     const auto faulty = std::count_if(reports.begin(), reports.end(),
                                       [](const auto& report) { return report.IsFaulty(); });

@@ -20,7 +20,7 @@ using Problems = std::vector<Problem>;
 inline std::string Describe(const Problem& problem)
 {
     std::string out = problem.file;
-    if (problem.line > 0) out += ":" + std::to_string(problem.line);
+    if (problem.line > 0) out += ':' + std::to_string(problem.line);
     if (!problem.key.empty()) out += ": " + problem.key;
     return out + ": " + problem.text;
 }

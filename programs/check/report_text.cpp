@@ -45,7 +45,7 @@ std::string MoveName(const Job& job, std::uint32_t index)
 std::string Lines(const Job& job, std::uint32_t first, std::uint32_t last)
 {
     const std::int32_t from = job.program.moves[first].line, to = job.program.moves[last].line;
-    return std::to_string(from) + (from == to ? "" : "-" + std::to_string(to));
+    return std::to_string(from) + (from == to ? "" : '-' + std::to_string(to));
 }
 
 std::string HitTable(const Report& report)

@@ -12,7 +12,7 @@ namespace
 /// @return an error message, empty when the whole text is one finite number
 std::string ParseNumber(std::string_view text, double& value)
 {
-    const std::string quoted = "\"" + std::string(text) + "\"";
+    const std::string quoted = '"' + std::string(text) + '"';
     if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
     const char* end = text.data() + text.size();
     const auto [after, code] = std::from_chars(text.data(), end, value);

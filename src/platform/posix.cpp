@@ -65,7 +65,8 @@ std::FILE* CreateBeside(const char* path, std::string& name)
 {
     constexpr int kTries = 100; // names are only taken where processes were killed
     for (int i = 0; i < kTries; ++i) {
-        name = path + ("." + std::to_string(::getpid())) + "-" + std::to_string(i) + ".tmp";
+        name =
+            std::string(path) + '.' + std::to_string(::getpid()) + '-' + std::to_string(i) + ".tmp";
         const int descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (descriptor < 0 && errno == EEXIST) continue;
         if (descriptor < 0) break;
