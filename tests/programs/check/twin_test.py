@@ -157,6 +157,9 @@ class Writer:
             more = ""
         ends = f"{self.word(first, base[0] + end[0])} {self.word(second, base[1] + end[1])}"
         letters = {"X": "I", "Y": "J", "Z": "K"}
+        if kind > 1:
+            # As much as a control takes: the circles of both ends differ.
+            center[0] += self.random.choice((0, 0, 0.008))
         centers = f"{self.word(letters[first], center[0])} {self.word(letters[second], center[1])}"
         g = self.random.choice(("G2", "G3"))
         if kind == 0:
