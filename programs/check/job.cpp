@@ -1,12 +1,12 @@
 #include "job.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "gcode.h"
 #include "gcode_block.h"
 #include "position_table.h"
+#include "support/paths.h"
 
 namespace check
 {
@@ -276,7 +276,7 @@ struct Reader {
 
     void ReadParts(const Node& root)
     {
-        job.name = Text(Find(root, "name"), std::filesystem::path(job.path).stem().string());
+        job.name = Text(Find(root, "name"), ToUtf8(ToPath(job.path).stem()));
         unit = UnitOf(root, 1);
         job.programUnit = unit;
         ReadSettings(root);

@@ -10,6 +10,9 @@
 #include "mesh_check.h"
 #include "part.h"
 #include "report.h"
+#include "support/arguments_utf8.h"
+#include "support/paths.h"
+#include "support/terminal.h"
 #include "terminal.h"
 
 namespace
@@ -103,18 +106,19 @@ std::string Check(const Arguments& arguments)
     return {};
 }
 
-std::string ReadArguments(int count, char** words, Arguments& arguments)
+/// @param words  the name of the program first
+std::string ReadArguments(const std::vector<std::string>& words, Arguments& arguments)
 {
-    if (count > 1) arguments.command = words[1];
-    for (int i = 2; i < count; ++i) {
-        const std::string word = words[i];
+    if (words.size() > 1) arguments.command = words[1];
+    for (std::size_t i = 2; i < words.size(); ++i) {
+        const std::string& word = words[i];
         if (word.size() < 2 || word[0] != '-') {
             arguments.files.push_back(word);
         } else if (word == "--stats") {
             arguments.stats = true;
         } else {
             const std::string fault =
-                TakeOption(word, i + 1 < count ? words[i + 1] : "", arguments);
+                TakeOption(word, i + 1 < words.size() ? words[i + 1] : "", arguments);
             if (!fault.empty()) return fault;
             ++i;
         }
@@ -135,7 +139,7 @@ bool Write(const std::string& path, const std::string& text, Problems& problems)
         std::fwrite(text.data(), 1, text.size(), stdout);
         return std::fflush(stdout) == 0;
     }
-    std::ofstream out(path, std::ios::binary);
+    std::ofstream out(ToPath(path), std::ios::binary);
     out << text << std::flush;
     if (!out) problems.push_back({path, 0, "", "cannot be written"});
     return out.good();
@@ -233,15 +237,17 @@ int RunMesh(const Arguments& arguments)
 
 } // namespace
 
-int main(int count, char** words)
+int main(int count, char** given)
 {
+    PrepareStreams();
+    const std::vector<std::string> words = Utf8Arguments(count, given);
     Arguments arguments;
-    const std::string_view first = count > 1 ? words[1] : "";
+    const std::string_view first = words.size() > 1 ? std::string_view(words[1]) : "";
     if (first == "--help" || first == "-h") {
         std::fputs(kUsage, stdout);
         return 0;
     }
-    const std::string fault = ReadArguments(count, words, arguments);
+    const std::string fault = ReadArguments(words, arguments);
     if (!fault.empty()) {
         std::fprintf(stderr, "scapi-check: %s\n\n%s", fault.c_str(), kUsage);
         return static_cast<int>(Verdict::kError);

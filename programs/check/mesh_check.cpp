@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <random>
 
 #include "gcode_block.h"
 #include "scapi/scapi.h"
+#include "support/paths.h"
+#include "support/temporary_folder.h"
 
 namespace check
 {
@@ -14,29 +15,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-/// A folder that goes when its owner goes.
-struct TemporaryFolder {
-    fs::path path;
-
-    TemporaryFolder()
-    {
-        std::random_device random;
-        std::error_code error;
-        const fs::path base = fs::temp_directory_path(error);
-        for (int i = 0; i < 100 && path.empty() && !error; ++i) {
-            const fs::path tried = base / ("scapi-check-" + std::to_string(random()));
-            if (fs::create_directory(tried, error)) path = tried;
-        }
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        if (!path.empty()) fs::remove_all(path, ignored);
-    }
-};
 
 fs::path CacheOf(fs::path stl) { return stl.replace_extension("SLD"); }
 
@@ -57,18 +35,19 @@ std::int64_t CountTriangles()
 CoreLoad LoadCopy(const std::string& path)
 {
     CoreLoad load;
-    const TemporaryFolder folder;
+    const TemporaryFolder folder("scapi-check");
     std::error_code error;
-    const fs::path stl = folder.path / "mesh.stl", cache = CacheOf(stl), beside = CacheOf(path);
-    fs::copy_file(path, stl, error);
-    if (!error) fs::last_write_time(stl, fs::last_write_time(path, error), error);
-    const bool has = fs::is_regular_file(beside, error) && !fs::equivalent(beside, path, error);
+    const fs::path source = ToPath(path), beside = CacheOf(source);
+    const fs::path stl = folder.path / "mesh.stl", cache = CacheOf(stl);
+    fs::copy_file(source, stl, error);
+    if (!error) fs::last_write_time(stl, fs::last_write_time(source, error), error);
+    const bool has = fs::is_regular_file(beside, error) && !fs::equivalent(beside, source, error);
     const fs::file_time_type old{};
     if (has) {
         fs::copy_file(beside, cache, error);
         fs::last_write_time(cache, old, error);
     }
-    std::string name = stl.string();
+    std::string name = ToUtf8(stl);
     load.code = SCAPI_LoadSTL(0, reinterpret_cast<unsigned char*>(name.data()), 0);
     load.triangles = CountTriangles();
     const bool kept = has && fs::last_write_time(cache, error) == old;

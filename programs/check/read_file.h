@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "problems.h"
+#include "support/paths.h"
 
 namespace check
 {
@@ -11,7 +12,7 @@ namespace check
 /// The bytes of a file. @return whether all could be read; else a problem
 inline bool ReadFile(const std::string& path, std::string& text, Problems& problems)
 {
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(ToPath(path), std::ios::binary);
     char block[65536];
     while (in.read(block, sizeof block) || in.gcount() > 0)
         text.append(block, static_cast<std::size_t>(in.gcount()));

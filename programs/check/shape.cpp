@@ -1,9 +1,9 @@
 #include "shape.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "machine.h"
+#include "support/paths.h"
 
 namespace check
 {
@@ -157,7 +157,7 @@ MeshPtr ReadShape(const Node& object, double unit, double chord)
 
 std::string BesideOf(const std::string& file, const std::string& path)
 {
-    return (std::filesystem::path(file).parent_path() / path).string();
+    return ToUtf8(ToPath(file).parent_path() / ToPath(path));
 }
 
 } // namespace check

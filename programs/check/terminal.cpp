@@ -4,11 +4,7 @@
 #include <csignal>
 #include <cstdio>
 
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
+#include "support/terminal.h"
 
 namespace check
 {
@@ -22,15 +18,6 @@ extern "C" void NoteInterrupt(int signal)
 {
     interrupted = true;
     std::signal(signal, SIG_DFL);
-}
-
-bool IsTerminal()
-{
-#ifdef _WIN32
-    return _isatty(_fileno(stderr)) != 0;
-#else
-    return isatty(STDERR_FILENO) != 0;
-#endif
 }
 
 std::string Duration(double seconds)
@@ -51,25 +38,24 @@ void CatchInterrupts()
 {
     std::signal(SIGINT, NoteInterrupt);
     std::signal(SIGTERM, NoteInterrupt);
+#ifdef SIGBREAK
+    std::signal(SIGBREAK, NoteInterrupt); // Ctrl-Break
+#endif
 }
 
 bool Interrupted() { return interrupted; }
 
 Progress::Progress(std::string what, std::int64_t total)
-    : what_(std::move(what)), total_(total), terminal_(IsTerminal()),
-      start_(std::chrono::steady_clock::now()), last_(start_)
+    : what_(std::move(what)), total_(total), start_(std::chrono::steady_clock::now()), last_(start_)
 {
 }
 
-Progress::~Progress()
-{
-    if (shown_) std::fprintf(stderr, "\r\033[K");
-}
+Progress::~Progress() { ShowLine(""); }
 
 void Progress::Show(std::int64_t done)
 {
     constexpr int kWidth = 30;
-    if (!terminal_ || total_ <= 0) return;
+    if (total_ <= 0) return;
     const auto now = std::chrono::steady_clock::now();
     if (shown_ && now - last_ < std::chrono::milliseconds(150)) return;
     last_ = now, shown_ = true;
@@ -78,9 +64,9 @@ void Progress::Show(std::int64_t done)
     const std::string left =
         done > 0 && spent > 1 ? ", " + Duration(spent * (1 - share) / share) + " left" : "";
     const std::string bar(static_cast<std::size_t>(share * kWidth), '#');
-    std::fprintf(stderr, "\r\033[K%s [%-*s] %3.0f %%%s", what_.c_str(), kWidth, bar.c_str(),
-                 100 * share, left.c_str());
-    std::fflush(stderr);
+    char text[60];
+    std::snprintf(text, sizeof text, " [%-*s] %3.0f %%", kWidth, bar.c_str(), 100 * share);
+    ShowLine(what_ + text + left);
 }
 
 } // namespace check

@@ -26,7 +26,7 @@ public:
 private:
     std::string what_;
     std::int64_t total_;
-    bool terminal_, shown_ = false;
+    bool shown_ = false;
     std::chrono::steady_clock::time_point start_, last_;
 };
 

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <system_error>
 
 #include "poses.h"
 #include "scapi/scapi.h"
+#include "support/paths.h"
+#include "support/temporary_folder.h"
 
 namespace pair
 {
@@ -15,32 +16,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-/// A new folder, removed with all in it.
-struct TemporaryFolder {
-    fs::path path;
-
-    TemporaryFolder()
-    {
-        std::error_code failed;
-        std::random_device random;
-        const fs::path base = fs::temp_directory_path(failed);
-        for (int attempt = 0; attempt < 8 && !failed; ++attempt) {
-            const fs::path tried = base / ("scapi-pair-" + std::to_string(random()));
-            if (fs::create_directory(tried, failed)) {
-                path = tried;
-                return;
-            }
-        }
-    }
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        if (!path.empty()) fs::remove_all(path, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-};
 
 bool WriteStl(const fs::path& path, const Solid& solid)
 {
@@ -66,12 +41,12 @@ std::string LoadSlot(int slot, const Source& source, const Solid& solid, const f
     const fs::path path = folder / (std::to_string(slot) + ".stl");
     std::error_code failed;
     if (source.kind == Source::kFile && source.scale == 1)
-        fs::copy_file(source.text, path, failed);
+        fs::copy_file(ToPath(source.text), path, failed);
     else if (!WriteStl(path, solid))
         failed = std::make_error_code(std::errc::io_error);
     const std::string which = std::string("AB").substr(static_cast<std::size_t>(slot), 1);
     if (failed) return which + " cannot be copied for them: " + failed.message();
-    std::string name = path.string();
+    std::string name = ToUtf8(path);
     const int code = SCAPI_LoadSTL(slot, reinterpret_cast<unsigned char*>(name.data()), 0);
     float box[6];
     if ((code == SCAPI_SUCCESS || code == SCAPI_NOT_WRITTEN) && SCAPI_GetBbox(slot, box) == 0)
@@ -114,7 +89,7 @@ Pose Relative(const Request& request, double time)
 FifteenCalls AskFifteenCalls(const Request& request, const std::array<Solid, 2>& solids)
 {
     FifteenCalls calls;
-    const TemporaryFolder folder;
+    const TemporaryFolder folder("scapi-pair");
     if (folder.path.empty()) calls.problem = "there is no folder for temporary files";
     for (std::size_t i = 0; i < 2 && calls.problem.empty(); ++i)
         calls.problem = LoadSlot(int(i), request.sources[i], solids[i], folder.path);

@@ -3,14 +3,10 @@
 #include <string>
 #include <vector>
 
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
-
 #include "report.h"
 #include "scene.h"
+#include "support/arguments_utf8.h"
+#include "support/terminal.h"
 
 namespace pair
 {
@@ -60,24 +56,9 @@ int Fail(const std::string& message)
     return kError;
 }
 
-bool OnTerminal()
-{
-#ifdef _WIN32
-    return _isatty(2) != 0;
-#else
-    return isatty(2) != 0;
-#endif
-}
-
-/// A line of progress that the next one replaces.
-void Progress(const std::string& text)
-{
-    if (OnTerminal()) std::fprintf(stderr, "\r\033[K%s", text.c_str());
-}
-
 void ProgressOfSteps(std::size_t done, std::size_t of)
 {
-    if (done % 16 == 0) Progress("step " + std::to_string(done) + " of " + std::to_string(of));
+    if (done % 16 == 0) ShowLine("step " + std::to_string(done) + " of " + std::to_string(of));
 }
 
 void CollectWarnings(Report& report)
@@ -104,26 +85,26 @@ int Run(const Request& request)
 {
     Report report;
     for (std::size_t i = 0; i < 2; ++i) {
-        Progress("reading " + request.sources[i].text);
+        ShowLine("reading " + request.sources[i].text);
         const std::string error = LoadSolid(request.sources[i], report.solids[i]);
-        if (!error.empty()) return Progress(""), Fail(error);
+        if (!error.empty()) return ShowLine(""), Fail(error);
     }
-    Progress("judging");
+    ShowLine("judging");
     std::string error = Judge(request, report.solids, report.answer);
-    if (!error.empty()) return Progress(""), Fail(error);
+    if (!error.empty()) return ShowLine(""), Fail(error);
     if (request.compare) {
-        Progress("asking the fifteen calls");
+        ShowLine("asking the fifteen calls");
         report.calls = AskFifteenCalls(request, report.solids);
     }
     CollectWarnings(report);
-    Progress("");
+    ShowLine("");
     Print(request, report);
     std::fflush(stdout);
     if (std::ferror(stdout)) return Fail("the answer could not be printed");
     if (request.html.empty()) return ExitStatus(report.answer.verdict);
     const bool written =
         view::WritePage(request.html, MakeScene(request, report, ProgressOfSteps), error);
-    Progress("");
+    ShowLine("");
     return written ? ExitStatus(report.answer.verdict) : Fail(error);
 }
 
@@ -133,7 +114,10 @@ int Run(const Request& request)
 int main(int argc, char** argv)
 {
     pair::Request request;
-    const std::string error = pair::ParseArguments({argv + (argc > 0), argv + argc}, request);
+    PrepareStreams();
+    const std::vector<std::string> words = Utf8Arguments(argc, argv);
+    const std::string error =
+        pair::ParseArguments({words.begin() + !words.empty(), words.end()}, request);
     if (!error.empty()) return pair::Fail(error + "\nTry: scapi-pair --help");
     if (request.help) {
         std::fputs(pair::kUsage, stdout);

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
+
+#include "support/paths.h"
 
 namespace pair
 {
@@ -78,8 +79,7 @@ int Make(const Source& source, scapi_mesh_report& report, scapi_mesh** out)
 std::string LoadSolid(const Source& source, Solid& solid)
 {
     solid.name = source.text;
-    if (source.kind == Source::kFile)
-        solid.name = std::filesystem::path(source.text).filename().string();
+    if (source.kind == Source::kFile) solid.name = ToUtf8(ToPath(source.text).filename());
     scapi_mesh_report report{-1, 0};
     scapi_mesh* mesh = nullptr;
     int code = Make(source, report, &mesh);

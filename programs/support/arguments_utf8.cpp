@@ -22,7 +22,6 @@ std::string Utf8(const wchar_t* wide)
 
 std::vector<std::string> Utf8Arguments(int count, char** arguments)
 {
-    ::SetConsoleOutputCP(CP_UTF8);
     int wideCount = 0;
     wchar_t** wide = ::CommandLineToArgvW(::GetCommandLineW(), &wideCount);
     if (!wide) return {arguments, arguments + count};

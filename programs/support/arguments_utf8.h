@@ -6,7 +6,7 @@
 
 /// The arguments of a program in UTF-8, as the libraries take paths, its own name first. On Windows
 /// they come from the system as it holds them, for those of main() have lost what the code page
-/// lacks, and the console is set to show UTF-8; elsewhere they are those of main() as they are.
+/// lacks; elsewhere they are those of main() as they are.
 std::vector<std::string> Utf8Arguments(int count, char** arguments);
 
 #endif

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "support/paths.h"
 #include "template.h"
 
 namespace view
@@ -282,8 +283,8 @@ bool WritePage(const std::string& path, const Scene& scene, std::string& error)
     if (!error.empty()) return false;
     // A link stays, and what is no plain file, such as a pipe, is written to and never replaced.
     std::error_code none;
-    fs::path target = fs::canonical(path, none);
-    if (none) target = path;
+    fs::path target = fs::canonical(ToPath(path), none);
+    if (none) target = ToPath(path);
     const fs::file_status status = fs::status(target, none);
     if (fs::exists(status) && !fs::is_regular_file(status))
         return WriteFile(target, Page(scene)) || Refuse(path, errno, error);
@@ -293,7 +294,7 @@ bool WritePage(const std::string& path, const Scene& scene, std::string& error)
     if (!WriteFile(temporary.path, Page(scene))) return Refuse(path, errno, error);
     std::error_code failed;
     fs::rename(temporary.path, target, failed);
-    if (failed) return Refuse(path, failed.value(), error);
+    if (failed) return Refuse(path, failed.default_error_condition().value(), error);
     temporary.path.clear();
     return true;
 }

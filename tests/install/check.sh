@@ -34,6 +34,10 @@ cp "$work"/hosts/host_c"$exe" "$work"/hosts/host_cpp"$exe" "$work"
 [[ $($run "$work/host_c$exe" | tr -d '\r') == "$version" ]]
 $run "$work/host_cpp$exe"
 
+# Programs find the libraries where they were put.
+[[ $($run "$prefix/bin/scapi-pair$exe" box:0,0,0,1,1,1 box:3,0,0,4,1,1 | tail -1) == CLEAR* ]]
+$run "$prefix/bin/scapi-check$exe" --help | grep '^Exit status' >/dev/null
+
 # pkg-config, where the tree was moved to.
 pc=$(dirname "$(find "$prefix" -name scapi.pc)")
 export PKG_CONFIG_LIBDIR=$pc
@@ -48,7 +52,7 @@ cmake -S "$here" -B "$work/along" "${options[@]}" --no-warn-unused-cli "-DSCAPI_
     >/dev/null
 if grep '^build .*\(unit_tests\|digest\|interference\)' "$work/along/build.ninja"; then exit 1; fi
 
-for file in include/scapi/proximity.h share/doc/scapi/LICENSE share/man/man3/scapi.3; do
+for file in include/scapi/proximity.h share/scapi/job.schema.json share/doc/scapi/LICENSE share/man/man3/scapi.3; do
     [[ -s $prefix/$file ]]
 done
 grep -q "scapi $version" "$prefix"/share/man/man3/scapi_proximity.3

@@ -20,7 +20,7 @@ class Runs(unittest.TestCase):
     PROGRAM = None
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
+        folder = tempfile.TemporaryDirectory(prefix="夹具 ")
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
@@ -35,8 +35,11 @@ class Runs(unittest.TestCase):
         return path
 
     def run_program(self, *words, timeout=120):
-        return subprocess.run([self.PROGRAM, *map(str, words)], capture_output=True, text=True, timeout=timeout,
-                              errors="replace", cwd=self.folder)
+        """A run whose lines end alike on every system."""
+        run = subprocess.run([self.PROGRAM, *map(str, words)], capture_output=True, timeout=timeout, cwd=self.folder)
+        run.stdout, run.stderr = run.stdout.decode(errors="replace"), run.stderr.decode(errors="replace")
+        self.assertNotIn("\r", run.stdout + run.stderr)
+        return run
 
     def check(self, job, *words):
         """@return the exit status and the report"""

@@ -15,6 +15,7 @@ import tempfile
 import unittest
 
 PAIR = str(pathlib.Path(sys.argv[1]).resolve())
+WINDOWS = "SCAPI_WINE" in os.environ
 CUBE = "box:0,0,0,10,10,10"
 NAN, FAR = "box:0,0,0,nan,1,1", "box:13,0,0,20,10,10"
 CORNERS = [(x, y, z) for z in (0, 1) for y in (0, 1) for x in (0, 1)]
@@ -42,8 +43,12 @@ def write_cube(path, size, facets=FACETS):
     return str(path)
 
 
-def run(*arguments):
-    return subprocess.run([PAIR, *map(str, arguments)], capture_output=True, text=True, timeout=120)
+def run(*arguments, **options):
+    """A run whose texts are UTF-8 and whose lines end alike on every system."""
+    found = subprocess.run([PAIR, *map(str, arguments)], capture_output=True, timeout=120, **options)
+    found.stdout, found.stderr = found.stdout.decode(), found.stderr.decode()
+    assert "\r" not in found.stdout + found.stderr
+    return found
 
 
 def read_scene(path):
@@ -76,7 +81,7 @@ def meeting_time(a, b, path):
 
 class Pair(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
+        folder = tempfile.TemporaryDirectory(prefix="夹具 ")
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
@@ -263,11 +268,11 @@ class Pair(unittest.TestCase):
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["cube.stl", "lidless.stl"])
 
     def test_odd_names_are_files_like_others(self):
-        for name in ("with blank.stl", "-dash.stl", "ümläut 面.stl", "line\nbreak\033[2J.stl", "<b>&.stl"):
+        nowhere_else = () if WINDOWS else ("line\nbreak\033[2J.stl", "<b>&.stl")
+        for name in ("with blank.stl", "-dash.stl", "ümläut 面.stl", *nowhere_else):
             with self.subTest(name):
                 path = pathlib.Path(write_cube(self.folder / name, 10))
-                found = subprocess.run([PAIR, "--html", "p.html", "--", path.name, FAR], cwd=self.folder,
-                                       capture_output=True, text=True)
+                found = run("--html", "p.html", "--", path.name, FAR, cwd=self.folder)
                 self.assertEqual(found.returncode, 0, found.stderr)
                 self.assertEqual(len(found.stdout.splitlines()), 3)
                 self.assertNotIn("\033", found.stdout)
