@@ -69,6 +69,54 @@ TEST(ProximityDistance, ToleranceDecidesAndResolutionIsTheOnlyLeeway)
     EXPECT_TRUE(between == SCAPI_CLEAR || between == SCAPI_CONTACT);
 }
 
+TEST(ProximityDistance, WhatPlacingRoundsFarOutIsNotClear)
+{
+    // Small boxes far out, at places that are multiples of 2^-40, so that the gap is known exactly.
+    std::mt19937 random(31);
+    const auto steps = [](double x) { return static_cast<std::int64_t>(std::ldexp(x, 40)); };
+    std::uniform_real_distribution<double> far(1e6, 2e6), size(1e-3, 2e-3);
+    for (int n = 0; n < 500; ++n) {
+        const double sizeA = float(size(random)), sizeB = float(size(random)), at = far(random),
+                     beside = at + 0.3 + 1e-3 * n;
+        const double gap = std::ldexp(double(steps(beside) - steps(at) - steps(sizeA)), -40);
+        ASSERT_EQ(std::ldexp(gap + sizeA, 40), double(steps(beside) - steps(at)));
+        const MeshPtr a = Box({0, 0, 0}, {sizeA, sizeA, sizeA}), b = Box({0, 0, 0}, {sizeB, 1, 1});
+        const ScenePtr scene = MakeScene();
+        scapi_scene_place(scene.get(), scapi_scene_add(scene.get(), a.get(), 0),
+                          At(at, 0, 0).data());
+        scapi_scene_place(scene.get(), scapi_scene_add(scene.get(), b.get(), 0),
+                          At(beside, 0, 0).data());
+        for (const double nearer : {0.0, 2e-6}) {
+            const scapi_options options = Within(gap - nearer, 1e-9);
+            scapi_scene_result all{};
+            scapi_scene_check(scene.get(), MakeQuery().get(), &options, nullptr, 0, nullptr,
+                              nullptr, &all);
+            const int verdicts[] = {
+                AskWithin(a, At(at, 0, 0), b, At(beside, 0, 0), options).verdict,
+                Distance(a, At(at, 0, 0), b, At(beside, 0, 0), options).verdict, all.verdict};
+            for (const int verdict : verdicts) EXPECT_EQ(verdict == SCAPI_CLEAR, nearer > 0) << n;
+        }
+    }
+}
+
+TEST(ProximityDistance, PosesThatAreRigidWithinAMillionthOnly)
+{
+    // One that stretches by nearly that much: what lies on the border of the body that it places.
+    const double stretch = 1 + 4.9e-7, reach = 1000 * stretch;
+    const Pose stretches{stretch, 0, 0, 0, 0, stretch, 0, 0, 0, 0, stretch, 0};
+    const MeshPtr large = Box({-1000, -1000, -1000}, {1000, 1000, 1000}),
+                  tiny = Box({-1e-4, -1e-4, -1e-4}, {1e-4, 1e-4, 1e-4});
+    for (auto* call : {scapi_within, scapi_distance}) {
+        const auto verdict = [&](double height, double tolerance) {
+            return Ask(call, large, stretches, tiny, At(1, 2, reach + height), Within(tolerance))
+                .verdict;
+        };
+        EXPECT_EQ(verdict(9.6e-3 + 1e-4, 1e-2), SCAPI_CONTACT);
+        EXPECT_EQ(verdict(1.1e-2 + 1e-4, 1e-2), SCAPI_CLEAR);
+        EXPECT_EQ(verdict(-3e-4, 1e-5), SCAPI_INSIDE);
+    }
+}
+
 TEST(ProximityDistance, UpperBoundEndsTheSearchAndIsCertified)
 {
     const MeshPtr a = Box({0, 0, 0}, {1, 1, 1});

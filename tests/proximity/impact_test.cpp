@@ -151,6 +151,35 @@ TEST(ProximityImpact, GrazingAtABillionthIsTold)
     EXPECT_EQ(pass(0.9e-9), SCAPI_CONTACT);
 }
 
+TEST(ProximityImpact, CurvingIntoAWallIsNotFoundTooLate)
+{
+    // A corner starts along the wall and comes nearer by the curve of its way alone. Each body is a
+    // leaf by itself, so that no box leads up to the contact.
+    const float x = 9.5f, far = 10.5f, y = 0.1f, wall = 9, w = 50;
+    const MeshPtr a = FromFloats({wall, -w, -w, wall, w, -w, wall, 0, w}),
+                  b = FromFloats({x,   0, 0,  far, y, y, far, -y, y,  x,   0,  0,
+                                  far, 0, -y, far, y, y, x,   0,  0,  far, -y, y,
+                                  far, 0, -y, far, y, y, far, 0,  -y, far, -y, y});
+    for (const double angle : {1.0, 3.0, -40.0})
+        ExpectTime(Impact(a, Rest(kIdentity), b, Turn(kIdentity, {0, 0, 0}, {0, 0, 1}, angle),
+                          Within(0.01, 1e-6, SCAPI_SURFACES_ONLY)),
+                   std::acos((double(wall) + 0.01) / x) / std::fabs(angle), 1e-6);
+}
+
+TEST(ProximityImpact, WhatRoundingHoldsInPlaceIsNotClear)
+{
+    // A resolution far below what placing rounds: the pair that meets can't be told to touch, and
+    // nothing after it may be told to be clear.
+    const MeshPtr a = Box({0, 0, 0}, {10, 10, 10}), b = Box({0, 0, 0}, {2, 2, 2});
+    const scapi_motion turned = Turn(TurnedZ(0.3, 30, 4, 4), {1, 1, 1}, {0, 0, 1}, 1, {-40, 0, 0});
+    for (const scapi_motion& moves : {Straight(At(30, 4, 4), {-100, 0, 0}), turned}) {
+        const scapi_impact impact = Impact(a, Rest(kIdentity), b, moves, Within(0, 1e-30));
+        EXPECT_EQ(impact.verdict, SCAPI_INDETERMINATE);
+        EXPECT_LT(impact.t_clear,
+                  Impact(a, Rest(kIdentity), b, moves, Within(0, 1e-9)).t_contact + 1e-9);
+    }
+}
+
 TEST(ProximityImpact, ContactAtTheStartIsItsOwnVerdictAndCanBeLeft)
 {
     const MeshPtr table = Box({-10, -10, -1}, {10, 10, 0}), part = Box({-1, -1, 0}, {1, 1, 2});

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <thread>
+#include <tuple>
 
 #include "support.h"
 
@@ -51,6 +52,59 @@ TEST(ProximityScene, FindsThePairsThatASearchOfAllPairsFinds)
     EXPECT_LT(result.examined, all);
     EXPECT_GT(at, 3);
     EXPECT_EQ(result.verdict, SCAPI_CONTACT);
+}
+
+TEST(ProximityScene, VerdictIsTheGravestInAnyOrder)
+{
+    // A box without its last facet, which may hold the small one within it or not; one that is hit;
+    // and one that moves beside them all.
+    Floats open = BoxFloats({-5, -5, -5}, {5, 5, 5});
+    open.resize(open.size() - 9);
+    const MeshPtr hull = FromFloats(open), small = Box({-1, -1, -1}, {1, 1, 1});
+    const scapi_motion rests = Rest(kIdentity), hits = Straight(At(20, 0, 0), {-17, 0, 0}),
+                       passes = Straight(At(0, 5, 6.5), {0, -9, 0});
+    const std::pair<std::vector<const scapi_motion*>, int> cases[] = {
+        {{&rests}, SCAPI_INDETERMINATE},          {{&passes}, SCAPI_CLEAR},
+        {{&passes, &rests}, SCAPI_INDETERMINATE}, {{&rests, &passes}, SCAPI_INDETERMINATE},
+        {{&rests, &hits}, SCAPI_CONTACT},         {{&hits, &rests}, SCAPI_CONTACT},
+    };
+    for (const auto& [motions, verdict] : cases) {
+        const ScenePtr scene = MakeScene();
+        scapi_scene_add(scene.get(), hull.get(), 0);
+        for (const scapi_motion* motion : motions)
+            scapi_scene_move(scene.get(), scapi_scene_add(scene.get(), small.get(), 1), motion);
+        const scapi_options options = Within(0.1);
+        scapi_scene_result result{};
+        EXPECT_EQ(scapi_scene_check(scene.get(), MakeQuery().get(), &options, nullptr, 0, nullptr,
+                                    nullptr, &result),
+                  SCAPI_OK);
+        EXPECT_EQ(result.verdict, verdict);
+    }
+    // Nothing is shown inside or outside on the way either.
+    EXPECT_EQ(Impact(hull, rests, small, Straight(kIdentity, {2, 0, 0}), Within(0.1)).verdict,
+              SCAPI_INDETERMINATE);
+}
+
+TEST(ProximityScene, BodyOnAnArmIsHeldAgainstAllThatItSwingsThrough)
+{
+    // Half a turn about a pivot far outside of the body, which itself is small.
+    const MeshPtr head = Box({10, -1, -1}, {12, 1, 1}), post = Box({-0.5, -0.5, -9}, {0.5, 0.5, 9});
+    const scapi_motion swings = Turn(At(3, 4, 5), {0, 0, 0}, {0, 0, 1}, 3.14159);
+    for (const auto& [x, y, verdict] : {std::tuple{11.0, 12.0, SCAPI_CONTACT},
+                                        {3.0, 15.0, SCAPI_CONTACT},
+                                        {-8.0, 4.0, SCAPI_CONTACT},
+                                        {3.0, -7.0, SCAPI_CLEAR},
+                                        {3.0, 4.0, SCAPI_CLEAR}}) {
+        const ScenePtr scene = MakeScene();
+        scapi_scene_move(scene.get(), scapi_scene_add(scene.get(), head.get(), 0), &swings);
+        scapi_scene_place(scene.get(), scapi_scene_add(scene.get(), post.get(), 0),
+                          At(x, y, 5).data());
+        const scapi_options options = Within(0.1);
+        scapi_scene_result result{};
+        scapi_scene_check(scene.get(), MakeQuery().get(), &options, nullptr, 0, nullptr, nullptr,
+                          &result);
+        EXPECT_EQ(result.verdict, verdict) << x << ' ' << y;
+    }
 }
 
 TEST(ProximityScene, CancelEndsAndIsNotClear)

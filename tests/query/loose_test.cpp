@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "bvh/hit_region.h"
+#include "bvh/query_trees.h"
 #include "geometry/bbox.h"
 #include "geometry/predicates.h"
 #include "mesh/triangle.h"
@@ -14,6 +15,7 @@
 #include "query/fast_detect.h"
 #include "support/meshes.h"
 #include "support/sampler.h"
+#include "support/treatment.h"
 
 namespace
 {
@@ -190,6 +192,86 @@ TEST(Loose, TrianglesOfSweptSolidsAreHitByTheStartOfTheFirstEdge)
     }
     EXPECT_GT(hits, 100);
     EXPECT_LT(hits, 2900);
+}
+
+TEST(Loose, LongEdgesHitSliversFarAwayWithoutAnEndInTheirPlane)
+{
+    // Slivers along x in a small cell, and needles whose boxes hold that cell, but which cross
+    // their plane far off, on the line that they lie on. No corner of them is in the plane.
+    const Draws draw(6);
+    int hits = 0;
+    for (int n = 0; n < 300; ++n) {
+        Mesh mesh = Joined({BoxMesh({-4, -4, -4}, {-3.9f, -3.9f, -3.9f}),
+                            BoxMesh({11.9f, 11.9f, 11.9f}, {12, 12, 12})});
+        for (int i = 0; i < 8; ++i) {
+            const float x = 0.1f + 0.01f * float(i);
+            mesh.push_back({Point{x, 0.1f, 0.1f}, Point{x + 0.01f, 0.1f, 0.1f},
+                            Point{x + 0.005f, 0.1f + 1e-7f, 0.1f}});
+        }
+        const auto a = BareSolid(mesh, 1);
+        float margin[3] = {};
+        a->octree = new OCTREEC(a->bbox, 5, margin, a.get());
+        for (int t = 0; t < a->triangleCount; ++t) a->octree->OC_AddTriangle(&a->triangles[t]);
+        const auto at = float(draw.Between(4.5, 6)), rise = float(draw.Between(0.5, 2)),
+                   beside = float(draw.Between(-0.1, 0.1)), thick = 0.03f;
+        const Point low{at - 6, 0.1f - rise, 0.1f - rise},
+            high{at + 6, 0.1f + rise + beside, 0.1f + rise};
+        Mesh needles;
+        for (int i = 0; i < 6; ++i) {
+            const float shift = 0.05f * float(i);
+            const Point p{low[0] + shift, low[1], low[2]}, q{high[0] + shift, high[1], high[2]};
+            needles = Joined(
+                {needles, TetraMesh(p, q, {p[0], p[1] + thick, p[2]}, {p[0], p[1], p[2] + thick})});
+        }
+        const auto b = BareSolid(needles); // not refined, which would cut them
+        ASSERT_EQ(b->SC_BuildVertexList() + b->SC_BuildEdgesList(), 0);
+        const Matrix rest = Translation(0, 0, 0);
+        const auto [fast, plain] = AskBothWays(*a, *b, rest, rest);
+        ASSERT_EQ(fast, plain) << n;
+        hits += plain;
+    }
+    EXPECT_GT(hits, 30);
+    EXPECT_LT(hits, 290);
+}
+
+TEST(Loose, RestingSliversAreBoundedForTheToleranceThatAsks)
+{
+    // Slivers along x, which edges hit far beyond their ends where a tolerance lets them. A
+    // question with a small one comes first, and its edges stay off the plane.
+    const Draws draw(5);
+    int hits = 0;
+    for (int n = 0; n < 300; ++n) {
+        Mesh slivers;
+        for (int i = 0; i < 40; ++i) {
+            const auto x = float(draw.Between(-0.2, 0.2)), y = float(draw.Between(-3, 3));
+            slivers.push_back({Point{x, y, 0}, Point{x + 0.5f, y, 0}, Point{x, y + 3e-6f, 0}});
+        }
+        const auto a = BareSolid(slivers), b = LoadedSolid(BoxMesh({0, 0, 0}, {1, 1, 1}));
+        a->isSwept = 1;
+        Matrix start = Translation(0, 0, 0), end = Translation(0, 0, 1);
+        b->SC_GTsweep(Rows(start), Rows(end));
+        for (const bool first : {true, false}) {
+            b->tolerance = first ? 1e-3f : 5.0f;
+            const double middle = first ? 0 : draw.Between(-4, 4), spread = first ? 9 : 0.3;
+            for (int v = 0; v < b->vertexCount; ++v) {
+                VertexRec& vertex = b->vertices[v];
+                for (int r = 0; r < 3; ++r)
+                    vertex.sweepStart[r] = float((r ? 0 : middle) + spread * draw.Between(-1, 1));
+                if (first) vertex.sweepStart[2] = 1.5e-4f;
+                std::copy_n(vertex.sweepStart, 3, vertex.sweepEnd);
+            }
+            for (int t = 0; t < b->triangleCount; ++t) {
+                float corners[3][3];
+                SweptCorners(*b, b->triangles[t], corners);
+                TriangleBbox(corners, b->triangles[t].sweepBbox);
+            }
+            const int fast = DetectFast(*a, *b);
+            ASSERT_EQ(fast, SolidInternals::WalkPlainly(*a, *b)) << n << (first ? ", first" : "");
+            ASSERT_TRUE(!first || QueryTreesOf(*a).resting.usable);
+            hits += fast;
+        }
+    }
+    EXPECT_GT(hits, 10);
 }
 
 } // namespace
