@@ -119,11 +119,13 @@ TEST(Trees, NoneOutlivesAChangeOfWhatItWasBuiltFrom)
     Matrix from = Translation(1, 2, 3), to = Translation(9, 2, 3), quarter = from;
     quarter[0] = {0, -1, 0, 0}, quarter[1] = {1, 0, 0, 0};
     T_LIST extra{};
+    float limit[] = {9, 9, 9}; // cuts nothing, but makes room, for which arrays can move
     const std::pair<const char*, std::function<int(SOLIDC&)>> changes[] = {
         {"inversion", [](SOLIDC& s) { return SolidInternals::Invert(s) + 1; }},
         {"rotation", [&](SOLIDC& s) { return s.SC_Rotate(Rows(quarter)), 1; }},
         {"edge break", [](SOLIDC& s) { return s.BreakEdge(0, 2); }},
         {"triangle break", [](SOLIDC& s) { return s.BreakTriangle(0, 0, 2); }},
+        {"refined edges", [&](SOLIDC& s) { return s.SubdivideEdges(limit); }},
         {"flips", [](SOLIDC& s) { return s.Simplify2Triangles(), 1; }},
         {"added triangle",
          [](SOLIDC& s) { return SolidInternals::AddTriangle(s, SphereMesh(4, 1)[0]) + 1; }},
