@@ -87,6 +87,30 @@ TEST(Loose, RegionsHoldTheCrossingPointsOfEdgesNearTheCell)
     EXPECT_GT(tooLong, 100);
 }
 
+TEST(Loose, RegionsReachToTheFarthestHitOfTheLongestEdge)
+{
+    // A sliver on a line along x, and an edge that leaves the cell along that line, as long as it
+    // may be. It comes down to the plane within the tolerance and meets it nearly its length
+    // further on.
+    const float cell[6] = {0, 0, 0, 1, 1, 1};
+    const float corner[3][3] = {
+        {0.5f, 0.5f, 0.5f}, {0.51f, 0.5f, 0.5f}, {0.505f, 0.5000001f, 0.5f}};
+    CrossingState state;
+    ASSERT_TRUE(CalcPlane(corner[0], 3, state.plane));
+    HitRegion region;
+    CalcLooseRegion(corner, state.plane, cell, 1, region);
+    ASSERT_GT(region.longestEdge, 3);
+    for (const float to : {1.0f, -1.0f}) {
+        const float from = to > 0 ? 0.999f : 0.001f;
+        const float edge[2][3] = {{from, 0.5f, 0.5f + 1.92e-4f},
+                                  {from + 0.999f * to * region.longestEdge, 0.5f, 0.5f + 0.9e-4f}};
+        ASSERT_EQ(EdgeCrossesPlane(edge, corner, state), Crossing::kHit);
+        EXPECT_GT(std::fabs(state.point[0]), 5);
+        EXPECT_LE(state.point[0], region.box[3]);
+        EXPECT_GE(state.point[0], region.box[0]);
+    }
+}
+
 TEST(Loose, TargetsWithoutAreaAreJudgedByTheChainOfTheirOwnLeaf)
 {
     const Draws draw(4);
