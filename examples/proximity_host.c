@@ -20,7 +20,7 @@ int main(void)
     else if (impact.verdict == SCAPI_CLEAR)
         printf("clear, by %g at least\n", options.tolerance);
     else
-        printf("verdict %d: clear until %.6f, contact at %.6f\n", (int)impact.verdict,
+        printf("verdict %d: apart until %.6f, contact at %.6f\n", (int)impact.verdict,
                impact.t_clear, impact.t_contact);
     scapi_query_destroy(query), scapi_mesh_release(tool), scapi_mesh_release(clamp);
     return 0;

@@ -322,7 +322,8 @@ SCAPI_EXPORT int scapi_contacts(scapi_query* query, const scapi_mesh* a, const d
 typedef struct scapi_impact {
     int32_t verdict;   /**< CLEAR, CONTACT, START_CONTACT, INSIDE (at the start), INDETERMINATE */
     int32_t relation;  /**< at the start */
-    double t_clear;    /**< shown: further apart than the tolerance at all times below t_clear */
+    double t_clear;    /**< shown: surfaces further apart than the tolerance at all times below it.
+                          While the relation is UNKNOWN one body may be inside the other */
     double t_contact;  /**< CONTACT, START_CONTACT: at most tolerance + resolution apart at this
                           time; else 1 */
     double lower;      /**< CONTACT, START_CONTACT: distance of the triangles named at t_contact, at
@@ -448,7 +449,8 @@ typedef struct scapi_scene_result {
 /** Called before each pair that is examined. @return 0 to go on, else the check ends */
 typedef int (*scapi_progress)(void* user, int64_t done, int64_t of);
 
-/** Checks all pairs along their motions, and stores those that are not CLEAR, sorted by numbers.
+/** Checks all pairs along their motions, and stores those that are not CLEAR, sorted by numbers. A
+ * scene without pairs is CLEAR.
  * Bodies that were only placed rest. The budget counts for each pair.
  * @param pairs     room for `capacity`; null only if that is 0
  * @param progress  null, or called from within

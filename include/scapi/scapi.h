@@ -64,7 +64,8 @@ enum SCAPI_RESULT {
  *                 of triangles that can be hit, but has no edges that hit.
  * @return 0; SCAPI_BAD_SOLID_ID; SCAPI_NOT_WRITTEN, a success: the solid is good, only its cache
  * could not be written; SCAPI_UNREADABLE, with a solid without triangles left in the slot;
- * SCAPI_OPEN_SIDE with an empty solid; solidId when path is null.
+ * SCAPI_OPEN_SIDE with an empty solid; solidId when path is null, which for slots 0 and 1 reads
+ * like a success: pass a path.
  *
  * A load with 0 can hold less than the file. Ask SCAPI_GetBbox whether anything came, and what:
  * - Reading ends at the first bad facet, or at the end of the first "solid" section of a text file,
@@ -167,7 +168,10 @@ SCAPI_EXPORT int SCAPI_DefSweep(int solidId, float (*start)[4], float (*end)[4])
  * of range; SCAPI_EMPTY_SLOT when either slot is empty. */
 SCAPI_EXPORT int SCAPI_DetectInterference(int solidA, int solidB);
 
-/** Can two solids meet at all, each on its way from a start to an end pose? By boxes alone.
+/** Can two solids meet at all, each on its way from a start to an end pose? By boxes alone, and
+ * only by those at the start and the end: 0 tells nothing of a solid that turns on its way, which
+ * can leave the hull of both, and nothing of slots that are empty. Ask only where start and end are
+ * turned alike, and after the loads were checked.
  *
  * @param startA, endA, startB, endB  matrices, 16 floats in row order.
  * @return 1 when their boxes meet or touch in the frames of both, when the start and end of A

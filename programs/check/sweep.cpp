@@ -114,7 +114,9 @@ struct Sweeper {
     {
         if (result.outcome == Outcome::kUndecided) return;
         result.outcome = Outcome::kUndecided;
-        result.time = piece.start + (piece.end - piece.start) * impact.t_clear;
+        // Surfaces apart are not clear where one body may be inside the other.
+        const double clear = impact.relation == SCAPI_UNKNOWN ? 0 : impact.t_clear;
+        result.time = piece.start + (piece.end - piece.start) * clear;
         result.clearUntil = result.time;
         result.openMesh = !(c.a.closed && c.b.closed);
     }

@@ -177,7 +177,8 @@ int JudgeMotion(const Question& question, const std::array<Solid, 2>& solids, An
     if (code != SCAPI_OK) return code;
     answer.verdict = FromLibrary(impact.verdict);
     answer.relation = impact.relation;
-    answer.clearUntil = impact.t_clear;
+    // Surfaces apart are not clear where one body may be inside the other.
+    answer.clearUntil = impact.relation == SCAPI_UNKNOWN ? 0 : impact.t_clear;
     answer.contactTime = impact.t_contact;
     answer.nearest = impact.clearance;
     if (answer.verdict == Verdict::kUndecided)

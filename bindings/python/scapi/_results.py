@@ -125,7 +125,8 @@ class Impact:
 
     verdict                 CLEAR, CONTACT, START_CONTACT, INSIDE (at the start) or INDETERMINATE
     relation                at the start
-    t_clear                 proven: further apart than the tolerance at all times below it
+    t_clear                 proven: surfaces further apart than the tolerance at all times below it;
+                            while the relation is UNKNOWN one may still be inside the other
     t_contact               of CONTACT, START_CONTACT: at most tolerance + resolution apart then;
                             else 1
     lower, upper            of contact: distance of the triangles named at t_contact

@@ -150,6 +150,7 @@ class Path(Runs):
             self.assertEqual(status, expected, report["summary"])
             # No chord of the arc settles it either.
             self.assertEqual(4 in [u["line"] for u in report["undecided"]], expected == 3)
+            self.assertFalse(any(u["clear_until"] for u in report["undecided"]), report["undecided"])
 
     def test_dog_leg_meets_what_the_straight_way_misses(self):
         # X is there at half time: the dog-leg has its corner at X20 Y20.

@@ -242,6 +242,7 @@ class Pair(unittest.TestCase):
                 answer = self.judge(*arguments)
                 self.assertEqual(answer["verdict"], "undecided")
                 self.assertIn(reason, answer["text"])
+                self.assertNotIn("clear" if "closed" in reason else "contact", answer["text"])
         self.assertEqual(self.judge(lidless, within, "--surfaces")["verdict"], "clear")
 
     def test_fifteen_calls_are_asked_with_care_and_contradicted(self):
