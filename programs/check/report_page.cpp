@@ -94,14 +94,18 @@ struct PageBuilder {
         }
     }
 
-    /// Tools that are not in the spindle stand in a row beside everything else.
+    /// Tools that are not in the spindle stand in a row beside everything else, on its floor.
     view::Pose InRack(const Body& body) const
     {
         constexpr double kApart = 100;
-        double left = 0;
-        for (const Body& other : job.bodies)
-            left = std::min(left, BoundsAt(other.frame.mount, other.frame).low[0]);
-        return Composed(Shift({left - kApart * (body.tool + 1), 0, 0}), body.frame.mount);
+        double left = 0, floor = HUGE_VAL, tip = HUGE_VAL;
+        for (const Body& other : job.bodies) {
+            const Vec low = BoundsAt(other.frame.mount, other.frame).low;
+            left = std::min(left, low[0]);
+            if (other.tool < 0) floor = std::min(floor, low[2]);
+            if (other.tool == body.tool) tip = std::min(tip, low[2]);
+        }
+        return Composed(Shift({left - kApart * (body.tool + 1), 0, floor - tip}), body.frame.mount);
     }
 
     std::vector<view::Pose> PosesOf(const Body& body) const

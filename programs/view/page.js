@@ -610,12 +610,13 @@ function openPage() {
   showHeader(scene);
   showSummary(scene);
   const moveCursor = showPlot(scene, (to) => { player.stop(); go(to); });
-  const choose = showMarks(scene, (index) => {
+  const showMark = (index) => {
     player.stop();
     choose(index);
     go(scene.marks[index].step);
     if (shown) shown.view.select(index);
-  });
+  };
+  const choose = showMarks(scene, showMark);
   showBodies(scene, (index, visible, opacity) => {
     if (!shown) return;
     shown.world.bodies[index].visible = visible;
@@ -647,6 +648,9 @@ function openPage() {
   bindViews(shown);
   const hit = scene.marks.find((mark) => mark.kind === 'hit');
   go(hit ? hit.step : 0);
+  // report.html#2 is a link to the second mark.
+  const named = Number(location.hash.slice(1)) - 1;
+  if (scene.marks[named]) showMark(named);
 }
 
 function bindKeys(last, player, hop, shown) {
