@@ -58,6 +58,9 @@ class Page(Runs):
         self.assertLess(numpy.abs([columns.mean(), rows.mean()] - size / 2).max(), 80)
         self.assertIn("Y45", self.texts("#position")[0])
         self.assertEqual(len(self.browser.find_elements("css selector", "#plot .curve")), 1)
+        self.browser.get("about:blank")
+        self.browser.get((self.folder / "report.html").as_uri() + "#2")
+        self.assertIn("Y16", self.texts("#position")[0])
         loaded = self.browser.execute_script("return performance.getEntriesByType('resource').map(e => e.name)")
         self.assertEqual([url for url in loaded if not url.startswith("data:")], [])
 
