@@ -159,7 +159,7 @@ class Writer:
         letters = {"X": "I", "Y": "J", "Z": "K"}
         if kind > 1:
             # As much as a control takes: the circles of both ends differ.
-            center[0] += self.random.choice((0, 0, 0.008))
+            center[0] += self.random.choice((0, 0, 0.004))
         centers = f"{self.word(letters[first], center[0])} {self.word(letters[second], center[1])}"
         g = self.random.choice(("G2", "G3"))
         if kind == 0:
@@ -237,8 +237,10 @@ def main(check, library, jobs=8, first=1, samples=40):
                 for key, number in compared.met.items():
                     met[key] = met.get(key, 0) + number
         for fault in faults:
-            print(f"seed {seed} ({writer.table}|{writer.head}): {fault}")
+            print(f"seed {seed} ({writer.table}|{writer.head}): {fault}", flush=True)
         bad += bool(faults)
+        if sys.stderr.isatty():
+            print(f"\r{seed - int(first) + 1} of {jobs} jobs, {bad} contradicted", end="", file=sys.stderr)
     print(f"{jobs} jobs, {bad} contradicted:", ", ".join(f"{number} {key}" for key, number in met.items()))
     return 1 if bad or not met.get("hits") or not met.get("clearances") else 0
 
