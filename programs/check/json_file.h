@@ -25,7 +25,8 @@ struct JsonFile {
 /// @return whether it is JSON; else a problem
 bool ParseJson(const std::string& path, JsonFile& file, Problems& problems);
 
-/// As ParseJson, with the lines. Keys that stand twice in an object are a problem: one of them would be dropped.
+/// As ParseJson, with the lines. Keys that stand twice in an object are a problem: one of them
+/// would be dropped.
 /// @return whether the file was read; else a problem more
 bool ReadJson(const std::string& path, JsonFile& file, Problems& problems);
 
