@@ -12,13 +12,17 @@ Floats: TypeAlias = NDArray[np.float64]
 
 def reals(values: ArrayLike, name: str) -> Floats:
     """Contiguous doubles. Refuses what is no real number: text, objects, complex numbers."""
-    if isinstance(values, np.ma.MaskedArray):
-        raise TypeError(f"{name}: a masked array would lose its mask; pass what is to be asked")
+    _refuse_mask(values, name)
     try:
         array = np.asarray(values)
         return np.ascontiguousarray(array.astype(np.float64, casting="same_kind", copy=False))
     except (TypeError, ValueError) as error:
         raise TypeError(f"{name}: expected an array of real numbers ({error})") from None
+
+
+def _refuse_mask(values: object, name: str) -> None:
+    if isinstance(values, np.ma.MaskedArray):
+        raise TypeError(f"{name}: a masked array would lose its mask; pass what is to be asked")
 
 
 def shaped(values: ArrayLike, shape: tuple[int, ...], name: str) -> Floats:
@@ -42,6 +46,7 @@ def floats(values: ArrayLike, shape: tuple[int, ...], name: str) -> NDArray[np.f
 
 def indices(values: ArrayLike, name: str) -> NDArray[np.int32]:
     """Triangles as rows of three vertex numbers. Never wraps a number that 32 bits cannot hold."""
+    _refuse_mask(values, name)
     array: NDArray[Any] = np.asarray(values)
     if array.size == 0:
         array = np.empty((0, 3), np.int32)

@@ -101,6 +101,9 @@ class Mesh:
     @classmethod
     def from_trimesh(cls, mesh: Any) -> Mesh:
         """From an object of the trimesh package, or any with `vertices` and `faces` like its."""
+        if not (hasattr(mesh, "vertices") and hasattr(mesh, "faces")):
+            raise TypeError(f"expected an object with vertices and faces, got "
+                            f"{type(mesh).__name__}; of a scene pass its meshes one by one")
         return cls.from_arrays(mesh.vertices, mesh.faces)
 
     @classmethod

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Sequence
+from collections.abc import Iterator, Sequence
 from types import NoneType
 from typing import Any, TypeAlias, Union, cast
 
@@ -117,8 +117,8 @@ class Pose:
 PoseLike: TypeAlias = Union[Pose, ArrayLike, None]
 """A pose, its 4x4 or 3x4 matrix, or None for the identity."""
 
-PosesLike: TypeAlias = Union[Pose, Sequence[Pose], ArrayLike, None]
-"""One pose, which stands for all, or many: (n, 4, 4), (n, 3, 4), or a sequence of `Pose`."""
+PosesLike: TypeAlias = Union[Pose, Sequence[Pose], Iterator[Pose], ArrayLike, None]
+"""One pose, which stands for all, or many: (n, 4, 4), (n, 3, 4), or `Pose`s one after the other."""
 
 _IDENTITY = Pose()._data
 
@@ -126,7 +126,8 @@ _IDENTITY = Pose()._data
 def pose_data(pose: PoseLike) -> bytes:
     if isinstance(pose, Pose):
         return pose._data
-    if isinstance(pose, np.ndarray) and pose.shape == (4, 4) and pose.dtype == np.float64:
+    # Not of a kind that brings a mask with it.
+    if type(pose) is np.ndarray and pose.shape == (4, 4) and pose.dtype == np.float64:
         data = pose.tobytes()
         # The usual case, without the ten times longer way below; the query checks the rest.
         if data[96:] == _LAST_ROW_DATA:
@@ -141,6 +142,8 @@ def poses_data(poses: PosesLike, name: str) -> tuple[Floats, int | None]:
     if isinstance(poses, Sequence) and any(isinstance(p, (Pose, NoneType)) for p in poses):
         data = b"".join(pose_data(pose) for pose in poses)
         return np.frombuffer(data).reshape(-1, _ROWS), len(poses)
+    if isinstance(poses, Iterator):
+        return poses_data(list(poses), name)
     array = reals(cast(ArrayLike, poses), name)
     if array.size == 0 and array.ndim < 3:
         array = np.empty((0, 3, 4))
@@ -235,7 +238,7 @@ class Motion:
 MotionLike: TypeAlias = Union[Motion, PoseLike]
 """A motion, or a pose in which the body rests."""
 
-MotionsLike: TypeAlias = Union[Motion, Sequence[Motion], PoseLike, Floats]
+MotionsLike: TypeAlias = Union[Motion, Sequence[Motion], Iterator[Motion], PoseLike, Floats]
 """One motion or pose, which stands for all, or many: a sequence, or rows of `motions_between`."""
 
 _REST = Motion()._data[8 * _ROWS:]  # what follows the start of a motion that goes nowhere
@@ -258,6 +261,8 @@ def motions_data(motions: MotionsLike, name: str) -> tuple[Floats, int | None]:
         return np.frombuffer(data).reshape(-1, _MOTION), len(motions)
     if isinstance(motions, Sequence) and len(motions) == 0:
         return np.empty((0, _MOTION)), 0
+    if isinstance(motions, Iterator):
+        return motions_data(list(motions), name)
     return np.frombuffer(motion_data(cast(MotionLike, motions))).reshape(1, _MOTION), None
 
 

@@ -92,6 +92,8 @@ class Scene:
         with self._use():
             data = motion_data(motion)
             _native.motion_pose(data, 0.0)  # raises before there is a body to be placed
+            if not isinstance(name, str):
+                raise TypeError(f"name: expected a str, got {type(name).__name__}")
             name = name or f"body {len(self._bodies)}"
             if any(body.name == name for body in self._bodies):
                 raise ValueError(f"name: there is a body {name!r} already")

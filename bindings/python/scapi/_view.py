@@ -37,7 +37,7 @@ class Page:
 
     def save(self, path: PathLike) -> None:
         """Writes one HTML file of about 1 MB more than the meshes; opens without a network."""
-        Path(path).write_text(self.text, encoding="utf-8")
+        Path(os.fsdecode(path)).write_text(self.text, encoding="utf-8")
 
     def open(self) -> Path:
         """Opens the page in a browser. Returns the file, which stays."""

@@ -45,6 +45,8 @@ def test_layouts_of_arrays_that_would_be_read_wrongly(vertices, faces):
     ([[0, 0, 0], [1, 0, 0], [0, np.nan, 0]], None, errors.CoordinateError, 0),
     ([[0, 0, 0], [1, 0, 0], [0, 1e300, 0]], None, errors.CoordinateError, 0),
     (TETRAHEDRON * 1j, FACES, TypeError, None),
+    (TETRAHEDRON, np.ma.masked_equal(FACES, 3), TypeError, None),
+    (np.ma.masked_equal(TETRAHEDRON, 0), FACES, TypeError, None),
     (TETRAHEDRON.astype(str), FACES, TypeError, None),
     (TETRAHEDRON[:, :2], FACES, ValueError, None),
     (TETRAHEDRON, None, ValueError, None),

@@ -32,7 +32,7 @@ SHEAR = [[1, 1e-3, 0, 0], [0, 1, 0, 0], [0, 0, 1, 0], [0, 0, 0, 1]]
     (np.full((3, 4), np.inf), errors.PoseNumberError),
     (np.diag([2.0, 2, 2, 1]), errors.PoseScaledError),
     (np.diag([1.0, 1, -1, 1]), errors.PoseMirroredError),
-    (SHEAR, errors.PoseNotRigidError),
+    (SHEAR, errors.PoseNotRigidError), (np.ma.array(np.eye(4), mask=np.eye(4), fill_value=1), TypeError),
     (np.eye(3), ValueError), (np.zeros((2, 4, 4)), ValueError), (np.eye(4) * 1j, TypeError),
     ("identity", TypeError), (np.array([None] * 12).reshape(3, 4), TypeError),
 ])

@@ -102,6 +102,7 @@ LAYOUTS = {
     "extended": lambda p: p.astype(np.longdouble),
     "lists": lambda p: p.tolist(),
     "poses": lambda p: [scapi.Pose(m) for m in p],
+    "generator": lambda p: (scapi.Pose(m) for m in p),
 }
 
 
@@ -131,7 +132,7 @@ def test_many_answers_that_are_not_those_of_single_questions(cube, away, shifts)
         single = scapi.time_of_impact(cube, away, scapi.Motion._from_data(motion.tobytes()))
         assert (single.verdict, single.t_clear) == (impact.verdict, impact.t_clear)
     assert impacts == scapi.time_of_impact_many(
-        cube, away, [scapi.Motion._from_data(m.tobytes()) for m in motions])
+        cube, away, (scapi.Motion._from_data(m.tobytes()) for m in motions))
     assert scapi.Impacts.join([impacts, impacts])[len(impacts)] == impacts[0]
     assert many[many.clear].clear.all() and list(many[-3:]) == list(many)[-3:]
     assert pickle.loads(pickle.dumps(impacts)) == impacts != many

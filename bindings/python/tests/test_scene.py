@@ -62,6 +62,7 @@ def test_an_undecided_pair_that_counts_as_clear(cube):
     (lambda s, m: s.move("nobody", None), errors.BodyError),
     (lambda s, m: s.ignore(0, -1), errors.BodyError),
     (lambda s, m: s.add(m, name="body 0"), ValueError),
+    (lambda s, m: s.add(m, name=5), TypeError),
     (lambda s, m: s.add(m, np.eye(4) * np.nan), ValueError),
     (lambda s, m: s.add(m, np.diag([2.0, 2, 2, 1])), errors.PoseScaledError),
     (lambda s, m: s.move(2**32, scapi.Pose.translation(0.5, 0, 0)), OverflowError),
