@@ -63,9 +63,7 @@ foreach(component runtime dev)
 endforeach()
 file(WRITE ${folder}/triggers "activate-noawait ldconfig\n")
 file(WRITE ${folder}/${SCAPI_DEBIAN_RUNTIME}
-"# Both libraries have one version and one package.
-${SCAPI_DEBIAN_RUNTIME}: package-name-doesnt-match-sonames
-# CPack writes these scripts by itself; beside the trigger they do no harm.
+"# CPack writes these scripts by itself; beside the trigger they do no harm.
 ${SCAPI_DEBIAN_RUNTIME}: maintscript-calls-ldconfig *
 ")
 install(FILES ${folder}/${SCAPI_DEBIAN_RUNTIME} DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
