@@ -70,8 +70,8 @@ bool ComponentVanishes(const double* u, const double* v, int k)
     return (u[l] == 0 || v[m] == 0) && (u[m] == 0 || v[l] == 0);
 }
 
-/// Four points that share a coordinate, or two of which are one: faces along the axes and
-/// neighbours in a mesh, which no filter can tell, and which need no wide integers.
+/// Four points that share a coordinate, or the fourth of which is one of the others: faces along
+/// the axes and neighbours in a mesh, which no filter can tell, and which need no wide integers.
 bool ArePlainlyFlat(const double* a, const double* b, const double* c, const double* d)
 {
     double u[3], v[3], w[3];
