@@ -99,9 +99,9 @@ bool AreOnOneSide(const Sides& sides) { return sides.AreOne() && sides.of[0] != 
 bool AreaIsShared(const Triangle& a, const Sides& sidesA, const Triangle& b)
 {
     if (!sidesA.AreOne()) return false;
+    // Where b is degenerate it turns no way, so that its edges separate.
     const int axis = ProjectionAxis(a.corner);
-    return axis >= 0 && !IsDegenerate(b.corner) && !EdgeSeparates(a, b, axis) &&
-           !EdgeSeparates(b, a, axis);
+    return axis >= 0 && !EdgeSeparates(a, b, axis) && !EdgeSeparates(b, a, axis);
 }
 
 PairRelation RelationOf(const Triangle& a, const Triangle& b)
