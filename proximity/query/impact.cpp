@@ -69,7 +69,8 @@ double SupportOf(const NodeBox& box, const Vec& direction)
 
 /// How far anything in a box gets from the axis that its body turns about: a bound for its extents
 /// along two directions across the axis, one of them that of the slab.
-double RadiusOfBox(const Rates& rates, const NodeBox& box, const Vec& arm)
+/// @param offRigid  of the pose: a slab is off by so much of what its body reaches
+double RadiusOfBox(const Rates& rates, const NodeBox& box, const Vec& arm, double offRigid)
 {
     const double ball = RadiusOf(rates, arm, box.extent);
     if (rates.speed == 0) return ball;
@@ -82,7 +83,8 @@ double RadiusOfBox(const Rates& rates, const NodeBox& box, const Vec& arm)
         const double at = Dot(d, rates.pivot);
         return std::max({0.0, SupportOf(box, d) - at, SupportOf(box, -1.0 * d) + at});
     };
-    return std::min(ball, std::hypot(farthest(first), farthest(second), 0.0) * (1 + 1e-14));
+    const double skew = 2 * offRigid * (Length(box.offset) + box.extent);
+    return std::min(ball, std::hypot(farthest(first), farthest(second), 0.0) * (1 + 1e-14) + skew);
 }
 
 NodeBox PlaceBox(const Placement& placement, const Rates& rates, const Box& box)
@@ -97,7 +99,7 @@ NodeBox PlaceBox(const Placement& placement, const Rates& rates, const Box& box)
     placed.bodyCenter = placement.center;
     placed.rotation = &placement.rotation;
     const Vec arm = placed.center - rates.pivot;
-    placed.points = {arm, placed.half, RadiusOfBox(rates, placed, arm)};
+    placed.points = {arm, placed.half, RadiusOfBox(rates, placed, arm, placement.offRigid)};
     return placed;
 }
 
