@@ -95,13 +95,13 @@ TEST(ProximityImpact, FullTurnsInARoundSlot)
 
 TEST(ProximityImpact, TurningInABoreThatMovesOrIsTooTightIsNotClear)
 {
-    // Coarse, so that boxes overlap from the start: 0.659 to 0.999 of air for the ends of the bar.
-    const double profile[] = {10, -1, 12, -1, 12, 6, 10, 6, 10, -1};
-    const scapi_mesh_options sides = Sides(12);
-    const MeshPtr bore = Make<MeshPtr>(scapi_mesh_revolved, profile, 5, &sides);
-    const MeshPtr bar = Box({-9, -0.1, 0}, {9, 0.1, 5});
+    // One wall at 45 degrees of a coarse bore: the bar reaches its box soon, and 0.659 of air is
+    // left.
+    const float x = static_cast<float>(5 * std::sqrt(3.0)), y = 5;
+    const MeshPtr bore = FromFloats({x, y, -1, y, x, -1, y, x, 6, x, y, -1, y, x, 6, x, y, 6});
+    const MeshPtr bar = FromFloats({0, -0.1f, 2, 9, 0, 2, 0, 0.1f, 2});
     const Point axis{0, 0, 1};
-    const scapi_motion turns = Turn(kIdentity, {0, 0, 0}, axis, 4 * kPi);
+    const scapi_motion turns = Turn(kIdentity, {0, 0, 0}, axis, 6 * kPi);
     struct Case {
         const char* fault;
         scapi_motion bore, bar;
@@ -111,15 +111,15 @@ TEST(ProximityImpact, TurningInABoreThatMovesOrIsTooTightIsNotClear)
     const Case cases[] = {
         {"Clear", Rest(kIdentity), turns, 0.05, SCAPI_CLEAR},
         {"Tolerance", Rest(kIdentity), turns, 0.7, SCAPI_CONTACT},
-        {"Path", Rest(kIdentity), Turn(kIdentity, {0, 0, 0}, axis, 4 * kPi, {1.5, 0, 0}), 0.05,
+        {"Path", Rest(kIdentity), Turn(kIdentity, {0, 0, 0}, axis, 6 * kPi, {1.1, 1.1, 0}), 0.05,
          SCAPI_CONTACT},
-        {"PathOfTheOther", Straight(kIdentity, {0, 1.5, 0}), turns, 0.05, SCAPI_CONTACT},
+        {"PathOfTheOther", Straight(kIdentity, {-1.1, -1.1, 0}), turns, 0.05, SCAPI_CONTACT},
         {"AlongTheAxis", Straight(kIdentity, {0, 0, 3}), turns, 0.05, SCAPI_CLEAR},
-        {"TwoAxes", Turn(kIdentity, {3, 0, 0}, axis, 1), turns, 0.05, SCAPI_CONTACT},
+        {"TwoAxes", Turn(kIdentity, {2.1, -2.1, 0}, axis, 0.35), turns, 0.05, SCAPI_CONTACT},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.fault);
-        const scapi_options options = Within(c.tolerance);
+        const scapi_options options = Within(c.tolerance, 0, SCAPI_SURFACES_ONLY);
         EXPECT_EQ(Impact(bore, c.bore, bar, c.bar, options).verdict, c.verdict);
         EXPECT_EQ(Impact(bar, c.bar, bore, c.bore, options).verdict, c.verdict);
     }
