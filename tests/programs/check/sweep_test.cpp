@@ -106,14 +106,20 @@ TEST(CheckSweep, ClearAboveTheTruthOrContactFarFromIt)
     }
 }
 
-/// A block on a table that turns about two axes lies on a floor, and its way bends into it.
+/// Two axes that turn against each other carry a block round on an arc, without turning it. It
+/// all but touches a wall where it starts and where it ends; along the chord it would slide, the
+/// arc goes 0.01 mm into the wall.
 TEST(CheckSweep, WhatLeavesAContactMayNotBendIntoIt)
 {
-    Scene scene({Rotary({1, 0, 0}, {0, 0, 0}), Rotary({0, 1, 0}, {0, 0, 0})});
-    const Body block = Block(2, {-3, -3, -50}, {3, 3, -40});
-    const Body floor = Block(0, {-90, -90, -70}, {90, 90, -50});
-    scene.path.to = {1, 1};
-    EXPECT_EQ(scene.Run(block, floor, 0.001, true).outcome, Outcome::kContact);
+    Scene scene({Rotary(kZ, {}), Rotary(kZ, {50, 0, 0})});
+    constexpr double kHalf = 0.02;
+    scene.path.from = {-kHalf / kRadians, kHalf / kRadians};
+    scene.path.to = {kHalf / kRadians, -kHalf / kRadians};
+    const double face = 55.0015 + 50 * (std::cos(kHalf) - 1);
+    const Body block = Block(2, {45, -5, -5}, {55, 5, 5});
+    // The block stays on one triangle of the wall: others would be new contact.
+    const Body wall = Block(0, {face, -90, -30}, {face + 10, 90, 150});
+    EXPECT_EQ(scene.Run(block, wall, 0.001, true).outcome, Outcome::kContact);
 }
 
 /// Whether a block is inside of three sides of a tetrahedron cannot be told; later it meets one of
@@ -138,6 +144,14 @@ TEST(CheckSweep, ContactHidesUndecidedTimesBeforeIt)
     EXPECT_LT(met.clearUntil, met.time);
     sheet.surface = true;
     EXPECT_EQ(scene.Run(block, sheet, 0.5).clearUntil, met.time);
+    sheet.surface = false;
+    // On an arc no motion is exact, and none of them may settle it.
+    Scene round({Slide({1, 0, 0}), Slide({0, 1, 0})});
+    const Arc arc{0, 1, {-2, 0}, {2, 2}, 0, 3, 0};
+    round.path.arc = &arc;
+    round.path.to = {-2 + 2 * std::cos(3), 2 * std::sin(3)};
+    EXPECT_EQ(round.Run(Block(2, {9, 9, 10}, {10, 10, 11}), sheet, 0.5).outcome,
+              Outcome::kUndecided);
 }
 
 TEST(CheckSweep, InsideIsClear)
