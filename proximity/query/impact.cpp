@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "proximity/query/leaf_cache.h"
-#include "proximity/query/motion_bounds.h"
+#include "proximity/query/moving_box.h"
 #include "proximity/query/separation.h"
 
 namespace proximity
@@ -39,69 +39,6 @@ struct Moment {
     Rates ratesA{}, ratesB{};
     double size[3][3]; ///< absolute values of A's rotation transposed times B's
 };
-
-/// A box and its slab, placed.
-struct NodeBox {
-    Vec center, half; ///< center placed, half extents along the axes of the body
-    double extent;    ///< length of half, with room for poses that are not quite rigid
-    Vec normal;       ///< of the slab, placed
-    double low, high; ///< of the slab, from the body's centre
-    Vec offset;       ///< center, from the body's centre
-    Vec bodyCenter;
-    const Mat* rotation;
-    MovingPoints points{}; ///< filled in by Place
-};
-
-/// The farthest that anything in a box and its slab lies along a direction (Lemma B1).
-double SupportOf(const NodeBox& box, const Vec& direction)
-{
-    const auto along = [&](const Vec& d) {
-        const Vec inBody = TransposedTimes(*box.rotation, d);
-        double sum = Dot(d, box.offset);
-        for (int i = 0; i < 3; ++i) sum += std::fabs(inBody[i]) * box.half[i];
-        return sum;
-    };
-    const double part = Dot(direction, box.normal);
-    const double slab =
-        std::max(part * box.low, part * box.high) + along(direction - part * box.normal);
-    return Dot(direction, box.bodyCenter) + std::min(along(direction), slab);
-}
-
-/// How far anything in a box gets from the axis that its body turns about: a bound for its extents
-/// along two directions across the axis, one of them that of the slab.
-/// @param offRigid  of the pose: a slab is off by so much of what its body reaches
-double RadiusOfBox(const Rates& rates, const NodeBox& box, const Vec& arm, double offRigid)
-{
-    const double ball = RadiusOf(rates, arm, box.extent);
-    if (rates.speed == 0) return ball;
-    const Vec axis = (1 / rates.speed) * rates.spin;
-    const Vec across = Cross(axis, box.normal);
-    const double length = Length(across);
-    if (!(length > 1e-3)) return ball;
-    const Vec second = (1 / length) * across, first = Cross(second, axis);
-    const auto farthest = [&](const Vec& d) {
-        const double at = Dot(d, rates.pivot);
-        return std::max({0.0, SupportOf(box, d) - at, SupportOf(box, -1.0 * d) + at});
-    };
-    const double skew = 2 * offRigid * (Length(box.offset) + box.extent);
-    return std::min(ball, std::hypot(farthest(first), farthest(second), 0.0) * (1 + 1e-14) + skew);
-}
-
-NodeBox PlaceBox(const Placement& placement, const Rates& rates, const Box& box)
-{
-    NodeBox placed;
-    placed.offset = placement.rotation * Vec{{box.center[0], box.center[1], box.center[2]}};
-    placed.center = placed.offset + placement.center;
-    placed.half = {{box.half[0], box.half[1], box.half[2]}};
-    placed.extent = Length(placed.half) * (1 + placement.offRigid);
-    placed.normal = placement.rotation * Vec{{box.normal[0], box.normal[1], box.normal[2]}};
-    placed.low = box.low, placed.high = box.high;
-    placed.bodyCenter = placement.center;
-    placed.rotation = &placement.rotation;
-    const Vec arm = placed.center - rates.pivot;
-    placed.points = {arm, placed.half, RadiusOfBox(rates, placed, arm, placement.offRigid)};
-    return placed;
-}
 
 /// As SupportOf, for all angles that the body may turn to (Lemma M4).
 double SupportAtAnyAngle(const Rates& rates, const NodeBox& box, const Vec& direction)

@@ -5,7 +5,7 @@
 #include <random>
 
 #include "proximity/query/leaf_cache.h"
-#include "proximity/query/motion_bounds.h"
+#include "proximity/query/moving_box.h"
 #include "proximity/query/node_bounds.h"
 #include "support.h"
 
@@ -280,6 +280,34 @@ TEST(ProximityBounds, OfRingsHoldTheTrianglesAtAnyAngle)
         }
     }
     EXPECT_GT(tight, wide / 4);
+}
+
+TEST(ProximityBounds, OfBoxesHoldTheCornersThatASkewPoseMovesOutwards)
+{
+    Random random{std::mt19937(9)};
+    const Body other(random.Strip(1, 1, 1));
+    int tight = 0;
+    for (int i = 0; i < 200; ++i) {
+        // A plate that faces away from the axis: the pose leans it, by as much as is let pass.
+        const float away = 10 + static_cast<float>(random.Unit()), wide = 2, high = 60;
+        const Body body(Triangles{{{{away, -wide, 0}, {away, wide, 0}, {away, wide, high}}},
+                                  {{{away, -wide, 0}, {away, wide, high}, {away, -wide, high}}}});
+        Pose pose = RandomPose(random.engine, 5);
+        const Point axis{pose[2], pose[6], pose[10]}, pivot{pose[3], pose[7], pose[11]};
+        for (std::size_t row = 0; row < 12; row += 4) pose[row + 2] += 9e-7 * pose[row];
+        const MovingPair moving =
+            MakeMovingPair(body, Turn(pose, pivot, axis, 1, {}), other, Rest(kIdentity));
+        const Placement placement = PlaceAt(moving.a, 0);
+        const Rates rates = RatesAt(moving.a, 0);
+        const NodeBox box = PlaceBox(placement, rates, body.tree.BoxOf(kRoot));
+        double most = 0;
+        for (int t = 0; t < 2; ++t)
+            for (const auto& corner : PlaceTriangle(body.tree, placement, t).corner)
+                most = std::max(most, Length(AcrossAxis(rates, VecOf(corner) - rates.pivot)));
+        ASSERT_LE(most, box.points.radius);
+        tight += box.points.radius < 1.0001 * most;
+    }
+    EXPECT_EQ(tight, 200);
 }
 
 } // namespace

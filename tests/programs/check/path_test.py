@@ -221,7 +221,8 @@ class Path(Runs):
         self.assertIn("another job", other.stderr)
 
     def long_job(self):
-        program = START + "G0 Z-10\nX50\n" + "G1 X5.5 Y5.5\nX5.6 Y5.6\n" * (200000 if WINDOWS else 50000) + "M30"
+        """It takes minutes: circles that pass the block at less than the limit."""
+        program = START + "G0 Z-10\nX50\nX5.5 Y5.5\n" + "G2 I5 J5\n" * 300000 + "M30"
         return self.job(program, [box([-9, -9, -30], [0, 0, 30])])
 
     @unittest.skipIf(WINDOWS, "Wine's console is another than the terminal that it runs on")
@@ -231,7 +232,7 @@ class Path(Runs):
         if pid == 0:
             os.execv(self.PROGRAM, [self.PROGRAM, "path", str(job), "--jobs", "2", "--json", str(report)])
         shown = b""
-        while not re.search(rb"checking 100003 moves \[#* *\] +\d+ %, \d+:\d\d left", shown):
+        while not re.search(rb"checking 300004 moves \[#* *\] +\d+ %, \d+:\d\d left", shown):
             shown += os.read(terminal, 4096)
         os.write(terminal, b"\x03")
         # Behind the end of the program a terminal gives an error.
