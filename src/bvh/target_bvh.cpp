@@ -10,6 +10,7 @@
 #include "geometry/bbox.h"
 #include "geometry/predicates.h"
 #include "geometry/vector.h"
+#include "mesh/memory.h"
 #include "mesh/triangle.h"
 
 namespace
@@ -78,10 +79,10 @@ const T_LIST* JudgeOf(const TargetTree& tree, const T_LIST* triangle)
 
 /// @param judge  of a triangle without a plane; may be null
 /// @return whether the plane is the triangle's own
-bool ReadPlane(const T_LIST& triangle, const T_LIST* judge, TargetPlane& plane)
+bool ReadPlane(const float (*corners)[3], const T_LIST* judge, TargetPlane& plane)
 {
     float found[4] = {};
-    const bool own = CalcPlane(triangle.corners[0], 3, found);
+    const bool own = CalcPlane(corners[0], 3, found);
     if (!own && judge) CalcPlane(judge->corners[0], 3, found);
     if (std::any_of(found, found + 4, [](float x) { return !std::isfinite(x); }))
         std::fill_n(found, 4, 0.0f);
@@ -97,15 +98,16 @@ void TargetBuilder::Prepare(const ItemRange& items)
     for (std::size_t i = 0; i < plane.size(); ++i) {
         const int at = first + static_cast<int>(i);
         const Target& target = TargetAt(at);
-        const bool own = ReadPlane(*target.triangle, JudgeOf(tree, target.triangle), plane[i]);
-        const auto* corners = target.triangle->corners;
-        if (own && IsNearbyTriangle(corners) &&
-            CalcHitRegion(CornersAt(at), plane[i].normal, tree.maxCoordinate, region[i]))
+        // The records lie in another order, each in a part of memory that is not cached any more.
+        const bool nearby = !tree.hasFar || IsNearbyTriangle(target.triangle->corners);
+        const auto* corners = nearby ? CornersAt(at) : target.triangle->corners;
+        const bool own = ReadPlane(corners, JudgeOf(tree, target.triangle), plane[i]);
+        if (own && nearby && CalcHitRegion(corners, plane[i].normal, tree.maxCoordinate, region[i]))
             continue;
         float cell[6];
         CellOf(tree, target, cell);
-        if (IsNearbyTriangle(corners))
-            CalcLooseRegion(CornersAt(at), plane[i].normal, cell, tree.maxCoordinate, region[i]);
+        if (nearby)
+            CalcLooseRegion(corners, plane[i].normal, cell, tree.maxCoordinate, region[i]);
         else
             SetToBox(region[i], cell);
     }
@@ -274,43 +276,76 @@ BvhItem ItemOf(const TargetTree& tree, const Target& target, const TargetPlane& 
     return MakeItem(corners, plane.normal, number);
 }
 
-/// Makes an item of each target, and finds out who judges those without a plane: their order is
-/// still that of the chains.
-std::vector<BvhItem> MakeItems(TargetTree& tree)
-{
-    std::vector<BvhItem> items;
-    items.reserve(tree.target.size());
-    const T_LIST* judge = nullptr;
+/// Makes an item of each target, and finds out who judges those without a plane: they come in the
+/// order of the chains. One pass does all of this, since to fetch a record takes longer.
+struct ItemMaker {
+    TargetTree& tree;
+    std::vector<BvhItem> items{};
+    const T_LIST* judge = nullptr; ///< of the next one without a plane
     const OCTREENODE* leaf = nullptr;
-    for (const Target& target : tree.target) {
-        if (!target.leaf || target.leaf != leaf) judge = nullptr;
-        leaf = target.leaf;
-        TargetPlane plane;
-        if (ReadPlane(*target.triangle, judge, plane))
-            judge = target.triangle;
-        else
-            tree.judged.push_back({target.triangle, judge});
-        items.push_back(ItemOf(tree, target, plane, static_cast<int>(items.size())));
+
+    ItemMaker(TargetTree& made, std::size_t count);
+    void Add(const Target& target);
+    void AddLeaves(OCTREENODE* node);
+};
+
+ItemMaker::ItemMaker(TargetTree& made, std::size_t count) : tree(made)
+{
+    items.reserve(count);
+    PreferLargePagesIfLarge(items.data(), count * sizeof(BvhItem));
+}
+
+void ItemMaker::Add(const Target& target)
+{
+    if (!target.leaf || target.leaf != leaf) judge = nullptr;
+    leaf = target.leaf;
+    const T_LIST* triangle = target.triangle;
+    TargetPlane plane;
+    if (ReadPlane(triangle->corners, judge, plane))
+        judge = triangle;
+    else
+        tree.judged.push_back({triangle, judge});
+    items.push_back(ItemOf(tree, target, plane, static_cast<int>(items.size())));
+    if (!IsNearbyTriangle(triangle->corners)) {
+        tree.hasFar = true;
+        return;
     }
-    std::ranges::sort(tree.judged, {}, &JudgedTarget::triangle);
-    return items;
+    for (const auto& corner : triangle->corners)
+        for (const float x : corner)
+            tree.maxCoordinate = std::max(tree.maxCoordinate, double(std::fabs(x)));
 }
 
-void ReadMaxCoordinate(TargetTree& tree)
+/// Starts to fetch a record into the cache, line by line.
+void Prefetch(const T_LIST* triangle)
 {
-    for (const Target& target : tree.target)
-        if (IsNearbyTriangle(target.triangle->corners))
-            for (const auto& corner : target.triangle->corners)
-                for (const float x : corner)
-                    tree.maxCoordinate = std::max(tree.maxCoordinate, double(std::fabs(x)));
+    constexpr std::size_t kLine = 64;
+    for (std::size_t at = 0; at < sizeof *triangle; at += kLine)
+        __builtin_prefetch(reinterpret_cast<const char*>(triangle) + at);
 }
 
-void AddLeaves(TargetTree& tree, OCTREENODE* node)
+void ItemMaker::AddLeaves(OCTREENODE* node)
 {
-    for (T_LIST* triangle = node->listHead; triangle; triangle = NextTriangle(triangle))
+    for (T_LIST* triangle = node->listHead; triangle; triangle = NextTriangle(triangle)) {
+        if (const T_LIST* next = NextTriangle(triangle)) Prefetch(next);
         tree.target.push_back({triangle, node});
+        Add(tree.target.back());
+    }
     for (OCTREENODE* child : node->children)
-        if (child) AddLeaves(tree, child);
+        if (child) AddLeaves(child);
+}
+
+/// @param items  of all targets
+void BuildFrom(TargetTree& tree, std::span<BvhItem> items)
+{
+    tree.usable = true;
+    if (items.empty()) return;
+    std::ranges::sort(tree.judged, {}, &JudgedTarget::triangle);
+    tree.bvh = BuildBvh(items);
+    Reorder<Target>(tree.target, items);
+    tree.plane = MakeScratch<TargetPlane>(tree.target.size() + kLanes);
+    TargetBuilder build{tree, items, 0};
+    std::vector<Point3> corners;
+    FillLane(build, tree.bvh, 0, 0, corners);
 }
 
 } // namespace
@@ -330,16 +365,9 @@ void CellOf(const TargetTree& tree, const Target& target, float* cell)
 
 void BuildTargetTree(TargetTree& tree)
 {
-    tree.usable = true;
-    if (tree.target.empty()) return;
-    ReadMaxCoordinate(tree);
-    std::vector<BvhItem> items = MakeItems(tree);
-    tree.bvh = BuildBvh(items);
-    Reorder<Target>(tree.target, items);
-    tree.plane = MakeScratch<TargetPlane>(tree.target.size() + kLanes);
-    TargetBuilder build{tree, items, 0};
-    std::vector<Point3> corners;
-    FillLane(build, tree.bvh, 0, 0, corners);
+    ItemMaker made(tree, tree.target.size());
+    for (const Target& target : tree.target) made.Add(target);
+    BuildFrom(tree, made.items);
 }
 
 int BuildTargetsBelow(TargetTree& tree, int wide, int lane)
@@ -350,7 +378,7 @@ int BuildTargetsBelow(TargetTree& tree, int wide, int lane)
     std::vector<BvhItem> items;
     for (const Target& target : targets) {
         TargetPlane plane;
-        ReadPlane(*target.triangle, JudgeOf(tree, target.triangle), plane);
+        ReadPlane(target.triangle->corners, JudgeOf(tree, target.triangle), plane);
         items.push_back(ItemOf(tree, target, plane, static_cast<int>(items.size())));
     }
     const int below = BuildSubtree(tree.bvh, range, items);
@@ -363,11 +391,13 @@ TargetTree* TargetTreeOf(SOLIDC& solid)
 {
     TargetTree& tree = QueryTreesOf(solid).targets;
     if (!tree.tried && solid.octree && IsPlainBox(solid.octree->root->bbox)) {
-        tree.target.reserve(static_cast<std::size_t>(solid.triangleCount));
-        AddLeaves(tree, solid.octree->root);
+        const auto count = static_cast<std::size_t>(solid.triangleCount);
+        tree.target.reserve(count);
         constexpr int kFine = 2; // levels from which on cells are worth a test of their own
         tree.hasCells = solid.isRotated || solid.octree->maxDepth >= kFine;
-        BuildTargetTree(tree);
+        ItemMaker made(tree, count);
+        made.AddLeaves(solid.octree->root);
+        BuildFrom(tree, made.items);
     }
     tree.tried = true;
     return tree.usable ? &tree : nullptr;

@@ -51,6 +51,7 @@ struct TargetPlane {
 struct TargetTree {
     bool tried = false, usable = false;
     double maxCoordinate = 0; ///< greatest magnitude, of nearby triangles
+    bool hasFar = false;      ///< some are not nearby
     float tolerance = 0;      ///< by which the own boxes of targets without a leaf are wider
     Bvh bvh;
     std::vector<Target> target;    ///< by item

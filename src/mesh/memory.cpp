@@ -4,12 +4,17 @@
 
 #include "platform/memory.h"
 
-void* TryAllocateRecords(std::size_t count, std::size_t size)
+void PreferLargePagesIfLarge(void* block, std::size_t bytes)
 {
     constexpr std::size_t kLarge = std::size_t{1} << 23;
+    if (bytes >= kLarge) PreferLargePages(block, bytes);
+}
+
+void* TryAllocateRecords(std::size_t count, std::size_t size)
+{
     for (;;) {
         if (void* records = std::calloc(std::max<std::size_t>(count, 1), size)) {
-            if (count * size >= kLarge) PreferLargePages(records, count * size);
+            PreferLargePagesIfLarge(records, count * size);
             return records;
         }
         if (!CallAllocationHandler(count * size)) return nullptr;

@@ -17,6 +17,8 @@ void* AllocateRecords(std::size_t count, std::size_t size);
 /// For counts from a file, which may be wrong: null when memory is short and there is no handler.
 void* TryAllocateRecords(std::size_t count, std::size_t size);
 void ReleaseRecords(void* records);
+/// Asks for large pages for a fresh block that is large enough for them.
+void PreferLargePagesIfLarge(void* block, std::size_t bytes);
 
 /// Grows a block to `newCount` records; the added ones are zero.
 /// @pre     oldCount <= newCount
