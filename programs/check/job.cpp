@@ -220,7 +220,7 @@ struct Reader {
         const std::string name = Text(node);
         if (name.empty()) return false;
         std::error_code error;
-        const auto status = std::filesystem::status(BesideOf(job.path, name), error);
+        const auto status = std::filesystem::status(ToPath(BesideOf(job.path, name)), error);
         const bool there = std::filesystem::exists(status);
         if (there && !std::filesystem::is_directory(status)) return true;
         Complain(node, BesideOf(job.path, name) + (there ? " is a folder" : " is missing"));

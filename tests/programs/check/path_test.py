@@ -259,7 +259,7 @@ class Path(Runs):
             status = pathlib.Path(f"/proc/{run.pid}/status").read_text()
             return int(status.split("SigCgt:\t")[1].split()[0], 16) >> (signal.SIGINT - 1) & 1
         while not caught():
-            pass
+            self.assertIsNone(run.poll(), "it has ended by itself")
         run.send_signal(signal.SIGINT)
         text, _ = run.communicate(timeout=60)
         report = json.loads((self.folder / "r.json").read_text())
