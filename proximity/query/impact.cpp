@@ -23,7 +23,7 @@ constexpr double kSureDirection = 1e-9;
 constexpr double kLeastTurn = 1e-100;
 
 /// So many pairs in a row at one time, as far as contact can tell, are large faces that meet.
-constexpr int kCrowd = 32;
+constexpr int kMostInInstant = 32;
 
 /// What comes next is on top of the heap: the earliest, and of those the smallest, since it leads
 /// to a contact soonest.
@@ -97,8 +97,8 @@ struct ImpactSearch {
     double boxError = 0, pointError = 0, speedError = 0; ///< of gaps and speeds (Lemma M3)
     double boxTolerance = 0;
     double instant = 0; ///< nothing moves farther in it than a part of the resolution
-    double crowdEnd = 0;
-    int crowd = 0; ///< events since the last look ahead, none of them later than crowdEnd
+    double instantEnd = 0;
+    int inInstant = 0; ///< events since the last look ahead, none of them later than instantEnd
     bool looksAhead = false;
     std::optional<Event> ahead; ///< what is looked at next, before its time
 
@@ -139,7 +139,7 @@ struct ImpactSearch {
         const double time = moment.time + wait - 2 * kUnit;
         if (time > 1) return;
         Event event{std::max(time, moment.time), size_, x, y, triangles};
-        if (looksAhead && event.time <= crowdEnd) {
+        if (looksAhead && event.time <= instantEnd) {
             if (!ahead) {
                 ahead = event;
                 return;
@@ -153,13 +153,13 @@ struct ImpactSearch {
     /// Where large faces meet, all their pairs of nodes are near at once and each is due before any
     /// pair of triangles. Every so often one is followed down at the same moment: all others are
     /// clear up to it, so that a contact found there is the first.
-    void LookAheadInCrowds(double time)
+    void LookAheadInInstants(double time)
     {
         looksAhead = false;
         if (time == 0) return;
-        if (time > crowdEnd) crowdEnd = time + instant, crowd = 0;
-        if (++crowd < kCrowd) return;
-        looksAhead = true, crowd = 0;
+        if (time > instantEnd) instantEnd = time + instant, inInstant = 0;
+        if (++inInstant < kMostInInstant) return;
+        looksAhead = true, inInstant = 0;
     }
 
     double WaitAlong(const NodeBox& x, const NodeBox& y, const Vec& direction, double gap) const
@@ -417,7 +417,7 @@ struct ImpactSearch {
     {
         GoTo(event.time);
         impact.timeClear = event.time;
-        LookAheadInCrowds(event.time);
+        LookAheadInInstants(event.time);
         if (!Look(event)) return false;
         while (ahead) {
             looksAhead = !ahead->triangles;
