@@ -1,6 +1,6 @@
-# What `cmake --install` puts where, and the packages that `cpack` makes of it: for Debian a run time
-# and a -dev package, for Windows an archive. Components: runtime, dev, docs; those of Debian alone
-# begin with "debian_".
+# What `cmake --install` puts where, and the packages that `cpack` makes of it: for Debian a run time,
+# a -dev package and the programs, for Windows an archive. Components: runtime, dev, programs, docs;
+# those of Debian alone begin with "debian_".
 include(CMakePackageConfigHelpers)
 
 set(SCAPI_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/scapi)
@@ -39,6 +39,13 @@ foreach(target scapi scapi_proximity)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.3
           DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT docs)
 endforeach()
+if(SCAPI_PROGRAMS)
+  foreach(program scapi-check scapi-pair)
+    configure_file(man/${program}.1.in ${program}.1 @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${program}.1
+            DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT docs)
+  endforeach()
+endif()
 install(FILES LICENSE README.md CHANGELOG.md SECURITY.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 

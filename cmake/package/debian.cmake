@@ -1,4 +1,5 @@
-# libscapi0, which programs need, and libscapi-dev, which builds need: what policy asks of them.
+# libscapi0, which programs need, libscapi-dev, which builds need, and scapi-tools, the programs: what
+# policy asks of them.
 set(SCAPI_DEBIAN_RUNTIME libscapi${PROJECT_VERSION_MAJOR})
 set(CPACK_COMPONENTS_ALL runtime dev debian_runtime debian_dev)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
@@ -7,6 +8,11 @@ set(CPACK_COMPONENT_RUNTIME_GROUP runtime)
 set(CPACK_COMPONENT_DEBIAN_RUNTIME_GROUP runtime)
 set(CPACK_COMPONENT_DEV_GROUP dev)
 set(CPACK_COMPONENT_DEBIAN_DEV_GROUP dev)
+if(SCAPI_PROGRAMS)
+  list(APPEND CPACK_COMPONENTS_ALL programs debian_programs)
+  set(CPACK_COMPONENT_PROGRAMS_GROUP programs)
+  set(CPACK_COMPONENT_DEBIAN_PROGRAMS_GROUP programs)
+endif()
 
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -24,6 +30,16 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${SCAPI_DEBIAN_RUNTIME} (= ${PROJECT_VERSI
 set(CPACK_DEBIAN_DEV_DESCRIPTION
  "What programs that use the libraries of ${SCAPI_DEBIAN_RUNTIME} are built with:
  headers, manual pages, and what CMake and pkg-config ask for.")
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME scapi-tools)
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
+# Where it finds the libraries of the programs, of which no package tells yet.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+    ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/proximity)
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_DEPENDS "${SCAPI_DEBIAN_RUNTIME} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PROGRAMS_DESCRIPTION
+ "Two programs: scapi-check holds a tool path against a machine and looks for
+ faults in meshes, scapi-pair judges two solids. Both show what they find in 3D.")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/debian/triggers)
 
@@ -36,6 +52,13 @@ file(WRITE ${folder}/copyright
 
 Files: *
 Copyright: 2026 the scapi authors
+License: MIT
+
+Files: usr/bin/* usr/share/scapi/viewer.html
+Copyright: 2026 the scapi authors
+           2010-2017 the three.js authors
+License: MIT
+
 License: MIT
  ${licence}")
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -55,7 +78,14 @@ if(GZIP)
             COMPONENT debian_dev EXCLUDE_FROM_ALL)
   endforeach()
 endif()
-foreach(component runtime dev)
+if(GZIP AND SCAPI_PROGRAMS)
+  foreach(page scapi-check scapi-pair)
+    execute_process(COMMAND ${GZIP} -9nkf ${CMAKE_CURRENT_BINARY_DIR}/${page}.1)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${page}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+            COMPONENT debian_programs EXCLUDE_FROM_ALL)
+  endforeach()
+endif()
+foreach(component runtime dev programs)
   string(TOUPPER ${component} COMPONENT)
   set(place ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${COMPONENT}_PACKAGE_NAME})
   install(FILES ${folder}/copyright ${folder}/changelog.gz DESTINATION ${place}
