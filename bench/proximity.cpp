@@ -157,13 +157,19 @@ const Case& GetCase(int situation, int triangles)
     return c;
 }
 
+scapi_options AtAThousandth()
+{
+    scapi_options options{};
+    options.size = sizeof options;
+    options.tolerance = 0.001;
+    return options;
+}
+
 void Within(benchmark::State& state, int situation)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
     const Pose still = MakePose(0, 0);
-    scapi_options options{};
-    options.size = sizeof options;
-    options.tolerance = 0.001;
+    scapi_options options = AtAThousandth();
     double sum = 0;
     std::size_t next = 0;
     for (auto _ : state) {
@@ -193,9 +199,7 @@ void Contacts(benchmark::State& state, int situation)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
     const Pose still = MakePose(0, 0);
-    scapi_options options{};
-    options.size = sizeof options;
-    options.tolerance = 0.001;
+    scapi_options options = AtAThousandth();
     std::vector<scapi_contact> contacts(1000);
     double sum = 0;
     std::size_t next = 0;
@@ -217,9 +221,7 @@ void Impact(benchmark::State& state, int situation, bool turns)
     scapi_motion still{};
     const Pose rest = MakePose(0, 0);
     std::copy(rest.m, rest.m + 12, still.start);
-    scapi_options options{};
-    options.size = sizeof options;
-    options.tolerance = 0.001;
+    scapi_options options = AtAThousandth();
     options.resolution = 4e-5;
     double sum = 0, tests = 0, clearance = 0;
     std::size_t next = 0;

@@ -20,6 +20,18 @@
 namespace
 {
 
+/// Stands a swept solid where a test has set the starts of its sweep, without a way.
+void StandAtSweepStarts(SOLIDC& b)
+{
+    for (int v = 0; v < b.vertexCount; ++v)
+        std::copy_n(b.vertices[v].sweepStart, 3, b.vertices[v].sweepEnd);
+    for (int t = 0; t < b.triangleCount; ++t) {
+        float corners[3][3];
+        SweptCorners(b, b.triangles[t], corners);
+        TriangleBbox(corners, b.triangles[t].sweepBbox);
+    }
+}
+
 /// A cell, a triangle in it without area or nearly, a plane that judges it, and an edge that
 /// crosses this plane near the line of the triangle, within the cell or beside it.
 struct LooseHit {
@@ -203,13 +215,8 @@ TEST(Loose, TrianglesOfSweptSolidsAreHitByTheStartOfTheFirstEdge)
             VertexRec& vertex = b->vertices[v];
             for (int r = 0; r < 2; ++r) vertex.sweepStart[r] = float(draw.Between(-30, 40));
             vertex.sweepStart[2] = heights[draw.Below(v == 0 ? 5 : 4 + least)];
-            std::copy_n(vertex.sweepStart, 3, vertex.sweepEnd);
         }
-        for (int t = 0; t < b->triangleCount; ++t) {
-            float corners[3][3];
-            SweptCorners(*b, b->triangles[t], corners);
-            TriangleBbox(corners, b->triangles[t].sweepBbox);
-        }
+        StandAtSweepStarts(*b);
         const int fast = DetectFast(*a, *b);
         ASSERT_EQ(fast, SolidInternals::WalkPlainly(*a, *b)) << n;
         hits += fast;
@@ -282,13 +289,8 @@ TEST(Loose, RestingSliversAreBoundedForTheToleranceThatAsks)
                 for (int r = 0; r < 3; ++r)
                     vertex.sweepStart[r] = float((r ? 0 : middle) + spread * draw.Between(-1, 1));
                 if (first) vertex.sweepStart[2] = 1.5e-4f;
-                std::copy_n(vertex.sweepStart, 3, vertex.sweepEnd);
             }
-            for (int t = 0; t < b->triangleCount; ++t) {
-                float corners[3][3];
-                SweptCorners(*b, b->triangles[t], corners);
-                TriangleBbox(corners, b->triangles[t].sweepBbox);
-            }
+            StandAtSweepStarts(*b);
             const int fast = DetectFast(*a, *b);
             ASSERT_EQ(fast, SolidInternals::WalkPlainly(*a, *b)) << n << (first ? ", first" : "");
             ASSERT_TRUE(!first || QueryTreesOf(*a).resting.usable);
