@@ -31,11 +31,6 @@ class Page(Runs):
     def look(self):
         return stage(self.browser, still_picture(self.browser))
 
-    def slide(self, position):
-        self.browser.execute_script("const s = document.querySelector('#slider'); s.value = arguments[0];"
-                                    "s.dispatchEvent(new Event('input'))", position)
-        return self.look()
-
     def show(self, *words):
         page = self.folder / "report.html"
         run = self.run_program(*words, "--html", page)
@@ -63,14 +58,6 @@ class Page(Runs):
         self.assertIn("Y16", self.texts("#position")[0])
         loaded = self.browser.execute_script("return performance.getEntriesByType('resource').map(e => e.name)")
         self.assertEqual([url for url in loaded if not url.startswith("data:")], [])
-
-    def test_slider_moves_the_axes(self):
-        self.show("path", EXAMPLES / "head_table.json")
-        self.browser.find_element("css selector", "[data-view=front]").click()
-        pictures = [self.slide(step) for step in (0, 4, 9)]
-        # The colour of the holder goes where the axes go.
-        for before, after in zip(pictures, pictures[1:]):
-            self.assertGreater((numpy.abs(before - after).max(axis=2) > 30).mean(), 0.02)
 
     def test_mesh_shows_its_faults(self):
         corners = [(0, 0, 0), (100, 0, 0), (0, 100, 0), (0, 0, 100)]
