@@ -7,7 +7,7 @@ namespace fs = std::filesystem;
 
 TemporaryFolder::TemporaryFolder(const std::string& prefix)
 {
-    constexpr int kTries = 100; // a name is taken only by chance
+    constexpr int kTries = 100; // a name is taken only by accident
     std::random_device random;
     std::error_code failed;
     const fs::path base = fs::temp_directory_path(failed);

@@ -118,10 +118,10 @@ def test_meshes_and_scenes_that_stay_in_memory():
 
 def test_ctrl_c_that_has_to_wait_for_the_end(cube, away):
     poses = np.tile(np.eye(4), (3_000_000, 1, 1))[:, :3]  # minutes
-    crowd = scapi.Scene()
+    scene = scapi.Scene()
     for _ in range(1500):  # a million pairs
-        crowd.add(scapi.Mesh.cylinder(1, 1, segments=40))
-    for job in (lambda: scapi.distance_many(cube, away, poses), crowd.check):
+        scene.add(scapi.Mesh.cylinder(1, 1, segments=40))
+    for job in (lambda: scapi.distance_many(cube, away, poses), scene.check):
         stop = threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT))
         stop.start()
         with pytest.raises(KeyboardInterrupt):

@@ -25,10 +25,10 @@ def row(cube, gaps, **options):
 
 def test_pairs_that_are_missed_or_reported_twice(cube):
     scene = row(cube, [0.5, -0.5, 2])
-    mover = scene.add(cube, scapi.Motion(scapi.Pose.translation(4, 5, 0), path=(0, -10, 0)),
-                      name="mover")
+    arm = scene.add(cube, scapi.Motion(scapi.Pose.translation(4, 5, 0), path=(0, -10, 0)),
+                      name="arm")
     result = scene.check()
-    assert [(p.a.number, p.b.number) for p in result.pairs] == [(1, 2), (3, mover)]
+    assert [(p.a.number, p.b.number) for p in result.pairs] == [(1, 2), (3, arm)]
     assert result.verdict is Verdict.CONTACT and result and result.pair_count == 10
     assert result.count == 2 and not result.truncated
     resting, moving = (pair.impact for pair in result.pairs)
