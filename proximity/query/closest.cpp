@@ -192,6 +192,12 @@ Closest FindWithin(const Body& a, const Body& b, const PlacedPair& pair, const L
                    Scratch& scratch)
 {
     WithinSearch search(a, b, pair, limits);
+    if (BodiesAreFarther(a, b, MakeFrameChange(pair.a, pair.b), search.Limit())) {
+        Closest apart;
+        apart.finished = apart.clear = apart.outside = true;
+        apart.lower = limits.tolerance, apart.apart = search.near;
+        return apart;
+    }
     const bool goesOn = !search.HasHint(scratch) || TestHint(search, scratch);
     const bool walked =
         goesOn && WalkPairs(a.tree, b.tree, PairFrames(pair), scratch.stack, search);
@@ -212,7 +218,9 @@ int Judge(const Body& a, const Body& b, const PlacedPair& pair, const Limits& li
     relation = closest.crosses ? SCAPI_CROSSING : SCAPI_UNKNOWN;
     const bool apart = closest.finished && closest.apart > 0;
     if (apart)
-        relation = limits.surfacesOnly ? SCAPI_APART : RelationApart(a, b, pair, closest.apart);
+        relation = closest.outside || limits.surfacesOnly
+                       ? SCAPI_APART
+                       : RelationApart(a, b, pair, closest.apart);
     else if (closest.finished && closest.upper <= limits.tolerance + limits.resolution &&
              !closest.crosses)
         relation = SCAPI_TOUCHING;

@@ -14,6 +14,7 @@ struct Closest {
     bool crosses = false;
     bool finished = false; ///< neither stopped by the budget nor at a first contact
     bool clear = false;    ///< shown: above the tolerance
+    bool outside = false;  ///< shown: not even the boxes of the bodies meet
     double apart = 0;      ///< a lower bound as good as `lower`, or better
     std::int64_t tests = 0;
 };

@@ -164,11 +164,8 @@ double ContainmentMargin(const Body& a, const Body& b, const PlacedPair& pair)
 
 int RelationApart(const Body& a, const Body& b, const PlacedPair& pair, double apart)
 {
-    const NodeSlack slack = MakeNodeSlack(a, b, pair);
-    const FrameChange change = MakeFrameChange(pair.a, pair.b);
-    const float limit = PruneLimit(slack, 0);
-    const BoxInFrame whole = PrepareBox(change, b.tree.BoxOf(kRoot));
-    if (SquaredBounds(change, a.tree.node[0], whole, limit)[0] >= limit) return SCAPI_APART;
+    const float limit = PruneLimit(MakeNodeSlack(a, b, pair), 0);
+    if (BodiesAreFarther(a, b, MakeFrameChange(pair.a, pair.b), limit)) return SCAPI_APART;
     // A point that rounding moves by less than the distance stays on its side of the surface.
     const bool exactEnough = apart > ContainmentMargin(a, b, pair);
     const Side aInB = AnyShellInside(b, pair.b, a, pair.a, exactEnough);

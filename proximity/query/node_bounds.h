@@ -155,6 +155,14 @@ inline Lanes SquaredBounds(const FrameChange& change, const Node& x, const BoxIn
     return Max(most, gap * gap);
 }
 
+/// The boxes and slabs of whole bodies.
+/// @param limit  as PruneLimit gives it
+inline bool BodiesAreFarther(const Body& a, const Body& b, const FrameChange& change, float limit)
+{
+    const BoxInFrame whole = PrepareBox(change, b.tree.BoxOf(kRoot));
+    return SquaredBounds(change, a.tree.node[0], whole, limit)[0] >= limit;
+}
+
 } // namespace proximity
 
 #endif

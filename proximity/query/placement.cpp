@@ -21,13 +21,13 @@ double Determinant(const Mat& m) { return Dot(m.row[0], Cross(m.row[1], m.row[2]
 /// added.
 double OffRigid(const Mat& m)
 {
+    double off[3][3];
+    for (int i = 0; i < 3; ++i)
+        for (int j = i; j < 3; ++j)
+            off[i][j] = off[j][i] =
+                std::fabs(Dot(Column(m, i), Column(m, j)) - (i == j ? 1.0 : 0.0));
     double most = 0;
-    for (int i = 0; i < 3; ++i) {
-        double sum = 0;
-        for (int j = 0; j < 3; ++j)
-            sum += std::fabs(Dot(Column(m, i), Column(m, j)) - (i == j ? 1.0 : 0.0));
-        most = std::max(most, sum);
-    }
+    for (const auto& row : off) most = std::max(most, row[0] + row[1] + row[2]);
     return most + 32 * kUnit;
 }
 
