@@ -169,7 +169,8 @@ int scapi_mesh_get_info(const scapi_mesh* mesh, scapi_mesh_info* info)
                                                 tree.triangle.capacity() * sizeof(FloatTriangle) +
                                                 tree.source.capacity() * sizeof(std::int32_t) +
                                                 topology.shellPoint.capacity() *
-                                                    sizeof topology.shellPoint[0]);
+                                                    sizeof topology.shellPoint[0] +
+                                                mesh->body.ExtentsBytes());
         std::copy(tree.low, tree.low + 3, info->low);
         std::copy(tree.high, tree.high + 3, info->high);
         info->closed = topology.closed;

@@ -1,10 +1,11 @@
-// What is shared of a mesh: its tree, and what containment needs, found out at the first need.
+// What is shared of a mesh: its tree, and what some searches need, found out at the first need.
 #ifndef PROXIMITY_QUERY_BODY_H
 #define PROXIMITY_QUERY_BODY_H
 
+#include <atomic>
 #include <mutex>
 
-#include "proximity/bvh/tree.h"
+#include "proximity/bvh/extents.h"
 #include "proximity/mesh/topology.h"
 
 namespace proximity
@@ -22,12 +23,25 @@ struct Body {
         return topology;
     }
 
+    /// By handle; safe to call from many threads.
+    const std::vector<Extents>& GetExtents() const
+    {
+        std::call_once(extentsOnce, [this] {
+            extents = ExtentsOf(tree);
+            extentsBytes = extents.capacity() * sizeof(Extents);
+        });
+        return extents;
+    }
+    std::size_t ExtentsBytes() const { return extentsBytes; } ///< 0 until they are asked for
+
     Tree tree;
     double reach; ///< no point is farther from tree.center
 
 private:
-    mutable std::once_flag once;
+    mutable std::once_flag once, extentsOnce;
     mutable Topology topology;
+    mutable std::vector<Extents> extents;
+    mutable std::atomic<std::size_t> extentsBytes = 0;
 };
 
 } // namespace proximity

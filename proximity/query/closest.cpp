@@ -1,7 +1,11 @@
 #include "proximity/query/closest.h"
 
+#include <cfloat>
+#include <optional>
+
 #include "proximity/exact/intersection.h"
 #include "proximity/query/containment.h"
+#include "proximity/query/extent_gaps.h"
 #include "proximity/query/leaf_cache.h"
 
 namespace proximity
@@ -19,11 +23,13 @@ struct Search {
     double error; ///< of placing
     Closest closest;
     double leastLower = HUGE_VAL;
+    int ties = 0; ///< pairs of nodes that floats could not tell from the limit
+    std::optional<ExtentGaps> gaps;
     PlacedLeaf leafA, leafB;
 
     Search(const Body& bodyA, const Body& bodyB, const PlacedPair& placed, const Limits& given)
         : a(bodyA), b(bodyB), pair(placed), limits(given),
-          slack(MakeNodeSlack(bodyA, bodyB, placed)), error(placed.Error())
+          slack(MakeNodeSlack(bodyA, bodyB, placed, kFloatUnit)), error(placed.Error())
     {
     }
 
@@ -69,6 +75,15 @@ struct Search {
     /// there are as many as pairs of triangles that overlap.
     bool CanOnlyCross() const { return leastLower <= 0 && closest.upper <= error; }
 
+    const ExtentGaps& Gaps()
+    {
+        if (!gaps) gaps.emplace(MakeExtentGaps(a, b, pair));
+        return *gaps;
+    }
+
+    /// Nodes that do no more than touch along an axis hold nothing that crosses.
+    bool CanOnlyTouch(const NodePair& nodes) { return GapInWorld(Gaps(), nodes.a, nodes.b) >= 0; }
+
     bool HasHint(const Scratch& scratch) const
     {
         return scratch.lastA >= 0 && scratch.lastB >= 0 &&
@@ -97,8 +112,12 @@ struct Search {
 /// Of the least distance so far: a pair that is hardly nearer is none to look for.
 constexpr double kWorthwhile = 1 - 0x1p-21;
 
+/// So many ties are worth a look at exact extents, which are computed at the first.
+constexpr int kManyTies = 256;
+
 struct ClosestSearch : Search {
     float limit = 0;
+    float tie = 0; ///< bounds from here to the limit are too rough
 
     using Search::Search;
 
@@ -106,7 +125,18 @@ struct ClosestSearch : Search {
     /// many pairs are equally far apart all but the first are passed over.
     double Far() const { return std::min(closest.upper * kWorthwhile, limits.upperBound); }
     float Limit() const { return limit; }
-    void UpdateLimit() { limit = PruneLimit(slack, Far()); }
+    void UpdateLimit()
+    {
+        limit = PruneLimit(slack, Far());
+        const double sure = std::max(0.0, Far() - slack.length);
+        tie = static_cast<float>(std::min(sure * sure, double(FLT_MAX)));
+    }
+    bool PassesOver(const NodePair& nodes)
+    {
+        if (CanOnlyCross()) return CanOnlyTouch(nodes);
+        return nodes.bound >= tie && Far() < HUGE_VAL && ++ties >= kManyTies &&
+               AreFarther(Gaps(), nodes.a, nodes.b, Far());
+    }
 
     bool Test(const Triangle& x, const Triangle& y, std::int32_t numberA, std::int32_t numberB)
     {
@@ -141,6 +171,10 @@ struct WithinSearch : Search {
         limit = PruneLimit(slack, distance);
     }
     float Limit() const { return limit; }
+    bool PassesOver(const NodePair& nodes)
+    {
+        return InContact() && CanOnlyCross() && CanOnlyTouch(nodes);
+    }
     bool InContact() const { return closest.upper <= limits.tolerance + limits.resolution; }
 
     /// @return false where the answer is found

@@ -24,12 +24,13 @@ struct ContactSearch {
         : a(bodyA), b(bodyB), pair(placed), limits(given), within(distance),
           near(std::max(distance, 2 * ContainmentMargin(bodyA, bodyB, placed))),
           error(placed.Error()), capacity(room),
-          limit(PruneLimit(MakeNodeSlack(bodyA, bodyB, placed), near)), result{}
+          limit(PruneLimit(MakeNodeSlack(bodyA, bodyB, placed, kFloatUnit), near)), result{}
     {
         result.apart = near;
     }
 
     float Limit() const { return limit; }
+    static bool PassesOver(const NodePair&) { return false; }
     bool Spend() { return ++result.tests <= limits.budget; }
 
     /// A heap whose top is the last of those kept.

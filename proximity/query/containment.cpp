@@ -164,7 +164,7 @@ double ContainmentMargin(const Body& a, const Body& b, const PlacedPair& pair)
 
 int RelationApart(const Body& a, const Body& b, const PlacedPair& pair, double apart)
 {
-    const float limit = PruneLimit(MakeNodeSlack(a, b, pair), 0);
+    const float limit = PruneLimit(MakeNodeSlack(a, b, pair, kFloatUnit), 0);
     if (BodiesAreFarther(a, b, MakeFrameChange(pair.a, pair.b), limit)) return SCAPI_APART;
     // A point that rounding moves by less than the distance stays on its side of the surface.
     const bool exactEnough = apart > ContainmentMargin(a, b, pair);

@@ -187,6 +187,7 @@ struct SelfSearch {
     PlacedLeaf leafA{}, leafB{};
 
     float Limit() const { return limit; }
+    static bool PassesOver(const NodePair&) { return false; }
     bool Spend() { return --left >= 0; }
 
     bool VisitLeaves(Leaf a, Leaf b)
@@ -231,8 +232,8 @@ void FindSelfCrossings(const Body& body, std::int64_t budget, scapi_diagnosis& o
     Collector crossings(out.self_crossings);
     constexpr double kIdentity[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
     const PlacedPair pair = PlacePair(body, kIdentity, body, kIdentity);
-    SelfSearch search{body, pair, PruneLimit(MakeNodeSlack(body, body, pair), 0), budget,
-                      crossings};
+    SelfSearch search{body, pair, PruneLimit(MakeNodeSlack(body, body, pair, kFloatUnit), 0),
+                      budget, crossings};
     const PairFrames frames(pair);
     std::vector<NodePair> stack;
     bool complete = true;

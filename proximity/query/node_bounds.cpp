@@ -29,11 +29,11 @@ FrameChange MakeFrameChange(const Placement& x, const Placement& y)
     return change;
 }
 
-NodeSlack MakeNodeSlack(const Body& a, const Body& b, const PlacedPair& pair)
+NodeSlack MakeNodeSlack(const Body& a, const Body& b, const PlacedPair& pair, double unit)
 {
     const double off = pair.a.offRigid + pair.b.offRigid;
     const double size = a.reach + b.reach + SumOfSizes(pair.b.center - pair.a.center);
-    return {kNodeRoundings * double(FLT_EPSILON / 2) * size + off * size + pair.Error(), 1 + off};
+    return {kNodeRoundings * unit * size + off * size + pair.Error(), 1 + off};
 }
 
 float PruneLimit(const NodeSlack& slack, double limit)

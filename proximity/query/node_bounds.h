@@ -23,7 +23,8 @@ struct NodeSlack {
     double length, factor;
 };
 
-NodeSlack MakeNodeSlack(const Body& a, const Body& b, const PlacedPair& pair);
+/// @param unit  roundoff of what they are computed in
+NodeSlack MakeNodeSlack(const Body& a, const Body& b, const PlacedPair& pair, double unit);
 
 /// Squares of bounds count when they are not below this: node pairs with such bounds are farther
 /// apart than `limit`.

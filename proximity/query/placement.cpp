@@ -73,10 +73,7 @@ Mat operator*(const Mat& a, const Mat& b)
     return m;
 }
 
-Vec CenterOf(const Body& body)
-{
-    return {{body.tree.center[0], body.tree.center[1], body.tree.center[2]}};
-}
+Vec CenterOf(const Body& body) { return VecOf(body.tree.center); }
 
 /// Lemma P1: 16 roundings of numbers no larger than these together.
 double PlacingError(double reach, const Vec& bodyCenter, const Vec& translation, const Vec& center)
@@ -208,9 +205,7 @@ int MotionBetween(const double* start, const double* end, const double* pivot, s
 
 Vec PlacePoint(const Tree& tree, const Placement& placement, const float* point)
 {
-    const Vec q{{double(point[0]) - tree.center[0], double(point[1]) - tree.center[1],
-                 double(point[2]) - tree.center[2]}};
-    return placement.rotation * q + placement.center;
+    return placement.rotation * (VecOf(point) - VecOf(tree.center)) + placement.center;
 }
 
 Triangle PlaceTriangle(const Tree& tree, const Placement& placement, std::int32_t triangle)

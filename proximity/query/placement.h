@@ -11,8 +11,8 @@
 namespace proximity
 {
 
-/// Unit roundoff of doubles.
-constexpr double kUnit = 0x1p-53;
+/// Unit roundoff of doubles, and of floats.
+constexpr double kUnit = 0x1p-53, kFloatUnit = 0x1p-24;
 
 /// @return SCAPI_OK or the code that tells what the pose looks like
 int CheckPose(const double* pose);

@@ -87,9 +87,9 @@ inline int DividePair(const Tree& a, const Tree& b, const PairFrames& frames, co
 
 /// Walks over the pairs of leaves below those on the stack whose bounds are below a limit, nearest
 /// first.
-/// @param visitor  has Limit() as PruneLimit gives it, asked again and again; Spend(), false ends
-/// the
-///                 walk; VisitLeaves(Leaf, Leaf), false ends it too
+/// @param visitor  has Limit() as PruneLimit gives it, asked again and again; PassesOver(NodePair),
+///                 true where more than the bound tells that a pair is of no interest; Spend(),
+///                 false ends the walk; VisitLeaves(Leaf, Leaf), false ends it too
 /// @return false when it was ended
 template <class Visitor>
 bool WalkStack(const Tree& a, const Tree& b, const PairFrames& frames, std::vector<NodePair>& stack,
@@ -98,7 +98,7 @@ bool WalkStack(const Tree& a, const Tree& b, const PairFrames& frames, std::vect
     while (!stack.empty()) {
         const NodePair pair = stack.back();
         stack.pop_back();
-        if (pair.bound >= visitor.Limit()) continue;
+        if (pair.bound >= visitor.Limit() || visitor.PassesOver(pair)) continue;
         if (!visitor.Spend()) return false;
         const std::int32_t childA = a.Child(pair.a), childB = b.Child(pair.b);
         if (IsLeaf(childA) && IsLeaf(childB)) {

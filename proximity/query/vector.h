@@ -15,6 +15,7 @@ struct Vec {
 };
 
 inline Vec VecOf(const double* p) { return {{p[0], p[1], p[2]}}; }
+inline Vec VecOf(const float* p) { return {{p[0], p[1], p[2]}}; }
 inline Vec operator+(const Vec& a, const Vec& b)
 {
     return {{a[0] + b[0], a[1] + b[1], a[2] + b[2]}};

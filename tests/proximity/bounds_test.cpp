@@ -4,6 +4,7 @@
 #include <cstring>
 #include <random>
 
+#include "proximity/query/extent_gaps.h"
 #include "proximity/query/leaf_cache.h"
 #include "proximity/query/moving_box.h"
 #include "proximity/query/node_bounds.h"
@@ -72,11 +73,13 @@ TEST(ProximityTree, BoxesAndSlabsHoldAllBelowThem)
             for (auto& corner : t.corner) corner[1] += static_cast<float>(offset);
         const Body body(triangles);
         std::vector<int> seen(300);
+        const std::vector<Extents> extents = ExtentsOf(body.tree);
         for (std::size_t n = 0; n < body.tree.node.size(); ++n)
             for (int lane = 0; lane < kLanes; ++lane) {
                 const Handle handle = HandleOf(static_cast<std::int32_t>(n), lane);
                 if (body.tree.Child(handle) == kNoChild) continue;
                 const proximity::Box box = body.tree.BoxOf(handle);
+                const Extents& exact = extents[static_cast<std::size_t>(handle)];
                 ForEachBelow(body.tree, handle, [&](std::int32_t t) {
                     if (n == 0)
                         ++seen[static_cast<std::size_t>(
@@ -87,6 +90,7 @@ TEST(ProximityTree, BoxesAndSlabsHoldAllBelowThem)
                         for (int i = 0; i < 3; ++i) {
                             const double q = double(corner[i]) - body.tree.center[i];
                             ASSERT_LE(std::fabs(q - box.center[i]), box.half[i]);
+                            ASSERT_TRUE(exact.low[i] <= corner[i] && corner[i] <= exact.high[i]);
                             along += q * box.normal[i];
                         }
                         ASSERT_LE(box.low, along + 1e-15 * body.reach);
@@ -101,14 +105,17 @@ TEST(ProximityTree, BoxesAndSlabsHoldAllBelowThem)
 TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
 {
     Random random{std::mt19937(2)};
-    int needed = 0, tight = 0;
+    int needed = 0, tight = 0, told = 0;
     for (int i = 0; i < 4000; ++i) {
         // Near each other, and far out, where floats are coarse.
         const double far = i % 2 ? 3 : 300;
         // Or a small triangle over a corner of a large one: the slab tells the gap, while all that
         // floats compute with is a hundred thousand times as large.
         const bool parallel = i % 4 == 0;
-        const Triangles large = random.Strip(parallel ? 1 : 1 + i % 4, parallel ? 1000 : 3, 0.01);
+        Triangles large = random.Strip(parallel ? 1 : 1 + i % 4, parallel ? 1000 : 3, 0.01);
+        // Or along an axis of both bodies, which exact extents tell.
+        const bool level = i % 8 == 0;
+        if (level) large[0].corner[1][2] = large[0].corner[2][2] = large[0].corner[0][2];
         Triangles small = large;
         for (auto& corner : small[0].corner)
             for (int k = 0; k < 3; ++k)
@@ -133,13 +140,43 @@ TEST(ProximityBounds, OfNodesAreNeverAboveTheDistance)
         const FrameChange change = MakeFrameChange(pair.a, pair.b);
         const float bound = SquaredBounds(change, a.tree.node[0],
                                           PrepareBox(change, b.tree.BoxOf(kRoot)), HUGE_VALF)[0];
-        const NodeSlack slack = MakeNodeSlack(a, b, pair);
+        const NodeSlack slack = MakeNodeSlack(a, b, pair, kFloatUnit);
         ASSERT_LT(bound, PruneLimit(slack, distance + pair.Error())) << i;
+        const ExtentGaps gaps = MakeExtentGaps(a, b, pair);
+        // All that it takes off is for what the placing of the corners rounds, and for more.
+        ASSERT_FALSE(AreFarther(gaps, kRoot, kRoot, distance - 0.5 * pair.Error())) << i;
+        if (level) told += AreFarther(gaps, kRoot, kRoot, (1 - 1e-8) * distance);
         needed += bound > distance * distance;
         tight += bound > 0.25 * distance * distance;
     }
     EXPECT_GT(needed, 0) << "without a margin the bound would be wrong here";
     EXPECT_GT(tight, 1000);
+    EXPECT_GT(told, 400) << "of 500";
+}
+
+TEST(ProximityBounds, OfExtentsHoldTheCornersAsPlacedAndNoMore)
+{
+    Random random{std::mt19937(10)};
+    for (int i = 0; i < 1000; ++i) {
+        const bool quarters = i % 2 == 0;
+        const Pose turned = quarters ? Pose{0, -1, 0, 0.1, 0, 0, -1, 0.7, 1, 0, 0, 1e-3}
+                                     : RandomPose(random.engine, 10);
+        const Body a(random.Strip(20, 10, 1)), b(random.Strip(1 + i % 3, 10, 1));
+        const PlacedPair pair = PlacePair(a, turned.data(), b, kIdentity.data());
+        const auto low = [&](const Body& body, const Placement& placement, int axis, int sign) {
+            double least = HUGE_VAL;
+            for (int t = 0; t < static_cast<int>(body.tree.triangle.size()); ++t)
+                for (const auto& corner : PlaceTriangle(body.tree, placement, t).corner)
+                    least = std::min(least, sign * corner[axis]);
+            return least;
+        };
+        double gap = -HUGE_VAL;
+        for (int axis = 0; axis < 3; ++axis)
+            for (const int sign : {1, -1})
+                gap = std::max(gap, low(a, pair.a, axis, sign) + low(b, pair.b, axis, -sign));
+        const double bound = GapInWorld(MakeExtentGaps(a, b, pair), kRoot, kRoot);
+        ASSERT_TRUE(quarters ? bound == gap : bound <= gap) << i;
+    }
 }
 
 TEST(ProximityBounds, OfLeavesNeverDropAPairAtTheLimit)
