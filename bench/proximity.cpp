@@ -213,9 +213,11 @@ void Contacts(benchmark::State& state, int situation)
     state.counters["sum"] = sum / double(state.iterations());
 }
 
+enum Move { kTo, kTurn, kLift };
+
 /// From 30 away to the pose and 10 beyond, along x or, where it comes to lie on the other body,
-/// down; or, turning, a quarter turn about x at the pose.
-void Impact(benchmark::State& state, int situation, bool turns)
+/// down; or a quarter turn about x at the pose; or up from where it lies.
+void Impact(benchmark::State& state, int situation, Move move)
 {
     const Case& c = GetCase(situation, static_cast<int>(state.range(0)));
     scapi_motion still{};
@@ -228,8 +230,10 @@ void Impact(benchmark::State& state, int situation, bool turns)
     for (auto _ : state) {
         scapi_motion motion = still;
         std::copy(c.poses[next].m, c.poses[next].m + 12, motion.start);
-        if (turns) {
+        if (move == kTurn) {
             motion.axis[0] = 1, motion.angle = 1.5707963267948966;
+        } else if (move == kLift) {
+            motion.path[2] = 40, options.flags = SCAPI_IGNORE_START_CONTACT;
         } else {
             const int axis = situation == kLying ? 2 : 0;
             motion.start[4 * axis + 3] += 30, motion.path[axis] = -40;
@@ -349,9 +353,11 @@ void Register(int situation, const std::string& name)
     add("distance/" + name, [=](benchmark::State& s) { Closest(s, situation); });
     if (situation == kHit || situation == kLying)
         add("contacts/" + name, [=](benchmark::State& s) { Contacts(s, situation); });
-    add("straight/" + name, [=](benchmark::State& s) { Impact(s, situation, false); });
+    add("straight/" + name, [=](benchmark::State& s) { Impact(s, situation, kTo); });
+    if (situation == kLying)
+        add("lift/" + name, [=](benchmark::State& s) { Impact(s, situation, kLift); });
     if (situation != kHit && situation != kLying)
-        add("quarter_turn/" + name, [=](benchmark::State& s) { Impact(s, situation, true); });
+        add("quarter_turn/" + name, [=](benchmark::State& s) { Impact(s, situation, kTurn); });
 #ifdef BENCH_WITH_FCL
     add("fcl_collide/" + name, [=](benchmark::State& s) { Fcl(s, situation, false); });
     add("fcl_distance/" + name, [=](benchmark::State& s) { Fcl(s, situation, true); });

@@ -10,9 +10,6 @@ namespace proximity
 namespace
 {
 
-/// Pairs of triangles in contact at the start that can be told apart later.
-constexpr std::int64_t kMostExempt = 1 << 20;
-
 double Diagonal(const Tree& tree)
 {
     Vec extent{};
@@ -55,23 +52,6 @@ int RelationOfContacts(const scapi_contacts_result& result, const scapi_contact*
         meet = meet || contacts[i].lower == 0;
     }
     return meet && !result.truncated ? SCAPI_TOUCHING : SCAPI_UNKNOWN;
-}
-
-/// The pairs that are in contact at the start. @return false when there are too many
-bool FindExempt(const Body& a, const Body& b, const PlacedPair& start, const Limits& limits,
-                Scratch& scratch, std::vector<Exempt>& exempt, std::int64_t& tests)
-{
-    const ContactSearchResult found = FindContacts(
-        a, b, start, limits, limits.tolerance + limits.resolution, kMostExempt, scratch);
-    tests += found.tests;
-    if (!found.finished || found.count > kMostExempt) return false;
-    for (const ContactPair& pair : found.pairs) {
-        const double gap = WidestGap(PlaceTriangle(a.tree, start.a, pair.a),
-                                     PlaceTriangle(b.tree, start.b, pair.b));
-        exempt.push_back({pair.a, pair.b, std::min(limits.tolerance, gap - limits.resolution)});
-    }
-    std::sort(exempt.begin(), exempt.end());
-    return true;
 }
 
 void StoreContact(const Body& a, const Body& b, const Impact& impact, const Vec& origin,
@@ -194,20 +174,15 @@ scapi_impact AnswerImpact(const Body& a, const scapi_motion& motionA, const Body
         result.verdict = verdict;
         return result;
     }
-    std::vector<Exempt> exempt;
-    if (verdict == SCAPI_CONTACT) {
-        if (!complete.ignoreStartContact) {
-            result.verdict = SCAPI_START_CONTACT;
-            StoreContact(a, b, StartImpact(a, b, start, closest), start.origin, result);
-            return result;
-        }
-        complete.budget = std::max<std::int64_t>(0, limits.budget - result.tests);
-        if (!FindExempt(a, b, start, complete, scratch, exempt, result.tests)) return result;
-    } else if (!closest.clear) {
+    const bool leaves = verdict == SCAPI_CONTACT && complete.ignoreStartContact;
+    if (verdict == SCAPI_CONTACT && !leaves) {
+        result.verdict = SCAPI_START_CONTACT;
+        StoreContact(a, b, StartImpact(a, b, start, closest), start.origin, result);
         return result;
     }
+    if (!leaves && !closest.clear) return result;
     complete.budget = std::max<std::int64_t>(0, limits.budget - result.tests);
-    const Impact impact = FindImpact(a, b, moving, complete, exempt, scratch);
+    const Impact impact = FindImpact(a, b, moving, complete, leaves, scratch);
     result.tests += impact.tests;
     result.t_clear = impact.timeClear;
     result.clearance = std::min(result.clearance, impact.clearance);

@@ -27,10 +27,9 @@ constexpr int kMostInInstant = 32;
 
 /// What comes next is on top of the heap: the earliest, and of those the smallest, since it leads
 /// to a contact soonest.
-bool ComesLater(const Event& x, const Event& y)
-{
+constexpr auto ComesLater = [](const Event& x, const Event& y) {
     return x.time != y.time ? x.time > y.time : x.size > y.size;
-}
+};
 
 /// Everything that depends on the time alone.
 struct Moment {
@@ -49,6 +48,15 @@ double SupportAtAnyAngle(const Rates& rates, const NodeBox& box, const Vec& dire
     const double along = SupportOf(box, share * axis) - share * Dot(axis, rates.pivot);
     const double across = Length(direction - share * axis) * box.points.radius;
     return Dot(direction, rates.pivot) + along + across;
+}
+
+/// How near or deep two triangles are: the widest gap between them, negative for depth.
+double WidestGap(const Triangle& a, const Triangle& b, const PairDistance& distance)
+{
+    const Directions directions =
+        SeparatingDirections(a, b, VecOf(distance.pointB) - VecOf(distance.pointA));
+    const double widest = directions.widest < 0 ? 0.0 : directions.gap[directions.widest];
+    return distance.lower > 0 ? std::max(distance.lower, widest) : widest;
 }
 
 /// The corners of a triangle, as their motion sees them.
@@ -88,7 +96,6 @@ struct ImpactSearch {
     const Body& b;
     const MovingPair& moving;
     const Limits& limits;
-    std::span<const Exempt> exempt;
     std::vector<Event>& events;
     Impact impact;
     Moment moment;
@@ -96,15 +103,17 @@ struct ImpactSearch {
     double fastest = 0; ///< no point moves faster against another
     double boxError = 0, pointError = 0, speedError = 0; ///< of gaps and speeds (Lemma M3)
     double boxTolerance = 0;
-    double instant = 0; ///< nothing moves farther in it than a part of the resolution
+    std::optional<PlacedPair> start; ///< where contacts there are left out of account
+    std::optional<Vec> away; ///< then, of A from B, where neither turns: its path's direction
+    double instant = 0;      ///< nothing moves farther in it than a part of the resolution
     double instantEnd = 0;
     int inInstant = 0; ///< events since the last look ahead, none of them later than instantEnd
     bool looksAhead = false;
     std::optional<Event> ahead; ///< what is looked at next, before its time
 
     ImpactSearch(const Body& bodyA, const Body& bodyB, const MovingPair& pair, const Limits& given,
-                 std::span<const Exempt> exempted, Scratch& scratch)
-        : a(bodyA), b(bodyB), moving(pair), limits(given), exempt(exempted), events(scratch.events)
+                 bool leaves, Scratch& scratch)
+        : a(bodyA), b(bodyB), moving(pair), limits(given), events(scratch.events)
     {
         const double off = pair.a.offRigid + pair.b.offRigid;
         for (const auto& [body, motion] : {std::pair{&a, &pair.a}, std::pair{&b, &pair.b}}) {
@@ -117,6 +126,12 @@ struct ImpactSearch {
         boxTolerance = limits.tolerance * (1 + off);
         speedError = 256 * kUnit * fastest;
         instant = fastest > 0 ? 0.25 * limits.resolution / fastest : 0;
+        if (!leaves) return;
+        start = {PlaceAt(pair.a, 0), PlaceAt(pair.b, 0), pair.origin};
+        const Vec path = pair.a.path - pair.b.path;
+        if (const double length = Length(path);
+            length > 0 && pair.a.angle == 0 && pair.b.angle == 0)
+            away = (1 / length) * path;
     }
 
     void GoTo(double time)
@@ -165,17 +180,18 @@ struct ImpactSearch {
     double WaitAlong(const NodeBox& x, const NodeBox& y, const Vec& direction, double gap) const
     {
         const double taken = boxError + boxTolerance;
+        const bool straight = moment.ratesA.speed == 0 && moment.ratesB.speed == 0;
+        if (straight && !(gap > taken)) return 0;
         const Vec opposite = -1.0 * direction;
         Closing closing{speedError, 0, speedError};
         AddClosing(moment.ratesA, moment.placed.a.rotation, x.points, direction, closing);
         AddClosing(moment.ratesB, moment.placed.b.rotation, y.points, opposite, closing);
         const double wait = TimeOfGap(gap - taken, closing);
-        if (moment.ratesA.speed == 0 && moment.ratesB.speed == 0) return wait;
+        if (straight) return wait;
         const double least = -SupportAtAnyAngle(moment.ratesA, x, direction) -
                              SupportAtAnyAngle(moment.ratesB, y, opposite) - taken;
         if (!(least > 0)) return wait;
-        const double straight = Dot(direction, moment.ratesA.path - moment.ratesB.path);
-        const double speed = straight + speedError;
+        const double speed = Dot(direction, moment.ratesA.path - moment.ratesB.path) + speedError;
         return std::max(wait, speed > 0 ? least / speed * (1 - 1e-12) : HUGE_VAL);
     }
 
@@ -224,6 +240,14 @@ struct ImpactSearch {
                          WaitAlongNormal(x, y, x.normal), WaitAlongNormal(x, y, y.normal)});
     }
 
+    /// Nodes at the start of a straight motion out of contact, no pair below which comes closer or
+    /// deeper by as much as counts.
+    bool Leave(const NodeBox& x, const NodeBox& y) const
+    {
+        return away && moment.time == 0 &&
+               PartsForGood(x, y, *away, 0.25 * limits.resolution - boxError);
+    }
+
     void DivideNodes(const Event& event)
     {
         const bool dividesA = DividesA(a.tree, b.tree, event.a, event.b);
@@ -238,6 +262,7 @@ struct ImpactSearch {
             const Handle handle = HandleOf(below, lane);
             if (tree.Child(handle) == kNoChild) break;
             const NodeBox box = PlaceBox(placement, rates, tree.BoxOf(handle));
+            if (dividesA ? Leave(box, other) : Leave(other, box)) continue;
             const double wait = dividesA ? WaitOfBoxes(box, other) : WaitOfBoxes(other, box);
             Push(wait, static_cast<float>(box.extent + other.extent), dividesA ? handle : event.a,
                  dividesA ? event.b : handle, false);
@@ -299,7 +324,10 @@ struct ImpactSearch {
         PlacedLeaf x, y;
         x.Place(a.tree, moment.placed.a, inA), y.Place(b.tree, moment.placed.b, inB);
         const PairBits kept = PairsKeptByRings(x, y);
-        for (int i = 0; i < x.count; ++i)
+        Triangle triangleB[kMostInLeaf];
+        for (int j = 0; j < y.count; ++j) triangleB[j] = y.TriangleAt(j);
+        for (int i = 0; i < x.count; ++i) {
+            const Triangle triangleA = x.TriangleAt(i);
             for (int j = 0; j < y.count; ++j) {
                 if ((kept >> (kMostInLeaf * i + j) & 1) != 0) continue;
                 Vec between{};
@@ -311,18 +339,27 @@ struct ImpactSearch {
                 }
                 const double length = Length(between);
                 const double wait = length > limits.tolerance
-                                        ? WaitOfCorners(x.TriangleAt(i), y.TriangleAt(j),
+                                        ? WaitOfCorners(triangleA, triangleB[j],
                                                         (1 / length) * between, limits.tolerance)
                                         : 0.0;
                 Push(wait, 0, inA.first + i, inB.first + j, true);
             }
+        }
     }
 
-    const Exempt* FindExempt(std::int32_t x, std::int32_t y) const
+    /// How near or deep a pair may come that is in contact at the start: a gap, negative for depth.
+    /// @param now  its distance at this moment
+    std::optional<double> LeastGapOfLeaving(const Event& event, const PairDistance& now) const
     {
-        const Exempt wanted{x, y, 0};
-        const auto at = std::lower_bound(exempt.begin(), exempt.end(), wanted);
-        return at != exempt.end() && !(wanted < *at) ? &*at : nullptr;
+        if (!start) return std::nullopt;
+        const Triangle x = PlaceTriangle(a.tree, start->a, event.a);
+        const Triangle y = PlaceTriangle(b.tree, start->b, event.b);
+        const double near = limits.tolerance + limits.resolution + start->Error();
+        if (moment.time > 0 && FartherThan(x, y, near)) return std::nullopt;
+        const PairDistance then =
+            moment.time > 0 ? DistanceOf(x, y, 0.25 * limits.resolution) : now;
+        if (then.lower > near) return std::nullopt;
+        return std::min(limits.tolerance, WidestGap(x, y, then) - limits.resolution);
     }
 
     void NoteContact(const Event& event, const Triangle& x, const Triangle& y,
@@ -337,17 +374,21 @@ struct ImpactSearch {
     }
 
     /// Waits for a pair that was in contact at the start: until it comes deeper.
-    double WaitOfExempt(const Triangle& x, const Triangle& y, const PairDistance& distance,
-                        double least, bool& deeper) const
+    double WaitOfLeaving(const Triangle& x, const Triangle& y, const PairDistance& distance,
+                         double least, bool& deeper) const
     {
-        const Directions directions =
-            SeparatingDirections(x, y, VecOf(distance.pointB) - VecOf(distance.pointA));
         double wait = 0, gap = distance.lower > 0 ? distance.lower : -HUGE_VAL;
-        for (int i = 0; i < directions.count; ++i) {
-            gap = std::max(gap, directions.gap[i]);
-            wait = std::max(wait, WaitOfCorners(x, y, directions.direction[i], least));
-        }
-        deeper = gap <= least + 0.5 * limits.resolution;
+        const auto look = [&](const Directions& directions) {
+            for (int i = 0; i < directions.count; ++i) {
+                gap = std::max(gap, directions.gap[i]);
+                wait = std::max(wait, WaitOfCorners(x, y, directions.direction[i], least));
+            }
+            deeper = gap <= least + 0.5 * limits.resolution;
+            return deeper || wait <= 1 - moment.time;
+        };
+        // Of faces that lie on each other the normals tell all.
+        if (look(DirectionsOfNormals(x, y)))
+            look(SeparatingDirections(x, y, VecOf(distance.pointB) - VecOf(distance.pointA)));
         return wait;
     }
 
@@ -382,8 +423,8 @@ struct ImpactSearch {
         const double upper = distance.upper + moment.placed.Error();
         double wait = 0;
         bool contact = upper <= limits.tolerance + limits.resolution;
-        if (const Exempt* known = FindExempt(event.a, event.b)) {
-            wait = WaitOfExempt(x, y, distance, known->least, contact);
+        if (const std::optional<double> least = LeastGapOfLeaving(event, distance)) {
+            wait = WaitOfLeaving(x, y, distance, *least, contact);
         } else {
             impact.clearance = std::min(impact.clearance, upper);
             if (!contact) wait = WaitOfTriangles(x, y, distance);
@@ -443,20 +484,11 @@ struct ImpactSearch {
 } // namespace
 
 Impact FindImpact(const Body& a, const Body& b, const MovingPair& moving, const Limits& limits,
-                  std::span<const Exempt> exempt, Scratch& scratch)
+                  bool leaves, Scratch& scratch)
 {
-    ImpactSearch search(a, b, moving, limits, exempt, scratch);
+    ImpactSearch search(a, b, moving, limits, leaves, scratch);
     search.Run();
     return search.impact;
-}
-
-double WidestGap(const Triangle& a, const Triangle& b)
-{
-    const PairDistance distance = DistanceOf(a, b);
-    const Directions directions =
-        SeparatingDirections(a, b, VecOf(distance.pointB) - VecOf(distance.pointA));
-    const double widest = directions.widest < 0 ? 0.0 : directions.gap[directions.widest];
-    return distance.lower > 0 ? std::max(distance.lower, widest) : widest;
 }
 
 Vec ContactNormal(const Triangle& a, const Triangle& b, const PairDistance& distance)

@@ -7,14 +7,6 @@
 namespace proximity
 {
 
-/// A pair of triangles that is in contact at the start, and how near or deep it may come.
-struct Exempt {
-    std::int32_t a, b; ///< in the order of the trees
-    double least;      ///< gap, negative for depth
-
-    bool operator<(const Exempt& other) const { return a != other.a ? a < other.a : b < other.b; }
-};
-
 struct Impact {
     bool contact = false;
     bool finished = false; ///< contact, or clear to the end; else the budget or rounding stopped it
@@ -26,12 +18,10 @@ struct Impact {
     std::int64_t tests = 0;
 };
 
-/// @param exempt  sorted
+/// @param leaves  the bodies are in contact at the start: of the pairs of triangles that are, only
+///                those count that come closer or deeper by the resolution
 Impact FindImpact(const Body& a, const Body& b, const MovingPair& moving, const Limits& limits,
-                  std::span<const Exempt> exempt, Scratch& scratch);
-
-/// How near or deep two triangles are: the widest gap between them, negative for depth.
-double WidestGap(const Triangle& a, const Triangle& b);
+                  bool leaves, Scratch& scratch);
 
 /// From A to B at a contact: along the points where they are apart, else along the widest gap.
 Vec ContactNormal(const Triangle& a, const Triangle& b, const PairDistance& distance);

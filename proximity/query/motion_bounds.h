@@ -76,6 +76,7 @@ inline double TimeOfGap(double gap, const Closing& closing)
 {
     if (!(gap > 0)) return 0;
     const double steady = closing.most > 0 ? gap / closing.most : HUGE_VAL;
+    if (closing.gain == 0 && closing.now == closing.most) return steady * (1 - 1e-12);
     // now t + gain t^2 / 2 = gap, solved without cancellation.
     const double root = std::sqrt(closing.now * closing.now + 2 * closing.gain * gap);
     double growing = HUGE_VAL;

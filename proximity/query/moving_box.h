@@ -37,6 +37,14 @@ inline double SupportOf(const NodeBox& box, const Vec& direction)
     return Dot(direction, box.bodyCenter) + std::min(along(direction), slab);
 }
 
+/// Does nothing in Y lie farther than `room` ahead of anything in X, seen along the unit direction
+/// in which X goes straight, away from Y? Then no pair below comes closer or deeper by more than
+/// that (Lemma M6).
+inline bool PartsForGood(const NodeBox& x, const NodeBox& y, const Vec& away, double room)
+{
+    return SupportOf(y, away) + SupportOf(x, -1.0 * away) <= room;
+}
+
 NodeBox PlaceBox(const Placement& placement, const Rates& rates, const Box& box);
 
 } // namespace proximity

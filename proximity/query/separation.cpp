@@ -35,6 +35,14 @@ void AddDirection(const Triangle& a, const Triangle& b, const Vec& along, Direct
 
 } // namespace
 
+Directions DirectionsOfNormals(const Triangle& a, const Triangle& b)
+{
+    Directions directions;
+    AddDirection(a, b, Edges(a).normal, directions);
+    AddDirection(a, b, Edges(b).normal, directions);
+    return directions;
+}
+
 Directions SeparatingDirections(const Triangle& a, const Triangle& b, const Vec& hint)
 {
     const Edges edgesA(a), edgesB(b);

@@ -41,6 +41,9 @@ struct Directions {
     int widest = -1;
 };
 
+/// The two normals alone.
+Directions DirectionsOfNormals(const Triangle& a, const Triangle& b);
+
 /// @param hint  one direction more, or zeros
 Directions SeparatingDirections(const Triangle& a, const Triangle& b, const Vec& hint);
 

@@ -179,6 +179,36 @@ TEST(ProximityBounds, OfExtentsHoldTheCornersAsPlacedAndNoMore)
     }
 }
 
+TEST(ProximityBounds, OfLeavingHoldEvenWhereBoxesReachAhead)
+{
+    Random random{std::mt19937(12)};
+    int dropped = 0, nearer = 0;
+    for (int i = 0; i < 4000; ++i) {
+        const Body a(random.Strip(1, 2, 0.1)), b(random.Strip(1, 2, 0.1));
+        const scapi_motion x = random.Motion(1, 0), y = random.Motion(1, 0);
+        const MovingPair moving = MakeMovingPair(a, x, b, y);
+        const Placement placeA = PlaceAt(moving.a, 0), placeB = PlaceAt(moving.b, 0);
+        const NodeBox boxA = PlaceBox(placeA, RatesAt(moving.a, 0), a.tree.BoxOf(kRoot));
+        const NodeBox boxB = PlaceBox(placeB, RatesAt(moving.b, 0), b.tree.BoxOf(kRoot));
+        const Vec away = random.Direction();
+        const double room = i % 3 ? 0.0 : 1.0;
+        if (!PartsForGood(boxA, boxB, away, room)) continue;
+        ++dropped;
+        const Triangle rests = PlaceTriangle(b.tree, placeB, 0);
+        const double start = DistanceOf(PlaceTriangle(a.tree, placeA, 0), rests).distance;
+        for (double way = 0.01; way < 5; way *= 1.5) {
+            Triangle gone = PlaceTriangle(a.tree, placeA, 0);
+            for (auto& corner : gone.corner)
+                for (int k = 0; k < 3; ++k) corner[k] += way * away[k];
+            const double distance = DistanceOf(gone, rests).distance;
+            ASSERT_GE(distance, start - room - 1e-9) << i;
+            nearer += distance < start - 1e-3;
+        }
+    }
+    EXPECT_GT(dropped, 500);
+    EXPECT_GT(nearer, 0) << "the room is taken";
+}
+
 TEST(ProximityBounds, OfLeavesNeverDropAPairAtTheLimit)
 {
     Random random{std::mt19937(6)};

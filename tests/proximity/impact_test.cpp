@@ -217,6 +217,24 @@ TEST(ProximityImpact, ContactAtTheStartIsItsOwnVerdictAndCanBeLeft)
     EXPECT_EQ(ask({0, 0, -5}, ignore).verdict, SCAPI_CONTACT);
     EXPECT_LE(ask({0, 0, -5}, ignore).t_contact, 1e-3 / 5 + 1e-9);
     EXPECT_EQ(ask({0, 0, -50}, ignore).verdict, SCAPI_CONTACT) << "through the table";
+    EXPECT_EQ(Impact(table, Rest(kIdentity), part,
+                     Turn(At(0, 0, 0.008), {0, 0, 0}, {1, 0, 0}, 0.1, {0, 0, 5}),
+                     Within(0.01, 1e-3, ignore))
+                  .verdict,
+              SCAPI_CLEAR)
+        << "lifted and tilted, from above the table";
+    // A screen goes along the floor that it stands on, against a wall that it does not touch.
+    Floats floorAndWall, screen;
+    for (float y = -1; y < 1; y += 0.25f) {
+        const Floats strips = {-9,    y, 0, 9,     y, 0, 9,     y + 0.25f, 0, //
+                               1.05f, y, 1, 1.05f, y, 2, 1.05f, y + 0.25f, 2};
+        floorAndWall = Joined(floorAndWall, strips);
+        screen = Joined(screen, {1, y, 0, 1, y, 2, 1, y + 0.25f, 2});
+    }
+    ExpectTime(Impact(FromFloats(floorAndWall), Rest(kIdentity), FromFloats(screen),
+                      Straight(kIdentity, {1, 0, 0}),
+                      Within(0.01, 1e-3, ignore | SCAPI_SURFACES_ONLY)),
+               0.04, 1.1e-3);
     // A sheet has no inside: from distance 0 either way is out, from above it the way down is not.
     const MeshPtr sheet = FromFloats({-5, -5, 0, 5, -5, 0, 0, 5, 0});
     const auto parting = [&](double from, double by) {
@@ -262,6 +280,12 @@ TEST(ProximityImpact, LargeFacesThatMeetAreNotAllLookedAt)
             Impact(drum, Rest(frame), drum, Straight(start, down), Within(0.01, 1e-4));
         ExpectTime(impact, 0.4995, 6e-6); // from 10 to the tolerance, of 20
         EXPECT_LT(impact.tests, 3000);
+        const Point up{20 * frame[2], 20 * frame[6], 20 * frame[10]};
+        const scapi_impact lifted =
+            Impact(drum, Rest(frame), drum, Straight(Compose(frame, At(1, 0.5, 3)), up),
+                   Within(0.01, 1e-4, SCAPI_IGNORE_START_CONTACT));
+        EXPECT_EQ(lifted.verdict, SCAPI_CLEAR);
+        EXPECT_LT(lifted.tests, 12000);
     }
 }
 
