@@ -138,6 +138,18 @@ bool ProbesHit(Query& query, int targetNumber, int wide)
     });
 }
 
+/// Half the area of a node, to compare it with one of targets.
+float SizeOf(const Query& query, const PlacedNode& probe)
+{
+    if (query.pass != Pass::kSweptQuads) return probe.nodes.halfArea[probe.lane];
+    // Sweep lines fill the box of a long motion badly. On their own, from a large node of targets
+    // on, they soon find what they cross.
+    constexpr float kLonger = 4;
+    const Lanes* radius = probe.nodes.radius;
+    return kLonger *
+           (radius[0] * radius[1] + radius[1] * radius[2] + radius[2] * radius[0])[probe.lane];
+}
+
 /// Which side of the dual traversal to descend: the targets', else the probes'.
 bool DescendsTargets(const Query& query, const NodePair& pair, const PlacedNode& probe, bool onEdge)
 {
@@ -158,7 +170,7 @@ bool DescendsTargets(const Query& query, const NodePair& pair, const PlacedNode&
             query.probes.CornerSetOf(NodePair::WideOf(pair.probe), NodePair::LaneOf(pair.probe));
         if (corners.groups > 0 && own.items[lane].Count() > kMaxCornerSetItems) return true;
     }
-    return targets.box.halfArea[lane] > probe.nodes.halfArea[probe.lane];
+    return targets.box.halfArea[lane] > SizeOf(query, probe);
 }
 
 /// Whether to go on with a pass for each kind of edges: where nodes are small against the motion,
