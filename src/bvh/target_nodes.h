@@ -48,6 +48,21 @@ struct TargetPlane {
     float normal[3], d;
 };
 
+/// The same of four targets.
+struct LanePlanes {
+    Lanes normal[3], d;
+};
+
+inline LanePlanes GatherPlanes(const TargetPlane* planes)
+{
+    LanePlanes gathered{};
+    for (int lane = 0; lane < kLanes; ++lane) {
+        for (int r = 0; r < 3; ++r) gathered.normal[r][lane] = planes[lane].normal[r];
+        gathered.d[lane] = planes[lane].d;
+    }
+    return gathered;
+}
+
 struct TargetTree {
     bool tried = false, usable = false;
     double maxCoordinate = 0; ///< greatest magnitude, of nearby triangles

@@ -184,6 +184,20 @@ bool SplitsIntoPasses(const Query& query, const PlacedNode& probe, bool onEdge)
            (!onEdge && probe.nodes.longest[probe.lane] > kLongEdge * motion);
 }
 
+/// Whether a node of probes is off the planes of all targets of a leaf. Where the leaf is large and
+/// bent, few nodes in its box are near one of its targets.
+bool StaysOffLeaf(const Query& query, const PlacedNode& probe, int wide, int lane)
+{
+    const WideNode& own = query.targets.bvh.wide[wide];
+    if (!own.IsLeaf(lane)) return false;
+    const ItemRange& items = own.items[lane];
+    const LaneMask off = StaysOff(&query.targets.plane[static_cast<std::size_t>(items.first)],
+                                  query.CurrentMotion(), probe.nodes, probe.lane);
+    for (int i = 0; i < items.Count(); ++i)
+        if (!off[i]) return false;
+    return true;
+}
+
 /// Goes on with a pair of nodes that overlap. Each step descends two levels of one tree, so the
 /// recursion is at most as deep as both together, 200.
 bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool onEdge)
@@ -208,6 +222,7 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool 
     if (DescendsTargets(query, pair, probe, onEdge))
         return TargetsHit(query, TargetsBelow(query.targets, targetWide, targetLane), pair.probe,
                           probe);
+    if (StaysOffLeaf(query, probe, targetWide, targetLane)) return false;
     return ProbesHit(query, pair.target, ProbesBelow(query.b, query.probes, probeWide, probeLane));
 }
 

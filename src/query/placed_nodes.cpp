@@ -125,6 +125,28 @@ LaneMask MeetCells(const Motion& motion, const PlacedNodes& placed, const Target
     return ~apart;
 }
 
+LaneMask StaysOff(const TargetPlane* planes, const Motion& motion, const PlacedNodes& placed,
+                  int lane)
+{
+    const LanePlanes plane = GatherPlanes(planes);
+    Lanes height = plane.d, magnitudes = Abs(plane.d),
+          radius = Abs(Dot(plane.normal, motion.halfDisplacement));
+    for (int r = 0; r < 3; ++r) {
+        height += plane.normal[r] * placed.centre[r][lane];
+        magnitudes += std::fabs(placed.centre[r][lane]) + Abs(motion.halfDisplacement[r]);
+    }
+    for (int i = 0; i < 3; ++i) {
+        Lanes along{};
+        for (int r = 0; r < 3; ++r) {
+            const float axis = placed.axis[i][r][lane];
+            along += plane.normal[r] * axis;
+            magnitudes += placed.half[i][lane] * std::fabs(axis);
+        }
+        radius += placed.half[i][lane] * Abs(along);
+    }
+    return Abs(height) > radius + kContact + motion.error + kSumRounding * magnitudes;
+}
+
 bool MayMeet(const Motion& motion, const ObbLanes& boxes, const float* box)
 {
     PlacedNodes placed;

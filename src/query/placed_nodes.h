@@ -33,6 +33,10 @@ bool MayMeet(const Motion& motion, const ObbLanes& boxes, const float* box);
 /// Which of some placed nodes can hold an edge whose box meets the cells of a node of targets.
 LaneMask MeetCells(const Motion& motion, const PlacedNodes& placed, const TargetCells& cells);
 
+/// Which of four planes no edge of a placed node can meet: its box is off them (Lemma 14).
+LaneMask StaysOff(const TargetPlane* planes, const Motion& motion, const PlacedNodes& placed,
+                  int lane);
+
 /// @param box  six floats, along the coordinate axes
 /// @return which of the nodes can hold an edge that the pass is about and that meets the box
 LaneMask PlaceNodes(const Motion& motion, const ProbeNodes& nodes, const float* box,

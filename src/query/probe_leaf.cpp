@@ -41,16 +41,12 @@ bool EdgeHits(const SOLIDC& a, const PlacedEdge& edge, const Target& target,
 
 LaneMask StaysOff(const TargetPlane* planes, const PlacedEdge& edge)
 {
-    Lanes normal[3], d;
-    for (int lane = 0; lane < kLanes; ++lane) {
-        for (int r = 0; r < 3; ++r) normal[r][lane] = planes[lane].normal[r];
-        d[lane] = planes[lane].d;
-    }
-    Lanes height[2], magnitudes = Abs(d);
+    const LanePlanes plane = GatherPlanes(planes);
+    Lanes height[2], magnitudes = Abs(plane.d);
     for (int end = 0; end < 2; ++end) {
-        height[end] = d;
+        height[end] = plane.d;
         for (int r = 0; r < 3; ++r) {
-            height[end] += normal[r] * edge.ends[end][r];
+            height[end] += plane.normal[r] * edge.ends[end][r];
             magnitudes += std::fabs(edge.ends[end][r]);
         }
     }

@@ -10,6 +10,7 @@
 #include "geometry/vector.h"
 #include "mesh/orientation.h"
 #include "query/corner_planes.h"
+#include "query/edge_search.h"
 #include "query/margins.h"
 #include "query/node_overlap.h"
 #include "query/probe_leaf.h"
@@ -43,6 +44,7 @@ struct Setting {
     ProbeTree& probes;
     const ObbLanes& bounds;
     std::vector<Node> target, probe;
+    std::size_t item = 0; ///< of the target
 
     explicit Setting(Contact&& made)
         : contact(std::move(made)), targets(*TargetTreeOf(*contact.a)),
@@ -56,13 +58,14 @@ struct Setting {
                 ProbesBelow(*contact.b, probes, q, lane);
         const T_LIST* hit = &contact.a->triangles[contact.target];
         const auto holds = [&](const Target& one) { return !one.triangle || one.triangle == hit; };
-        target = PathTo(targets.bvh,
-                        int(std::ranges::find_if(targets.target, holds) - targets.target.begin()));
+        item = std::size_t(std::ranges::find_if(targets.target, holds) - targets.target.begin());
+        target = PathTo(targets.bvh, int(item));
         probe = PathTo(probes.bvh, int(std::ranges::find(probes.triangle, contact.probe) -
                                        probes.triangle.begin()));
     }
 
     const float* RootBox() const { return contact.a->octree->root->bbox; }
+    const TargetPlane* Plane() const { return &targets.plane[item]; }
     Motion MotionIn(Pass pass) const
     {
         Motion motion = ReadMotion(*contact.b, bounds);
@@ -172,7 +175,7 @@ void ExpectStepOfEdgeIsBounded(const Contact& contact, const LaneEdges& edge,
     }
 }
 
-// Lemmas 1 to 7, for each pair of nodes of which one holds the edge and one the triangle.
+// Lemmas 1 to 7 and 14, for each pair of nodes of which one holds the edge and one the triangle.
 TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
 {
     int beside = 0;
@@ -188,6 +191,7 @@ TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
                 const LaneMask present =
                     PlaceNodes(motion, at.probes.nodes[probe.wide], at.RootBox(), placed);
                 EXPECT_TRUE(present[probe.lane]);
+                EXPECT_FALSE(StaysOff(at.Plane(), motion, placed, probe.lane)[0]);
                 placed = SplatLane(placed, probe.lane);
                 EXPECT_LE(kParallelAcross / placed.parallelAcross[0],
                           distance(contact.edge.ends[0], contact.edge.ends[1]) * (1 + 1e-6));
@@ -373,10 +377,30 @@ TEST(Bounds, NoSideThatCountsAsParallelIsLongerThanTheLongest)
     EXPECT_GT(parallel, 1000);
 }
 
-// Lemmas 1, 3, 6 and 7: boxes, lengths and angles in motion, against the same in doubles.
+/// A plane off a corner of a placed box by the contact tolerance (Lemma 14).
+/// @return whether an edge there can hit a target in it
+bool ExpectNoCornerIsOff(const Motion& motion, const PlacedNodes& placed, const float* corner,
+                         const Point3& outward)
+{
+    TargetPlane planes[kLanes] = {};
+    double height = kContact;
+    for (std::size_t r = 0; r < 3; ++r) {
+        planes[0].normal[r] = float(outward[r]);
+        height += double(planes[0].normal[r]) * corner[r];
+    }
+    planes[0].d = float(-height);
+    PlacedEdge edge{};
+    for (auto& end : edge.ends) std::copy_n(corner, 3, end);
+    const bool touches = !StaysOff(planes, edge)[0];
+    EXPECT_TRUE(!touches || !StaysOff(planes, motion, placed, 0)[0]);
+    return touches;
+}
+
+// Lemmas 1, 3, 6, 7 and 14: boxes, lengths and angles in motion, against the same in doubles.
 TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
 {
     double mostError = 0;
+    int touching = 0;
     const Draws draw(1);
     for (unsigned n = DrawsFrom("SCAPI_CONTACTS", 100000).count; n > 0; --n) {
         const PlacedBox at(draw);
@@ -399,14 +423,18 @@ TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
         }
         // A corner of the box, placed as a vertex is.
         Point3 corner = LaneOf(at.nodes.box.centre, 0);
-        for (int i = 0; i < 3; ++i)
-            corner = Sum(corner, LaneOf(at.nodes.box.axis[i], 0),
-                         (draw.Below(2) ? 1 : -1) * at.nodes.box.half[i][0]);
+        Point3 outward{};
+        for (int i = 0; i < 3; ++i) {
+            const double side = draw.Below(2) ? 1 : -1;
+            corner = Sum(corner, LaneOf(at.nodes.box.axis[i], 0), side * at.nodes.box.half[i][0]);
+            outward = Sum(outward, axis[i], side * draw.Size(1e-3, 1));
+        }
         corner = Sum(InFrame(at.rows, corner), at.displacement, part == 1);
         float there[6];
         for (std::size_t r = 0; r < 3; ++r)
             there[r] = there[r + 3] = float(corner[r] + at.b.sweepStart[r][3]);
         EXPECT_TRUE(MayMeet(motion, at.nodes.box, there));
+        touching += ExpectNoCornerIsOff(motion, placed, there, Unit(outward));
         const double error = apart[0] + apart[1] + apart[2],
                      slack = motion.maxStretch[0] * motion.error[0];
         ASSERT_LE(error, motion.error[0]) << n;
@@ -432,6 +460,7 @@ TEST(Bounds, PlacedBoxesAreBoundedInSpiteOfRoundingAndStretch)
     // nothing.
     RecordProperty("mostError", std::to_string(mostError));
     EXPECT_GT(mostError, 0.03);
+    EXPECT_GT(touching, 10000);
 }
 
 } // namespace
