@@ -2,10 +2,11 @@
 // with room between the surfaces; 0.01 apart; in contact. And for a shaft in a bore, with 0.05 of
 // air all round. Placed, and moved by 30 to that pose. And of the first query after a load.
 // And of fine facets near each other, and of a bore moved within its air, which once cost the
-// square. And of spheres side by side to which a host has done odd things, most of which once cost
-// the square of the triangles: a facet without area in a crowded cell, rotations in place, motions
-// with a divide or a shear. Each row shows how many of its answers were contact, so that a change
-// of an answer shows.
+// square. And of a plate that passes through a gear, and of fine edges in contact with coarse
+// triangles. And of spheres side by side to which a host has done odd things, most of which once
+// cost the square of the triangles: a facet without area in a crowded cell, rotations in place,
+// motions with a divide or a shear. Each row shows how many of its answers were contact, so that a
+// change of an answer shows.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -30,7 +31,7 @@ struct Pose {
 struct Approach {
     float x, y;
 };
-constexpr Approach kStill{0, 0}, kAlong{30, 0}, kAcross{0, 0.04f};
+constexpr Approach kStill{0, 0}, kAlong{30, 0}, kAcross{0, 0.04f}, kThrough{-600, 0};
 
 /// Scaled, turned about x and moved. Turning about the line of approach keeps the gap nearly alike.
 Pose MakePose(float scale, float angle, float x)
@@ -95,6 +96,7 @@ void LoadInto(int slot, std::string path)
 
 enum Solids {
     kSpheres,
+    kFineByCoarse,
     kTori,
     kShaftInBore,
     kBoreRoundShaft,
@@ -108,6 +110,10 @@ void WriteSolids(const std::string& first, const std::string& second, int triang
     switch (solids) {
     case kSpheres:
         WriteSphere(first, triangles, false);
+        WriteSphere(second, triangles, false);
+        break;
+    case kFineByCoarse:
+        WriteSphere(first, 1000, false);
         WriteSphere(second, triangles, false);
         break;
     case kTori:
@@ -267,6 +273,8 @@ BENCHMARK_CAPTURE(Query, fit_bore_across, kBoreRoundShaft, kFit, kAcross)->Apply
 BENCHMARK_CAPTURE(Query, tori_near_placed, kTori, kNear, kStill)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, tori_near_moved, kTori, kNear, kAlong)->Apply(Sizes);
 BENCHMARK_CAPTURE(Query, plate_near_moved, kGearByPlate, kNear, kAlong)->Apply(Sizes);
+BENCHMARK_CAPTURE(Query, plate_through, kGearByPlate, kNear, kThrough)->Apply(SmallSizes);
+BENCHMARK_CAPTURE(Query, fine_hits_coarse, kFineByCoarse, kHit, kStill)->Apply(Sizes);
 BENCHMARK_CAPTURE(Odd, crowded, kCrowded, kTool)->Apply(OddSizes);
 BENCHMARK_CAPTURE(Odd, crowded_degenerate_facets, kCrowdedWithoutArea, kTool)->Apply(OddSizes);
 BENCHMARK_CAPTURE(Odd, rotated_first, kSpheres, kRotatedFirst)->Apply(OddSizes);
