@@ -101,7 +101,7 @@ bool TargetsHit(Query& query, int wide, int probeNumber, const PlacedNode& place
         return TargetsHit(query, wide, probeNumber, {probe, 0, true});
     }
     NodeOverlap overlap = OverlapOf(query.CurrentMotion(), placed.nodes, query.TargetsOf(wide));
-    if (query.targets.hasCells)
+    if (query.targets.hasCells && !AllOf(~overlap.any))
         overlap.any &= MeetCells(query.CurrentMotion(), placed.nodes, query.targets.cells[wide]);
     ++querySteps.nodePairs;
     const int count = query.targets.bvh.wide[wide].count;
@@ -117,7 +117,7 @@ NodeOverlap OverlapOfTarget(const Query& query, const PlacedNodes& placed, int n
     const int wide = NodePair::WideOf(number), lane = NodePair::LaneOf(number);
     NodeOverlap overlap =
         OverlapOf(query.CurrentMotion(), placed, SplatLane(query.TargetsOf(wide), lane));
-    if (query.targets.hasCells)
+    if (query.targets.hasCells && !AllOf(~overlap.any))
         overlap.any &=
             MeetCells(query.CurrentMotion(), placed, SplatLane(query.targets.cells[wide], lane));
     ++querySteps.nodePairs;
