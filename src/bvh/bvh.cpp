@@ -216,6 +216,7 @@ struct Splitter {
         tree.wide.EnsureSize(tree.wideCount + 1);
         const int q = tree.wideCount++;
         WideNode& wide = tree.wide[q];
+        wide.depth = depth + 2;
         const ItemRange left = Left(range, depth);
         AddLane(wide, left, depth + 1, true);
         AddLane(wide, {left.last, range.last}, depth + 1, true);
@@ -240,7 +241,9 @@ Bvh BuildBvh(Items items)
     return tree;
 }
 
-int BuildSubtree(Bvh& tree, const ItemRange& range, Items items)
+int BuildSubtree(Bvh& tree, int wide, int lane, Items items)
 {
-    return Splitter{tree, items, range.first, kItemsPerLeaf}.MakeWide(range, 0);
+    const ItemRange range = tree.wide[wide].items[lane];
+    const int most = range.Count() <= kWholeItems ? kItemsPerLeaf : INT_MAX;
+    return Splitter{tree, items, range.first, most}.MakeWide(range, tree.wide[wide].depth);
 }

@@ -10,13 +10,16 @@
 
 #include "bvh/block_array.h"
 
-constexpr int kItemsPerLeaf = 4; ///< at most
-constexpr int kLazyItems = 1024; ///< a node of up to so many items is split only when first needed
+constexpr int kItemsPerLeaf = 4;  ///< at most
+constexpr int kLazyItems = 4096;  ///< a node of up to so many items is split only when first needed
+constexpr int kWholeItems = 1024; ///< and then, if of up to so many, down to leaves
 
 /// A triangle, with finite coordinates, as the builder needs it.
 struct BvhItem {
     float corner[3][3];
     float normal[3];
+    float shortest, longest; ///< side, with all rounding (Lemma 1)
+    float altitude;    ///< least, by which the caller bounds a large node; 0 where it is not to
     std::int32_t item; ///< the caller's number
 };
 
@@ -35,6 +38,7 @@ struct WideNode {
     static constexpr std::int32_t kUnbuilt = INT_MIN;
 
     std::int32_t count;
+    std::int32_t depth; ///< of its nodes in the binary tree
     ItemRange items[4];
     std::int32_t below[4]; ///< wide node below each node, or for a leaf its number, negative or 0
 
@@ -46,15 +50,14 @@ struct Bvh {
     BlockArray<WideNode> wide; ///< each after the one that it is below
 };
 
-/// Builds a hierarchy, down to nodes of kLazyItems, and reorders the items to match. Neither it nor
-/// a subtree built later is deeper than 100 levels.
+/// Builds a hierarchy, down to nodes of kLazyItems, and reorders the items to match. However it is
+/// built on, it becomes no deeper than 100 levels.
 Bvh BuildBvh(std::span<BvhItem> items);
 
-/// Builds the subtree of a node down to leaves. The node is not changed: its `below` is the
-/// caller's to set.
-/// @param range  of the node
+/// Splits a node: one of up to kWholeItems down to leaves, a larger one into the nodes of one wide
+/// node. The node is not changed: its `below` is the caller's to set.
 /// @param items  those of the node; reordered to match
 /// @return the wide node that belongs below it
-int BuildSubtree(Bvh& tree, const ItemRange& range, std::span<BvhItem> items);
+int BuildSubtree(Bvh& tree, int wide, int lane, std::span<BvhItem> items);
 
 #endif

@@ -1,23 +1,43 @@
 #include "bvh/fill.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "geometry/bbox.h"
 #include "geometry/vector.h"
 
+namespace
+{
+
+float ShortestOf(double length) { return float(length * 0.999999); }
+float LongestOf(double length) { return float(length * 1.000001); }
+
+double SquaredDistance(const float* a, const float* b)
+{
+    float d[3];
+    Subtract(a, b, d);
+    return dot(d, d);
+}
+
+} // namespace
+
 SideLength LengthOf(const float* a, const float* b)
 {
     const double length = distance(a, b);
-    return {float(length * 0.999999), float(length * 1.000001)};
+    return {ShortestOf(length), LongestOf(length)};
 }
 
-BvhItem MakeItem(const float (*corner)[3], const float* normal, int item)
+void SetCorners(BvhItem& item, const float (*corner)[3], int number)
 {
-    BvhItem made;
-    std::copy_n(corner[0], 9, made.corner[0]);
-    std::copy_n(normal, 3, made.normal);
-    made.item = item;
-    return made;
+    std::copy_n(corner[0], 9, item.corner[0]);
+    const double square[] = {SquaredDistance(corner[0], corner[1]),
+                             SquaredDistance(corner[1], corner[2]),
+                             SquaredDistance(corner[2], corner[0])};
+    const auto [least, most] = std::minmax({square[0], square[1], square[2]});
+    item.shortest = ShortestOf(std::sqrt(least));
+    item.longest = LongestOf(std::sqrt(most));
+    item.altitude = 0;
+    item.item = number;
 }
 
 NodeSummary EmptyNode()
@@ -32,6 +52,7 @@ void Merge(NodeSummary& node, const NodeSummary& below)
 {
     MergeBbox(node.bounds, below.bounds);
     AddNormals(node.normals, below.normals.low, below.normals.high);
+    node.pad = std::max(node.pad, below.pad);
 }
 
 void ChooseBox(NodeSummary& node, std::span<const Point3> points, double pad)

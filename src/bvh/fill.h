@@ -8,8 +8,8 @@
 
 #include "bvh/query_trees.h"
 
-/// A triangle for the tree.
-BvhItem MakeItem(const float (*corner)[3], const float* normal, int item);
+/// Sets all of an item but the normal, with no altitude.
+void SetCorners(BvhItem& item, const float (*corner)[3], int number);
 
 /// Bounds on the length of a side.
 struct SideLength {
@@ -21,6 +21,7 @@ SideLength LengthOf(const float* a, const float* b);
 struct NodeSummary {
     float bounds[6];      ///< along the coordinate axes
     NormalBounds normals; ///< of the triangles themselves
+    double pad;           ///< by which a box has to be wider than the points of items
     Obb box;              ///< the smaller of the bounds and one fitted to points
 };
 
@@ -31,22 +32,21 @@ void Merge(NodeSummary& node, const NodeSummary& below);
 /// @param pad  by which the box has to be wider than the points
 void ChooseBox(NodeSummary& node, std::span<const Point3> points, double pad);
 
-/// Up to this many items a node's box is fitted to them; above it, to the fitted boxes below.
-constexpr int kMaxFitted = 4096;
+static_assert(kMaxCornerSetItems <= kWholeItems);
 
-static_assert(kLazyItems <= kMaxFitted && kMaxCornerSetItems <= kLazyItems);
-
-inline bool IsFitted(const ItemRange& items) { return items.Count() <= kMaxFitted; }
+/// Whether a node is bounded by all that is known of each of its items; larger ones are bounded by
+/// their corners, or by the boxes below.
+inline bool IsFitted(const ItemRange& items) { return items.Count() <= kWholeItems; }
 
 /// Fills in a node and all that is built below it, children first; the recursion is half as deep as
 /// the tree. The builder is asked for, of each:
 /// - Prepare(items), of the topmost nodes that are fitted;
-/// - a Node with `merged`, which starts as EmptyNode() and takes ReadItems(items, node) where
-/// nothing
-///   is built below, else Merge(node, below) for each node below;
-/// - PointsOf(items, pad), the points that the box of a fitted node has to hold;
+/// - a Node with `merged`, which starts as EmptyNode() and takes ReadItems(items, node), or
+///   ReadLarge(items, node) if it is not fitted, where nothing is built below, else
+///   Merge(node, below) for each node below;
+/// - PointsOf(items), the points that the box of such a node has to hold, with merged.pad around;
 /// - Finish(items, node, wide, lane), when the box is chosen.
-/// @param corners   of the fitted boxes found so far
+/// @param corners   of the boxes found so far that were fitted to points of items
 /// @param prepared  whether the items are
 template <class Builder>
 typename Builder::Node FillLane(Builder& build, const Bvh& tree, int q, int lane,
@@ -59,20 +59,21 @@ typename Builder::Node FillLane(Builder& build, const Bvh& tree, int q, int lane
     const std::size_t first = corners.size();
     typename Builder::Node node = build.EmptyNode();
     const int below = wide.below[lane];
-    if (below <= 0)
-        build.ReadItems(items, node);
-    else
+    if (below > 0)
         for (int child = 0; child < tree.wide[below].count; ++child)
             build.Merge(node, FillLane(build, tree, below, child, corners, fitted));
-    double pad = 0;
-    const auto points =
-        fitted ? build.PointsOf(items, pad) : std::span<const Point3>(corners).subspan(first);
-    ChooseBox(node.merged, points, pad);
+    else if (fitted)
+        build.ReadItems(items, node);
+    else
+        build.ReadLarge(items, node);
+    if (fitted || below <= 0)
+        ChooseBox(node.merged, build.PointsOf(items), node.merged.pad);
+    else
+        ChooseBox(node.merged, std::span<const Point3>(corners).subspan(first), 0);
     build.Finish(items, node, q, lane);
-    if (fitted && !prepared) {
-        const auto box = CornersOf(node.merged.box);
-        corners.insert(corners.end(), box.begin(), box.end());
-    }
+    if (prepared || (below > 0 && !fitted)) return node;
+    const auto box = CornersOf(node.merged.box);
+    corners.insert(corners.end(), box.begin(), box.end());
     return node;
 }
 
@@ -82,10 +83,12 @@ typename Builder::Node FillLane(Builder& build, const Bvh& tree, int q, int lane
 template <class Builder>
 int FillSubtree(Builder& build, const Bvh& tree, int wide, int lane, int below)
 {
+    const ItemRange& items = tree.wide[wide].items[lane];
+    const bool fitted = IsFitted(items);
+    if (fitted) build.Prepare(items);
     std::vector<Point3> corners;
-    build.Prepare(tree.wide[wide].items[lane]);
     for (int child = 0; child < tree.wide[below].count; ++child)
-        FillLane(build, tree, below, child, corners, true);
+        FillLane(build, tree, below, child, corners, fitted);
     return tree.wide[wide].below[lane] = below;
 }
 

@@ -209,6 +209,36 @@ bool CalcHitRegion(const float (*corners)[3], const float* plane, double maxCoor
     return true;
 }
 
+float PlainAltitude(const float (*corners)[3], float longest, float* normal)
+{
+    // So that LargerTriangle holds with the first of kGrowths (Lemma 15).
+    constexpr double kMinArea = 2e-3, kMinPerLongest = 1.0 / 64, kMinPerCoordinate = 1e-4;
+    double u[3], v[3], maxCoordinate = 0;
+    for (int i = 0; i < 3; ++i) {
+        u[i] = double(corners[1][i]) - corners[0][i];
+        v[i] = double(corners[2][i]) - corners[0][i];
+        for (int c = 0; c < 3; ++c)
+            maxCoordinate = std::max(maxCoordinate, std::fabs(double(corners[c][i])));
+    }
+    const double n[] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
+                        u[0] * v[1] - u[1] * v[0]};
+    const double area = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]),
+                 altitude = area / longest;
+    if (!(area > kMinArea && altitude > kMinPerLongest * longest &&
+          altitude > kMinPerCoordinate * maxCoordinate))
+        return 0;
+    for (int i = 0; i < 3; ++i) normal[i] = float(n[i] / area);
+    return float(altitude);
+}
+
+RegionMargins MarginsOf(double altitude, double longest, double maxCoordinate)
+{
+    const double tilt = 16 * kOnce * (maxCoordinate / altitude + 1);
+    const double reach = (2.02 * kContact + 24 * kOnce * longest * longest) / altitude +
+                         2 * tilt * longest + kThickness + 6 * kRounding * maxCoordinate;
+    return {reach, tilt};
+}
+
 bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const float* plane)
 {
     constexpr double kFrom = -1.001, kTo = 2.001; // 0 at the first end, 1 at the second

@@ -22,6 +22,24 @@ struct HitRegion {
 bool CalcHitRegion(const float (*corners)[3], const float* plane, double maxCoordinate,
                    HitRegion& region);
 
+/// The least altitude of a triangle.
+/// @param longest  side, at least
+/// @param normal   unit normal; out where there is an altitude
+/// @return 0 where the triangle is too thin, or small, for MarginsOf
+float PlainAltitude(const float (*corners)[3], float longest, float* normal);
+
+/// How far the hit regions of triangles can lie off these, and how far the normals of CalcPlane off
+/// those of PlainAltitude (Lemma 15).
+struct RegionMargins {
+    double reach; ///< of the region's box too, along each axis
+    double tilt;  ///< length of the difference
+};
+
+/// @param altitude       of any of the triangles, at least; not 0
+/// @param longest        side of any of them, at most
+/// @param maxCoordinate  as for CalcHitRegion
+RegionMargins MarginsOf(double altitude, double longest, double maxCoordinate);
+
 /// Whether an edge that is judged by the crossing point of an earlier triangle can hit this one
 /// (Lemma 10): such a point lies on the edge, or off its ends by its own length at most.
 bool MayBeCarriedInto(const float (*edge)[3], const float (*corners)[3], const float* plane);

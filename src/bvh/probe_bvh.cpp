@@ -83,13 +83,14 @@ Probe MakeProbe(const SOLIDC& solid, int index)
     return probe;
 }
 
-/// The normals of a probe and of the triangles across its edges.
-void AddNormalsAround(const SOLIDC& solid, const Probe& probe, NormalBounds& bounds)
+/// The normals of a triangle and of those across its edges.
+void AddNormalsAround(const SOLIDC& solid, int index, NormalBounds& bounds)
 {
-    AddNormals(bounds, probe.normal, probe.normal);
-    for (const int e : solid.triangles[probe.index].edge) {
+    const T_LIST& triangle = solid.triangles[index];
+    AddNormals(bounds, triangle.normal, triangle.normal);
+    for (const int e : triangle.edge) {
         if (!InRange(e, solid.edgeCount)) continue;
-        const float* normal = solid.triangles[AcrossEdge(solid.edges[e], probe.index)].normal;
+        const float* normal = solid.triangles[AcrossEdge(solid.edges[e], index)].normal;
         AddNormals(bounds, normal, normal);
     }
 }
@@ -184,18 +185,27 @@ struct ProbeBuilder {
     using Node = ProbeSummary;
     const SOLIDC& solid;
     ProbeTree& tree;
+    std::span<const BvhItem> item;
+    int firstItem; ///< number of the first of them
+    /// Taken for those around large nodes, where their neighbours are not to be read; may be null.
+    const NormalBounds* allNormals = nullptr;
     // Of the items prepared last:
     int first = 0;
     std::vector<Probe> probes{};
     std::vector<Point3> points{};
 
+    const BvhItem& ItemAt(int i) const { return item[static_cast<std::size_t>(i - firstItem)]; }
+    bool IsForeign(int i) const;
+    template <class Visit>
+    void VisitAll(const ItemRange& items, Visit visit) const;
     const Probe& ProbeAt(int i) const { return probes[static_cast<std::size_t>(i - first)]; }
 
     static ProbeSummary EmptyNode();
     void Prepare(const ItemRange& items);
     void ReadItems(const ItemRange& items, ProbeSummary& node) const;
+    void ReadLarge(const ItemRange& items, ProbeSummary& node) const;
     static void Merge(ProbeSummary& node, const ProbeSummary& below);
-    std::span<const Point3> PointsOf(const ItemRange& items, double& pad);
+    std::span<const Point3> PointsOf(const ItemRange& items);
     void Finish(const ItemRange& items, ProbeSummary& node, int wide, int lane) const;
 
     void SetCorners(const ItemRange& items, int wide, int lane) const;
@@ -218,23 +228,63 @@ void ProbeBuilder::Prepare(const ItemRange& items)
         probes.push_back(MakeProbe(solid, tree.triangle[static_cast<std::size_t>(i)]));
 }
 
+/// Merges the edges around a shape.
+void AddShape(ProbeSummary& node, std::span<const float[3]> shape)
+{
+    for (std::size_t p = 0; p < shape.size(); ++p) {
+        ExtendBbox(node.merged.bounds, shape[p]);
+        const SideLength length = LengthOf(shape[p], shape[(p + 1) % shape.size()]);
+        node.longest = std::max(node.longest, length.most);
+        node.shortest = std::min(node.shortest, length.least);
+    }
+}
+
 void ProbeBuilder::ReadItems(const ItemRange& items, ProbeSummary& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
         const Probe& probe = ProbeAt(i);
-        VisitShapes(solid, probe, [&](std::span<const float[3]> shape) {
-            for (std::size_t p = 0; p < shape.size(); ++p) {
-                ExtendBbox(node.merged.bounds, shape[p]);
-                const SideLength length = LengthOf(shape[p], shape[(p + 1) % shape.size()]);
-                node.longest = std::max(node.longest, length.most);
-                node.shortest = std::min(node.shortest, length.least);
-            }
-        });
+        VisitShapes(solid, probe, [&](std::span<const float[3]> shape) { AddShape(node, shape); });
         float facing[3];
         ReadFacing(solid, probe.index, probe.corner, facing);
         AddNormals(node.merged.normals, facing, facing);
-        AddNormalsAround(solid, probe, node.around);
+        AddNormalsAround(solid, probe.index, node.around);
     }
+}
+
+void ProbeBuilder::ReadLarge(const ItemRange& items, ProbeSummary& node) const
+{
+    for (int i = items.first; i < items.last; ++i) {
+        const BvhItem& one = ItemAt(i);
+        if (!allNormals)
+            AddNormalsAround(solid, tree.triangle[static_cast<std::size_t>(i)], node.around);
+        AddNormals(node.merged.normals, one.normal, one.normal);
+        for (const auto& corner : one.corner) ExtendBbox(node.merged.bounds, corner);
+        node.longest = std::max(node.longest, one.longest);
+        node.shortest = std::min(node.shortest, one.shortest);
+        if (IsForeign(i))
+            VisitShapes(solid, MakeProbe(solid, tree.triangle[static_cast<std::size_t>(i)]),
+                        [&](std::span<const float[3]> shape) { AddShape(node, shape); });
+    }
+    if (allNormals) node.around = *allNormals;
+}
+
+bool ProbeBuilder::IsForeign(int i) const
+{
+    return !tree.foreign.empty() &&
+           std::ranges::binary_search(tree.foreign, tree.triangle[static_cast<std::size_t>(i)]);
+}
+
+/// Calls `visit` with the shapes of all items of a node, prepared or not.
+template <class Visit>
+void ProbeBuilder::VisitAll(const ItemRange& items, Visit visit) const
+{
+    for (int i = items.first; i < items.last; ++i)
+        if (IsFitted(items))
+            VisitShapes(solid, ProbeAt(i), visit);
+        else if (IsForeign(i))
+            VisitShapes(solid, MakeProbe(solid, tree.triangle[static_cast<std::size_t>(i)]), visit);
+        else
+            visit(std::span<const float[3]>(ItemAt(i).corner));
 }
 
 void ProbeBuilder::Merge(ProbeSummary& node, const ProbeSummary& below)
@@ -245,13 +295,12 @@ void ProbeBuilder::Merge(ProbeSummary& node, const ProbeSummary& below)
     node.shortest = std::min(node.shortest, below.shortest);
 }
 
-std::span<const Point3> ProbeBuilder::PointsOf(const ItemRange& items, double&)
+std::span<const Point3> ProbeBuilder::PointsOf(const ItemRange& items)
 {
     points.clear();
-    for (int i = items.first; i < items.last; ++i)
-        VisitShapes(solid, ProbeAt(i), [&](std::span<const float[3]> shape) {
-            for (const auto& p : shape) points.push_back({p[0], p[1], p[2]});
-        });
+    VisitAll(items, [&](std::span<const float[3]> shape) {
+        for (const auto& p : shape) points.push_back({p[0], p[1], p[2]});
+    });
     return points;
 }
 
@@ -261,10 +310,9 @@ void ProbeBuilder::SetMeasures(const ItemRange& items, const ProbeSummary& node,
     constexpr int kMaxMeasured = 256;
     Measures measures{node.merged.box};
     bool measured = items.Count() <= kMaxMeasured;
-    for (int i = items.first; i < items.last; ++i) {
-        VisitShapes(solid, ProbeAt(i),
-                    [&](std::span<const float[3]> shape) { measures.AddPoints(shape); });
-        measured = measured && !ProbeAt(i).hasForeign;
+    VisitAll(items, [&](std::span<const float[3]> shape) { measures.AddPoints(shape); });
+    for (int i = items.first; i < items.last && measured; ++i) {
+        measured = !ProbeAt(i).hasForeign;
         if (measured) measures.AddCosines(ProbeAt(i));
     }
     SetCornerGap(measures.histogram, node.longest, nodes, lane);
@@ -306,7 +354,7 @@ void ProbeBuilder::Finish(const ItemRange& items, ProbeSummary& node, int wide, 
         nodes.edgeExtent[i][lane] = node.longest;
         nodes.maxCosine[i][lane] = 1;
     }
-    if (IsFitted(items)) SetMeasures(items, node, nodes, lane);
+    if (items.Count() <= kLazyItems) SetMeasures(items, node, nodes, lane);
     if (lane == 0) nodes = SplatLane(nodes, 0); // lanes without a node get sane numbers
     tree.cornerSets.EnsureSize(1);
     tree.cornerSetIndex.EnsureSize(wide + 1);
@@ -318,27 +366,57 @@ void ProbeBuilder::Finish(const ItemRange& items, ProbeSummary& node, int wide, 
     }
 }
 
-BvhItem ItemOf(const SOLIDC& solid, int triangle, int number)
+void SetItem(BvhItem& item, const SOLIDC& solid, int triangle, int number)
 {
-    float corner[3][3], facing[3];
+    float corner[3][3];
     ReadCorners(solid, triangle, corner);
-    ReadFacing(solid, triangle, corner, facing);
-    return MakeItem(corner, facing, number);
+    ReadFacing(solid, triangle, corner, item.normal);
+    SetCorners(item, corner, number);
+}
+
+bool HasForeign(const SOLIDC& solid, int index)
+{
+    return SideOf(solid, index, 0) == Probe::kForeign ||
+           SideOf(solid, index, 1) == Probe::kForeign || SideOf(solid, index, 2) == Probe::kForeign;
 }
 
 void BuildProbes(const SOLIDC& solid, ProbeTree& tree)
 {
+    const auto count = static_cast<std::size_t>(solid.triangleCount);
+    if (count == 0) return;
     std::vector<BvhItem> items;
-    items.reserve(static_cast<std::size_t>(solid.triangleCount));
-    for (int t = 0; t < solid.triangleCount; ++t) items.push_back(ItemOf(solid, t, t));
-    if (items.empty()) return;
+    items.reserve(count);
+    PreferLargePagesIfLarge(items.data(), count * sizeof(BvhItem));
+    NormalBounds allNormals;
+    ClearNormals(allNormals);
+    for (int t = 0; t < solid.triangleCount; ++t) {
+        SetItem(items.emplace_back(), solid, t, t);
+        const float* normal = solid.triangles[t].normal;
+        AddNormals(allNormals, normal, normal);
+        if (HasForeign(solid, t)) tree.foreign.push_back(t);
+    }
     tree.bvh = BuildBvh(items);
-    tree.triangle.resize(items.size());
+    tree.triangle.resize(count);
     std::ranges::transform(items, tree.triangle.begin(), &BvhItem::item);
-    tree.probe = MakeScratch<Probe>(items.size());
-    ProbeBuilder build{solid, tree};
+    tree.probe = MakeScratch<Probe>(count);
+    ProbeBuilder build{solid, tree, items, 0, &allNormals};
     std::vector<Point3> corners;
     FillLane(build, tree.bvh, 0, 0, corners);
+}
+
+/// Lets a node count with the normals around the nodes below it, which are known now.
+void NarrowNormals(ProbeTree& tree, int wide, int lane, int below)
+{
+    ProbeNodes& node = tree.nodes[wide];
+    const ProbeNodes& children = tree.nodes[below];
+    for (int r = 0; r < 3; ++r) {
+        node.low[r][lane] = children.low[r][0];
+        node.high[r][lane] = children.high[r][0];
+        for (int child = 1; child < tree.bvh.wide[below].count; ++child) {
+            node.low[r][lane] = std::min(node.low[r][lane], children.low[r][child]);
+            node.high[r][lane] = std::max(node.high[r][lane], children.high[r][child]);
+        }
+    }
 }
 
 } // namespace
@@ -348,13 +426,15 @@ int BuildProbesBelow(const SOLIDC& solid, ProbeTree& tree, int wide, int lane)
     const ItemRange& range = tree.bvh.wide[wide].items[lane];
     const std::span<std::int32_t> triangles(&tree.triangle[static_cast<std::size_t>(range.first)],
                                             static_cast<std::size_t>(range.Count()));
-    std::vector<BvhItem> items;
-    for (const int triangle : triangles)
-        items.push_back(ItemOf(solid, triangle, static_cast<int>(items.size())));
-    const int below = BuildSubtree(tree.bvh, range, items);
+    std::vector<BvhItem> items(triangles.size());
+    for (std::size_t i = 0; i < items.size(); ++i)
+        SetItem(items[i], solid, triangles[i], static_cast<int>(i));
+    const int below = BuildSubtree(tree.bvh, wide, lane, items);
     Reorder(triangles, items);
-    ProbeBuilder build{solid, tree};
-    return FillSubtree(build, tree.bvh, wide, lane, below);
+    ProbeBuilder build{solid, tree, items, range.first};
+    FillSubtree(build, tree.bvh, wide, lane, below);
+    NarrowNormals(tree, wide, lane, below);
+    return below;
 }
 
 ProbeTree* ProbeTreeOf(SOLIDC& solid)

@@ -48,6 +48,7 @@ constexpr int kMaxCornerSetItems = 16; ///< of a node that keeps its CornerSet, 
 struct ProbeTree {
     bool tried = false;
     Bvh bvh;
+    std::vector<std::int32_t> foreign;  ///< triangles with an edge that is, in order
     std::vector<std::int32_t> triangle; ///< by item
     Scratch<Probe> probe;               ///< by item, filled in where subtrees are built
     BlockArray<ProbeNodes> nodes;       ///< by wide node

@@ -1,7 +1,6 @@
 #include "bvh/query_trees.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "geometry/bbox.h"
 #include "mesh/before_change.h"
@@ -10,14 +9,16 @@
 namespace
 {
 
-bool HasItsVertices(const SOLIDC& solid)
+/// Whether all normals are nearby and all vertices there are, in one pass over the records.
+bool IsComplete(const SOLIDC& solid)
 {
-    const auto inRange = [&](int v) { return InRange(v, solid.vertexCount); };
-    const auto has = [&](const auto& record) {
-        return std::ranges::all_of(record.vertex, inRange);
+    const auto hasVertices = [&](const auto& record) {
+        return std::ranges::all_of(record.vertex,
+                                   [&](int v) { return InRange(v, solid.vertexCount); });
     };
-    return std::all_of(solid.triangles, solid.triangles + solid.triangleCount, has) &&
-           std::all_of(solid.edges, solid.edges + solid.edgeCount, has);
+    return std::all_of(solid.triangles, solid.triangles + solid.triangleCount,
+                       [&](const T_LIST& t) { return IsNearby(t.normal) && hasVertices(t); }) &&
+           std::all_of(solid.edges, solid.edges + solid.edgeCount, hasVertices);
 }
 
 /// @return false when the solid cannot be bounded
@@ -30,9 +31,7 @@ bool ReadBounds(const SOLIDC& solid, ObbLanes& bounds)
         if (!IsNearby(position)) return false;
         ExtendBbox(box, position);
     }
-    for (int t = 0; t < solid.triangleCount; ++t)
-        if (!IsNearby(solid.triangles[t].normal)) return false;
-    if (!HasItsVertices(solid)) return false;
+    if (!IsComplete(solid)) return false;
     const NormalBounds anyNormals{};
     SetLane(bounds, 0, AlignedBox(anyNormals, box));
     bounds = SplatLane(bounds, 0);
@@ -51,13 +50,6 @@ void ReleaseQueryTrees(SOLIDC& solid)
 {
     delete solid.queryTrees;
     solid.queryTrees = nullptr;
-}
-
-bool IsNearby(const float* point)
-{
-    constexpr float kFarthest = 1e9f;
-    return std::fabs(point[0]) < kFarthest && std::fabs(point[1]) < kFarthest &&
-           std::fabs(point[2]) < kFarthest;
 }
 
 bool IsPlainBox(const float* box)

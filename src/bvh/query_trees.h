@@ -3,6 +3,8 @@
 #ifndef SCAPI_BVH_QUERY_TREES_H
 #define SCAPI_BVH_QUERY_TREES_H
 
+#include <cmath>
+
 #include "bvh/probe_nodes.h"
 #include "bvh/target_nodes.h"
 
@@ -18,7 +20,12 @@ struct QueryTrees {
 QueryTrees& QueryTreesOf(SOLIDC& solid);
 
 /// Whether a point lies so near that the walk's own stand-in for "no edge", at 1e10, is far away.
-bool IsNearby(const float* point);
+inline bool IsNearby(const float* point)
+{
+    constexpr float kFarthest = 1e9f;
+    return std::fabs(point[0]) < kFarthest && std::fabs(point[1]) < kFarthest &&
+           std::fabs(point[2]) < kFarthest;
+}
 
 inline bool IsNearbyTriangle(const float (*corners)[3])
 {

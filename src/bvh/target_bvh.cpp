@@ -39,18 +39,20 @@ struct TargetBuilder {
     std::vector<Point3> points{};
 
     const Target& TargetAt(int i) const { return tree.target[static_cast<std::size_t>(i)]; }
-    const float (*CornersAt(int i) const)[3]
-    {
-        return item[static_cast<std::size_t>(i - firstItem)].corner;
-    }
+    const BvhItem& ItemAt(int i) const { return item[static_cast<std::size_t>(i - firstItem)]; }
+    const float (*CornersAt(int i) const)[3] { return ItemAt(i).corner; }
     const HitRegion& RegionAt(int i) const { return region[static_cast<std::size_t>(i - first)]; }
     const float* PlaneAt(int i) const { return plane[static_cast<std::size_t>(i - first)].normal; }
 
     static TargetSummary EmptyNode();
     void Prepare(const ItemRange& items);
+    void ReadRegion(int i, TargetPlane& itsPlane, HitRegion& itsRegion) const;
     void ReadItems(const ItemRange& items, TargetSummary& node) const;
+    void ReadLarge(const ItemRange& items, TargetSummary& node);
+    void AddRegion(const float* normal, const HitRegion& held, TargetSummary& node) const;
+    void AddAny(int i, TargetSummary& node) const;
     static void Merge(TargetSummary& node, const TargetSummary& below);
-    std::span<const Point3> PointsOf(const ItemRange& items, double& pad);
+    std::span<const Point3> PointsOf(const ItemRange& items);
     void Finish(const ItemRange& items, const TargetSummary& node, int wide, int lane) const;
 
     template <class Visit>
@@ -93,43 +95,95 @@ bool ReadPlane(const float (*corners)[3], const T_LIST* judge, TargetPlane& plan
 void TargetBuilder::Prepare(const ItemRange& items)
 {
     first = items.first;
-    plane.assign(static_cast<std::size_t>(items.Count()), {});
+    plane.resize(static_cast<std::size_t>(items.Count()));
     region.resize(plane.size());
-    for (std::size_t i = 0; i < plane.size(); ++i) {
-        const int at = first + static_cast<int>(i);
-        const Target& target = TargetAt(at);
-        // The records lie in another order, each in a part of memory that is not cached any more.
-        const bool nearby = !tree.hasFar || IsNearbyTriangle(target.triangle->corners);
-        const auto* corners = nearby ? CornersAt(at) : target.triangle->corners;
-        const bool own = ReadPlane(corners, JudgeOf(tree, target.triangle), plane[i]);
-        if (own && nearby && CalcHitRegion(corners, plane[i].normal, tree.maxCoordinate, region[i]))
-            continue;
-        float cell[6];
-        CellOf(tree, target, cell);
-        if (nearby)
-            CalcLooseRegion(corners, plane[i].normal, cell, tree.maxCoordinate, region[i]);
-        else
-            SetToBox(region[i], cell);
-    }
+    for (std::size_t i = 0; i < plane.size(); ++i)
+        ReadRegion(first + static_cast<int>(i), plane[i], region[i]);
+}
+
+void TargetBuilder::ReadRegion(int i, TargetPlane& itsPlane, HitRegion& itsRegion) const
+{
+    const Target& target = TargetAt(i);
+    // The records lie in another order, each in a part of memory that is not cached any more.
+    const bool nearby = !tree.hasFar || IsNearbyTriangle(target.triangle->corners);
+    const auto* corners = nearby ? CornersAt(i) : target.triangle->corners;
+    const bool own = ReadPlane(corners, JudgeOf(tree, target.triangle), itsPlane);
+    if (own && nearby && CalcHitRegion(corners, itsPlane.normal, tree.maxCoordinate, itsRegion))
+        return;
+    float cell[6];
+    CellOf(tree, target, cell);
+    if (nearby)
+        CalcLooseRegion(corners, itsPlane.normal, cell, tree.maxCoordinate, itsRegion);
+    else
+        SetToBox(itsRegion, cell);
+}
+
+/// What is merged of a region.
+void TargetBuilder::AddRegion(const float* normal, const HitRegion& held, TargetSummary& node) const
+{
+    MergeBbox(node.merged.bounds, held.box);
+    node.merged.pad = std::max(node.merged.pad, double(held.pad));
+    node.holdsCells = node.holdsCells || held.isLoose;
+    node.longestEdge = std::min(node.longestEdge, held.longestEdge);
+    if (dot(normal, normal) > 0) AddNormals(node.merged.normals, normal, normal);
+}
+
+/// What is merged of any target.
+void TargetBuilder::AddAny(int i, TargetSummary& node) const
+{
+    node.longest = std::max(node.longest, ItemAt(i).longest);
+    if (!tree.hasCells) return;
+    float cell[6];
+    CellOf(tree, TargetAt(i), cell);
+    MergeBbox(node.cells, cell);
 }
 
 void TargetBuilder::ReadItems(const ItemRange& items, TargetSummary& node) const
 {
     for (int i = items.first; i < items.last; ++i) {
-        const HitRegion& held = RegionAt(i);
-        MergeBbox(node.merged.bounds, held.box);
-        node.holdsCells = node.holdsCells || held.isLoose;
-        node.longestEdge = std::min(node.longestEdge, held.longestEdge);
-        const auto* corner = CornersAt(i);
-        for (int c = 0; c < 3; ++c)
-            node.longest = std::max(node.longest, LengthOf(corner[c], corner[(c + 1) % 3]).most);
-        if (dot(PlaneAt(i), PlaneAt(i)) > 0)
-            AddNormals(node.merged.normals, PlaneAt(i), PlaneAt(i));
-        if (!tree.hasCells) continue;
-        float cell[6];
-        CellOf(tree, TargetAt(i), cell);
-        MergeBbox(node.cells, cell);
+        AddRegion(PlaneAt(i), RegionAt(i), node);
+        AddAny(i, node);
     }
+}
+
+void AddPoints(std::span<const float[3]> corners, std::vector<Point3>& points)
+{
+    for (const auto& c : corners) points.push_back({c[0], c[1], c[2]});
+}
+
+/// Bounds plain triangles by their corners, with the margins of the thinnest (Lemma 15).
+void TargetBuilder::ReadLarge(const ItemRange& items, TargetSummary& node)
+{
+    points.clear();
+    float lowest = HUGE_VALF, longest = 0;
+    NodeSummary plain = ::EmptyNode();
+    for (int i = items.first; i < items.last; ++i) {
+        AddAny(i, node);
+        const BvhItem& one = ItemAt(i);
+        if (one.altitude == 0) {
+            TargetPlane itsPlane;
+            HitRegion held;
+            ReadRegion(i, itsPlane, held);
+            AddRegion(itsPlane.normal, held, node);
+            AddPoints({held.corner, std::size_t(held.corners)}, points);
+            continue;
+        }
+        lowest = std::min(lowest, one.altitude);
+        longest = std::max(longest, one.longest);
+        AddNormals(plain.normals, one.normal, one.normal);
+        for (const auto& corner : one.corner) ExtendBbox(plain.bounds, corner);
+        AddPoints(one.corner, points);
+    }
+    if (longest == 0) return;
+    const RegionMargins margins = MarginsOf(lowest, longest, tree.maxCoordinate);
+    for (int r = 0; r < 3; ++r) {
+        plain.bounds[r] = RoundDown(plain.bounds[r] - margins.reach);
+        plain.bounds[r + 3] = RoundUp(plain.bounds[r + 3] + margins.reach);
+        plain.normals.low[r] = RoundDown(plain.normals.low[r] - margins.tilt);
+        plain.normals.high[r] = RoundUp(plain.normals.high[r] + margins.tilt);
+    }
+    plain.pad = margins.reach;
+    ::Merge(node.merged, plain);
 }
 
 void TargetBuilder::Merge(TargetSummary& node, const TargetSummary& below)
@@ -141,16 +195,12 @@ void TargetBuilder::Merge(TargetSummary& node, const TargetSummary& below)
     node.longestEdge = std::min(node.longestEdge, below.longestEdge);
 }
 
-std::span<const Point3> TargetBuilder::PointsOf(const ItemRange& items, double& pad)
+std::span<const Point3> TargetBuilder::PointsOf(const ItemRange& items)
 {
+    if (!IsFitted(items)) return points; // from ReadLarge
     points.clear();
-    for (int i = items.first; i < items.last; ++i) {
-        for (int c = 0; c < RegionAt(i).corners; ++c) {
-            const float* corner = RegionAt(i).corner[c];
-            points.push_back({corner[0], corner[1], corner[2]});
-        }
-        pad = std::max(pad, double(RegionAt(i).pad));
-    }
+    for (int i = items.first; i < items.last; ++i)
+        AddPoints({RegionAt(i).corner, std::size_t(RegionAt(i).corners)}, points);
     return points;
 }
 
@@ -265,15 +315,25 @@ void TargetBuilder::Finish(const ItemRange& items, const TargetSummary& node, in
         std::memcpy(&tree.plane[static_cast<std::size_t>(i)], PlaneAt(i), sizeof(TargetPlane));
 }
 
-/// @param plane  of the target
-BvhItem ItemOf(const TargetTree& tree, const Target& target, const TargetPlane& plane, int number)
+/// @param judge  of a target without a plane
+/// @return whether the plane is its own
+bool SetItem(BvhItem& item, const TargetTree& tree, const Target& target, const T_LIST* judge,
+             int number)
 {
-    if (IsNearbyTriangle(target.triangle->corners))
-        return MakeItem(target.triangle->corners, plane.normal, number);
-    float corners[3][3], cell[6];
-    CellOf(tree, target, cell);
-    for (int c = 0; c < 3; ++c) std::copy_n(c == 1 ? cell + 3 : cell, 3, corners[c]);
-    return MakeItem(corners, plane.normal, number);
+    const auto* corners = target.triangle->corners;
+    float box[3][3], cell[6];
+    const bool nearby = IsNearbyTriangle(corners);
+    if (!nearby) {
+        CellOf(tree, target, cell);
+        for (int c = 0; c < 3; ++c) std::copy_n(c == 1 ? cell + 3 : cell, 3, box[c]);
+    }
+    SetCorners(item, nearby ? corners : box, number);
+    if (nearby) item.altitude = PlainAltitude(corners, item.longest, item.normal);
+    if (item.altitude > 0) return true;
+    TargetPlane plane;
+    const bool own = ReadPlane(corners, judge, plane);
+    std::copy_n(plane.normal, 3, item.normal);
+    return own;
 }
 
 /// Makes an item of each target, and finds out who judges those without a plane: they come in the
@@ -300,12 +360,11 @@ void ItemMaker::Add(const Target& target)
     if (!target.leaf || target.leaf != leaf) judge = nullptr;
     leaf = target.leaf;
     const T_LIST* triangle = target.triangle;
-    TargetPlane plane;
-    if (ReadPlane(triangle->corners, judge, plane))
+    const auto number = static_cast<int>(items.size());
+    if (SetItem(items.emplace_back(), tree, target, judge, number))
         judge = triangle;
     else
         tree.judged.push_back({triangle, judge});
-    items.push_back(ItemOf(tree, target, plane, static_cast<int>(items.size())));
     if (!IsNearbyTriangle(triangle->corners)) {
         tree.hasFar = true;
         return;
@@ -375,13 +434,10 @@ int BuildTargetsBelow(TargetTree& tree, int wide, int lane)
     const ItemRange& range = tree.bvh.wide[wide].items[lane];
     const std::span<Target> targets(&tree.target[static_cast<std::size_t>(range.first)],
                                     static_cast<std::size_t>(range.Count()));
-    std::vector<BvhItem> items;
-    for (const Target& target : targets) {
-        TargetPlane plane;
-        ReadPlane(target.triangle->corners, JudgeOf(tree, target.triangle), plane);
-        items.push_back(ItemOf(tree, target, plane, static_cast<int>(items.size())));
-    }
-    const int below = BuildSubtree(tree.bvh, range, items);
+    std::vector<BvhItem> items(targets.size());
+    for (std::size_t i = 0; i < items.size(); ++i)
+        SetItem(items[i], tree, targets[i], JudgeOf(tree, targets[i].triangle), int(i));
+    const int below = BuildSubtree(tree.bvh, wide, lane, items);
     Reorder(targets, items);
     TargetBuilder build{tree, items, range.first};
     return FillSubtree(build, tree.bvh, wide, lane, below);

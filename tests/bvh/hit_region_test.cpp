@@ -102,6 +102,47 @@ TEST(HitRegion, HoldsPointsWhereAnEdgeInThePlaneCrossesASide)
     EXPECT_GT(crossed, 10000);
 }
 
+// Of a right triangle near the limits of what is plain, at any distance from the origin.
+TEST(HitRegion, ReachesNoFartherThanItsMargins)
+{
+    double farthest = 0, mostTilted = 0;
+    ForDraws(300000, [&](const Sampler& draw, int n) {
+        const double length = draw.Size(1e-3, 1e2), width = length * draw.Size(1.0 / 64, 2),
+                     offset = draw.Below(2) ? draw.Size(1e-2, 1e7) : 0;
+        const Frame axes = AnyFrame(draw);
+        const Point3 from = Sum({}, AnyPoint(draw), offset), to = Sum(from, axes[0], length);
+        float corner[3][3], plane[4], normal[3];
+        Store(from, corner[0]);
+        Store(to, corner[1]);
+        Store(Sum(draw.Below(2) ? from : to, axes[1], width), corner[2]);
+        double longest = 0, maxCoordinate = 0;
+        for (int c = 0; c < 3; ++c) {
+            longest = std::max(longest, distance(corner[c], corner[(c + 1) % 3]));
+            for (const float x : corner[c])
+                maxCoordinate = std::max(maxCoordinate, std::fabs(double(x)));
+        }
+        const float altitude = PlainAltitude(corner, float(1.000001 * longest), normal);
+        if (altitude == 0) return;
+        const RegionMargins margins = MarginsOf(altitude, 1.000001 * longest, maxCoordinate);
+        HitRegion region;
+        ASSERT_TRUE(CalcPlane(corner[0], 3, plane)) << n;
+        ASSERT_TRUE(CalcHitRegion(corner, plane, maxCoordinate, region)) << n;
+        const double tilt = distance(plane, normal);
+        ASSERT_LE(tilt, margins.tilt) << n;
+        mostTilted = std::max(mostTilted, tilt / margins.tilt);
+        for (int c = 0; c < 3; ++c) {
+            const double reach = distance(region.corner[c], corner[c]) + region.pad;
+            ASSERT_LE(reach, margins.reach) << n;
+            farthest = std::max(farthest, reach / margins.reach);
+            const auto [low, high] = std::minmax({corner[0][c], corner[1][c], corner[2][c]});
+            ASSERT_GE(region.box[c], low - margins.reach) << n;
+            ASSERT_LE(region.box[c + 3], high + margins.reach) << n;
+        }
+    });
+    EXPECT_GT(farthest, 0.9);
+    EXPECT_GT(mostTilted, 0.1);
+}
+
 TEST(HitRegion, LetsPointsBeCarriedInFromOneLengthOffTheEdge)
 {
     int inside = 0;
