@@ -7,6 +7,7 @@
 #include "bvh/hit_region.h"
 #include "bvh/query_trees.h"
 #include "geometry/predicates.h"
+#include "mesh/triangle.h"
 #include "support/meshes.h"
 #include "support/vec.h"
 
@@ -125,23 +126,26 @@ void ExpectEdgeIsHeld(const ProbeNodes& nodes, int lane, const Point3& from, con
     }
 }
 
-/// Calls `build` with each node, and `expect` with each item in it.
+/// Calls `expect` with each item in each node, once more where `build` has made the nodes below.
 template <class Build, class Expect>
 void ForItems(const Bvh& tree, Build build, Expect expect)
 {
     for (int wide = 0; wide < tree.wideCount; ++wide)
-        for (int lane = 0; lane < tree.wide[wide].count; ++lane) {
-            build(wide, lane);
-            const ItemRange range = tree.wide[wide].items[lane];
-            for (int i = range.first; i < range.last && !testing::Test::HasFailure(); ++i)
-                expect(wide, lane, std::size_t(i));
-        }
+        for (int lane = 0; lane < tree.wide[wide].count; ++lane)
+            for (const bool built : {false, true}) {
+                if (built && tree.wide[wide].below[lane] != WideNode::kUnbuilt) break;
+                if (built) build(wide, lane);
+                const ItemRange range = tree.wide[wide].items[lane];
+                for (int i = range.first; i < range.last && !testing::Test::HasFailure(); ++i)
+                    expect(wide, lane, std::size_t(i));
+            }
 }
 
 TEST(Nodes, OfManyItemsBoundEachOfThemForeignEdgesToo)
 {
     const Draws draw(1);
-    for (const int count : {1, 4, 20, 120, 300, 1500, 1500, 1500, 1500, 1500, 5000, 5000, 5000}) {
+    for (const int count :
+         {1, 4, 20, 120, 300, 1500, 1500, 1500, 1500, 1500, 4096, 4096, 5000, 5000}) {
         SCOPED_TRACE(count);
         const auto a = BareSolid(Sheet(draw, count)), b = BareSolid(Needles(draw, count));
         TargetTree targets;
@@ -155,15 +159,19 @@ TEST(Nodes, OfManyItemsBoundEachOfThemForeignEdgesToo)
                 ExpectCellIsHeld(targets, wide, lane, targets.target[i]);
             });
         ASSERT_EQ(b->SC_BuildVertexList() | b->SC_BuildEdgesList(), 0);
+        // A neighbour of some that are far from it, with a normal like no other.
+        std::fill_n(b->triangles[0].normal, 3, 2.0f);
+        for (int e = 7; e < b->edgeCount; e += 300) b->edges[e].triangle[1] = 0;
         for (int e = 2; e < b->edgeCount; e += 20)
             b->edges[e].vertex[0] = draw.Below(b->vertexCount);
         ProbeTree& probes = *ProbeTreeOf(*b);
         ForItems(
             probes.bvh, [&](int wide, int lane) { ProbesBelow(*b, probes, wide, lane); },
             [&](int wide, int lane, std::size_t i) {
-                for (const int e : b->triangles[probes.triangle[i]].edge) {
+                const int own = probes.triangle[i];
+                for (const int e : b->triangles[own].edge) {
                     const int* end = b->edges[e].vertex;
-                    for (const int beside : b->edges[e].triangle)
+                    for (const int beside : {own, AcrossEdge(b->edges[e], own)})
                         for (int r = 0; r < 3; ++r) {
                             const float normal = b->triangles[beside].normal[r];
                             EXPECT_LE(probes.nodes[wide].low[r][lane], normal);
