@@ -58,6 +58,8 @@ struct Query {
     const Motions& motions; ///< by pass
     Pass pass;
     bool defers = true; ///< pairs that can hit beside edges only
+    /// So many leaves of swept quads are still gone down to at once, by SizeOf.
+    int eagerLeaves = 16;
 
     const Motion& CurrentMotion() const { return motions[static_cast<std::size_t>(pass)]; }
     const ProbeNodes& ProbesOf(int wide) const { return probes.nodes[wide]; }
@@ -141,9 +143,11 @@ bool ProbesHit(Query& query, int targetNumber, int wide)
 /// Half the area of a node, to compare it with one of targets.
 float SizeOf(const Query& query, const PlacedNode& probe)
 {
-    if (query.pass != Pass::kSweptQuads) return probe.nodes.halfArea[probe.lane];
+    if (query.pass != Pass::kSweptQuads || query.eagerLeaves == 0)
+        return probe.nodes.halfArea[probe.lane];
     // Sweep lines fill the box of a long motion badly. On their own, from a large node of targets
-    // on, they soon find what they cross.
+    // on, they soon find what they cross; only where the first cross nothing, as those of a plate
+    // full of holes may, many are better told from targets together.
     constexpr float kLonger = 4;
     const Lanes* radius = probe.nodes.radius;
     return kLonger *
@@ -215,6 +219,7 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool 
                                     query.targets, {targetWide, targetLane}))
         return false;
     if (leaf) {
+        if (query.pass == Pass::kSweptQuads && query.eagerLeaves > 0) --query.eagerLeaves;
         PlaceLeafEdges(query.a, query.b, query.probes, query.CurrentMotion(),
                        moving.items[probeLane], query.leaf);
         return EdgesHit(query.a, query.targets, query.leaf, targetWide, targetLane);
