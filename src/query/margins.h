@@ -41,15 +41,20 @@ inline Lanes PlaneHeight(const TargetNodes& targets, Lanes stepAlongNormal, Lane
 }
 
 /// How far an end of an edge can lie beside a side that counts as parallel to it (Lemma 2).
-/// @param parallelAcross   component of a parallel side across any of the edges, at most
-/// @param longest          side of any target
+/// @param parallelAcross  component of a parallel side across any of the edges, at most
+/// @param longest         side of any target
+inline Lanes EdgeEndMargin(Lanes parallelAcross, Lanes longest)
+{
+    return Min(kParallelBeside / kParallelAcross * parallelAcross, 0.5f * longest);
+}
+
+/// The same where more is known.
 /// @param side             longest side that can be parallel to those edges of which nothing better
 ///                         is known
 /// @param besideLongEdges  the same margin for the others, 0 if there are none
 inline Lanes EdgeEndMargin(Lanes parallelAcross, Lanes longest, Lanes side, Lanes besideLongEdges)
 {
-    const Lanes anyEdge = Min(kParallelBeside / kParallelAcross * parallelAcross, 0.5f * longest);
-    return Min(anyEdge, Max(besideLongEdges, 0.5f * side));
+    return Min(EdgeEndMargin(parallelAcross, longest), Max(besideLongEdges, 0.5f * side));
 }
 
 /// How far from a loose region a hit can lie off an edge that is too long for it (Lemma 11).
