@@ -11,6 +11,7 @@
 #include "mesh/triangle.h"
 #include "refine/flip.h"
 #include "refine/growth.h"
+#include "refine/read_ahead.h"
 #include "refine/refine_edges.h"
 #include "refine/size_ratio.h"
 #include "refine/work_list.h"
@@ -105,7 +106,9 @@ float BreakPass(Refinement& r)
     float largest = 0;
     const int bound = r.solid.edgeCount;
     if (bound > 0) MakeRoom(r);
+    ReadAhead ahead(r.solid, r.work.toBreak);
     for (int e = r.work.toBreak.Next(0); e < bound; e = r.work.toBreak.Next(e + 1)) {
+        ahead.Reach(e);
         const Cut cut = DecideEdge(r.solid, e, r.limit);
         if (!Break(r, e, cut.pieces)) continue;
         largest = std::max(largest, cut.ratio);
@@ -117,7 +120,9 @@ float BreakPass(Refinement& r)
 /// One pass over all edges; what a flip changes behind it waits for the next.
 void FlipPass(Refinement& r)
 {
+    ReadAhead ahead(r.solid, r.work.toFlip);
     for (int e = r.work.toFlip.Next(0); e != IndexSet::kNone; e = r.work.toFlip.Next(e + 1)) {
+        ahead.Reach(e);
         r.work.toFlip.Erase(e);
         ++r.steps.flipJudgements;
         const FlipJudgement judgement = JudgeFlip(r.solid, r.solid.edges[e]);
