@@ -42,8 +42,7 @@ RelativePose RelativePoseOf(const Motion& motion, const PlacedNodes& probes,
     pose.error += motion.error; // which covers the probes' boxes too
     for (int k = 0; k < 3; ++k) {
         pose.halfSweep[k] = HalfSweepAlong(motion, targets.box.axis[k]);
-        for (int i = 0; i < 3; ++i)
-            pose.cosine[k][i] = Dot(targets.box.axis[k], probes.axis[i]);
+        for (int i = 0; i < 3; ++i) pose.cosine[k][i] = Dot(targets.box.axis[k], probes.axis[i]);
     }
     return pose;
 }
@@ -208,7 +207,7 @@ NodeOverlap OverlapOf(const Motion& motion, const PlacedNodes& probes, const Tar
     const Lanes probeGap = Widest(gaps.onProbe);
     apart |= probeGap > motion.maxStretch * longestStep;
     const LaneMask onEdge = ~(Max(targetGap, probeGap) > Lanes{});
-    // Most pairs are decided without the margins, which take longer than all else.
+    // Pairs that overlap, or that are far apart, need no margins, which take longer than all else.
     if (!AllOf(apart | onEdge))
         apart |= ~onEdge & ApartBesideEdges(motion, probes, targets, pose, gaps);
     return {~apart, onEdge, DepthOf(motion, gaps)};

@@ -27,7 +27,7 @@ struct StepBounds {
 StepBounds StepBoundsOf(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets,
                         const RelativePose& pose);
 
-/// The length of any step: what is soon known of all of the above.
+/// The length of any step, at most (Lemma 6): what is soon known of all of the above.
 Lanes LongestStep(const Motion& motion, const PlacedNodes& probes, const TargetNodes& targets);
 
 /// Projection on an axis of the probes' boxes of a step beyond the end of an edge.

@@ -101,8 +101,10 @@ constexpr double kNearly = 1 + 1e-5; ///< axes and lengths are rounded to floats
 /// The step from an edge to a hit beside it against what a pair of nodes has for it (Lemmas 2 to
 /// 6). Regions leave room for a contact tolerance across the plane.
 void ExpectStepIsBounded(const Contact& contact, const Motion& motion, const PlacedNodes& probes,
-                         const TargetNodes& targets, const RelativePose& pose, int lane)
+                         const TargetNodes& targets, int lane)
 {
+    const RelativePose pose = RelativePoseOf(motion, probes, targets);
+    const StepBounds step = StepBoundsOf(motion, probes, targets, pose);
     const auto along = [](const Lanes* axis, int n, const Point3& v) {
         return std::fabs(Product(LaneOf(axis, n), v));
     };
@@ -113,31 +115,34 @@ void ExpectStepIsBounded(const Contact& contact, const Motion& motion, const Pla
     if (LengthOf(contact.Edge()) > targets.longestEdge[lane]) { // Lemma 11
         for (const auto& end : contact.edge.ends)
             for (int k = 0; k < 3; ++k)
-                EXPECT_TRUE(bounds(targets.box.half[k] + pose.besideMargin,
+                EXPECT_TRUE(bounds(targets.box.half[k] + step.besideMargin,
                                    along(targets.box.axis[k], lane,
                                          Sum(Widened(end), LaneOf(targets.box.centre, lane), -1))));
     }
+    EXPECT_TRUE(bounds(LongestStep(motion, probes, targets), length));
     for (int k = 0; k < 3; ++k) {
         const double onTarget = along(targets.box.axis[k], lane, contact.step),
                      onProbe = along(probes.axis[k], lane, contact.step);
-        EXPECT_TRUE(bounds(MarginOnTargetAxis(pose, targets, k), onTarget)) << k;
-        EXPECT_TRUE(bounds(MarginOnProbeAxis(motion, probes, targets, pose, k), onProbe,
+        EXPECT_TRUE(bounds(MarginOnTargetAxis(step, targets, k), onTarget)) << k;
+        EXPECT_TRUE(bounds(MarginOnProbeAxis(motion, probes, targets, pose, step, k), onProbe,
                            motion.maxStretch[0]))
             << k;
         if (contact.isBesideSide) continue;
-        EXPECT_TRUE(bounds(pose.beyond[k], onTarget)) << k;
-        EXPECT_TRUE(bounds(BeyondOnProbeAxis(probes, pose, k), onProbe, motion.maxStretch[0])) << k;
+        EXPECT_TRUE(bounds(step.beyond[k], onTarget)) << k;
+        EXPECT_TRUE(bounds(BeyondOnProbeAxis(probes, step, k), onProbe, motion.maxStretch[0])) << k;
     }
     if (!contact.isBesideSide) return;
-    EXPECT_TRUE(bounds(pose.besideMargin, length));
+    EXPECT_TRUE(bounds(step.besideMargin, length));
     EXPECT_TRUE(
-        bounds(pose.stepAlongNormal, along(targets.box.axis[0], lane, contact.Edge()) - kContact));
+        bounds(step.stepAlongNormal, along(targets.box.axis[0], lane, contact.Edge()) - kContact));
 }
 
 /// Edges of the probe off the first axis of a node's box, placed, against their cosines (Lemma 2).
 void ExpectCosinesAreBounded(const Setting& at, const Motion& motion, const Node& probe,
-                             const TargetNodes& targets, const RelativePose& pose, int lane)
+                             const PlacedNodes& placed, const TargetNodes& targets, int lane)
 {
+    const StepBounds step =
+        StepBoundsOf(motion, placed, targets, RelativePoseOf(motion, placed, targets));
     const T_LIST& triangle = at.contact.b->triangles[at.contact.probe];
     const ObbLanes& box = at.probes.nodes[probe.wide].box;
     for (int slot = 0; slot < 3; ++slot) {
@@ -152,7 +157,7 @@ void ExpectCosinesAreBounded(const Setting& at, const Motion& motion, const Node
             image[std::size_t(r)] = Product(LaneOf(motion.matrix[r], 0), edge);
         for (int k = 0; k < 3; ++k)
             EXPECT_LE(std::fabs(Product(LaneOf(targets.box.axis[k], lane), Unit(image))),
-                      pose.edgeCosine[k][lane] * kNearly);
+                      step.edgeCosine[k][lane] * kNearly);
     }
 }
 
@@ -208,9 +213,8 @@ TEST(Bounds, NoPairOfNodesIsPartedThatHoldsAHit)
                         EXPECT_FALSE(NoCornerInPlanes(motion, at.probes, {probe.wide, probe.lane},
                                                       at.targets, {target.wide, target.lane}));
                     }
-                    const RelativePose pose = RelativePoseOf(motion, placed, nodes);
-                    ExpectStepIsBounded(contact, motion, placed, nodes, pose, target.lane);
-                    ExpectCosinesAreBounded(at, motion, probe, nodes, pose, target.lane);
+                    ExpectStepIsBounded(contact, motion, placed, nodes, target.lane);
+                    ExpectCosinesAreBounded(at, motion, probe, placed, nodes, target.lane);
                 }
             }
         }
@@ -334,7 +338,8 @@ TEST(Bounds, NoSweptEdgeRisesLessThanItsFractionHasIt)
             edge[k] = moved + (draw.Below(2) ? own : -own);
         }
         const double rise = std::fabs(Product(normal, edge));
-        const float fraction = RelativePoseOf(motion, placed, nodes).beyondFraction[0];
+        const RelativePose pose = RelativePoseOf(motion, placed, nodes);
+        const float fraction = StepBoundsOf(motion, placed, nodes, pose).beyondFraction[0];
         if (!(fraction < 1)) continue;
         ASSERT_GE(fraction * rise * kNearly, kContact) << n;
         steep += fraction * rise < 1.5 * kContact;
