@@ -316,7 +316,8 @@ struct PlacedBox {
     }
 };
 
-// Lemma 4, of edges that a motion sweeps and whose targets lean as far as a node has it.
+// Lemma 4, of edges that a motion sweeps and whose targets lean as far as a node has it. Where they
+// rise no more, a hit can lie all their length beyond an end.
 TEST(Bounds, NoSweptEdgeRisesLessThanItsFractionHasIt)
 {
     const Draws draw(1);
@@ -324,19 +325,24 @@ TEST(Bounds, NoSweptEdgeRisesLessThanItsFractionHasIt)
     for (int n = 0; n < 200000; ++n) {
         TargetNodes nodes{};
         PlacedNodes placed{};
+        nodes.longestEdge = Splat(HUGE_VALF);
         Motion motion{};
         motion.hasSweptQuads = true;
-        Point3 normal{1, 0, 0}, edge{};
+        Point3 normal{1, 0, 0}, edge{}, own{}, moved{};
         for (std::size_t k = 0; k < 3; ++k) {
-            const double lean = draw.Size(1e-4, 0.5), own = draw.Size(1e-4, 1),
-                         moved = draw.Size(1e-3, 1);
+            const double lean = draw.Size(1e-4, 0.5);
+            own[k] = draw.Size(1e-4, 1);
+            moved[k] = draw.Size(1e-3, 1);
             nodes.deviation[k] = Splat(float(lean));
             nodes.box.axis[k][k] = placed.axis[k][k] = Splat(1);
-            placed.edgeExtent[k] = Splat(float(own));
-            motion.displacement[k] = Splat(float(moved));
+            placed.edgeExtent[k] = Splat(float(own[k]));
+            motion.displacement[k] = Splat(float(moved[k]));
             normal[k] += draw.Below(2) ? lean : -lean;
-            edge[k] = moved + (draw.Below(2) ? own : -own);
+            edge[k] = moved[k] + (draw.Below(2) ? own[k] : -own[k]);
         }
+        placed.longest = Splat(RoundUp(LengthOf(own)));
+        motion.sweptLength = Splat(RoundUp(LengthOf(moved)));
+        ASSERT_GE(LongestStep(motion, placed, nodes)[0] * kNearly, LengthOf(edge)) << n;
         const double rise = std::fabs(Product(normal, edge));
         const RelativePose pose = RelativePoseOf(motion, placed, nodes);
         const float fraction = StepBoundsOf(motion, placed, nodes, pose).beyondFraction[0];
