@@ -137,13 +137,14 @@ void FlipPass(Refinement& r)
     }
 }
 
-/// Whether refinement still leads anywhere. Passes can undo each other for ever: a triangle that
-/// merging left with two corners on one vertex breaks into pieces that bring back the edge that
-/// they came from; and, rarely, in a sound mesh a flip brings back the edge that a break took away.
-/// Elsewhere the largest edge shrinks: each pass takes half a limit or more from every edge above
-/// the limit, and a new edge is no longer than the sides that it runs between. It can keep its size
-/// only while one of those is still being cut, which takes two passes for each limit in its length.
-/// As many without a new least maximum, and some more, are a loop.
+/// Whether refinement still leads anywhere. Passes can undo each other for ever: a triangle with a
+/// lost side (docs/behaviour.md) above twice the limit always has one of its others above the
+/// limit, since they are together as long, and each break moves the corner between them and adds
+/// thin triangles there; and, rarely, in a sound mesh a flip brings back the edge that a break took
+/// away. Elsewhere the largest edge shrinks: each pass takes half a limit or more from every edge
+/// above the limit, and a new edge is no longer than the sides that it runs between. It can keep
+/// its size only while one of those is still being cut, which takes two passes for each limit in
+/// its length. As many without a new least maximum, and some more, are a loop.
 struct Progress {
     float least = HUGE_VALF;
     int idlePasses = 0;

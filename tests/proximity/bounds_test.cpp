@@ -8,6 +8,7 @@
 #include "proximity/query/leaf_cache.h"
 #include "proximity/query/moving_box.h"
 #include "proximity/query/node_bounds.h"
+#include "proximity/query/separation.h"
 #include "support.h"
 
 namespace
@@ -182,7 +183,12 @@ TEST(ProximityBounds, OfExtentsHoldTheCornersAsPlacedAndNoMore)
 TEST(ProximityBounds, OfLeavingHoldEvenWhereBoxesReachAhead)
 {
     Random random{std::mt19937(12)};
-    int dropped = 0, nearer = 0;
+    int dropped = 0, nearer = 0, deeper = 0;
+    const auto gapOf = [](const Triangle& x, const Triangle& y) { // negative for depth
+        if (const PairDistance apart = DistanceOf(x, y); apart.lower > 0) return apart.distance;
+        const Directions all = SeparatingDirections(x, y, {});
+        return all.gap[all.widest];
+    };
     for (int i = 0; i < 4000; ++i) {
         const Body a(random.Strip(1, 2, 0.1)), b(random.Strip(1, 2, 0.1));
         const scapi_motion x = random.Motion(1, 0), y = random.Motion(1, 0);
@@ -195,18 +201,20 @@ TEST(ProximityBounds, OfLeavingHoldEvenWhereBoxesReachAhead)
         if (!PartsForGood(boxA, boxB, away, room)) continue;
         ++dropped;
         const Triangle rests = PlaceTriangle(b.tree, placeB, 0);
-        const double start = DistanceOf(PlaceTriangle(a.tree, placeA, 0), rests).distance;
+        const double start = gapOf(PlaceTriangle(a.tree, placeA, 0), rests);
         for (double way = 0.01; way < 5; way *= 1.5) {
             Triangle gone = PlaceTriangle(a.tree, placeA, 0);
             for (auto& corner : gone.corner)
                 for (int k = 0; k < 3; ++k) corner[k] += way * away[k];
-            const double distance = DistanceOf(gone, rests).distance;
-            ASSERT_GE(distance, start - room - 1e-9) << i;
-            nearer += distance < start - 1e-3;
+            const double gap = gapOf(gone, rests);
+            ASSERT_GE(gap, start - room - 1e-9) << i;
+            nearer += gap < start - 1e-3;
+            deeper += start < 0 && gap < start - 1e-3;
         }
     }
     EXPECT_GT(dropped, 500);
     EXPECT_GT(nearer, 0) << "the room is taken";
+    EXPECT_GT(deeper, 0) << "by triangles that cross, too";
 }
 
 TEST(ProximityBounds, OfLeavesNeverDropAPairAtTheLimit)
