@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <span>
 #include <vector>
 
 #include "bvh/query_trees.h"
@@ -58,8 +59,11 @@ struct Query {
     const Motions& motions; ///< by pass
     Pass pass;
     bool defers = true; ///< pairs that can hit beside edges only
+    /// Of a first look: so many ways down are left below the pair, each to a leaf or to where
+    /// nothing overlaps. 0 where all pairs are looked at.
+    int ways = 0;
     /// So many leaves of swept quads are still gone down to at once, by SizeOf.
-    int eagerLeaves = 16;
+    int eagerLeaves = 64;
 
     const Motion& CurrentMotion() const { return motions[static_cast<std::size_t>(pass)]; }
     const ProbeNodes& ProbesOf(int wide) const { return probes.nodes[wide]; }
@@ -78,20 +82,39 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool 
 /// Looks at a pair in each pass for one kind of edges.
 bool PassesHit(Query& query, const NodePair& pair);
 
-/// Calls `hits` with each lane in `any`, by depth of overlap, since a hit is likeliest where that
-/// is greatest. @return whether one of them hits
+/// Calls `hits` with some lanes, and shares the ways that are left of a first look among them. So
+/// these spread over both solids, where the deepest overlaps may all be at the same hole.
 template <class Hits>
-bool AnyLaneHits(Lanes depth, LaneMask any, int count, Hits hits)
+bool AnyWayHits(Query& query, std::span<const int> lanes, Hits hits)
 {
+    int left = query.ways;
+    for (std::size_t i = 0; i < lanes.size() && left > 0; ++i) {
+        const int rest = int(lanes.size() - i), share = (left + rest - 1) / rest;
+        query.ways = share;
+        if (hits(lanes[i])) return true;
+        left -= std::max(share - query.ways, 1);
+    }
+    query.ways = left;
+    return false;
+}
+
+/// Calls `hits` with each lane that overlaps, by depth, since a hit is likeliest where that is
+/// greatest. @return whether one of them hits
+template <class Hits>
+bool AnyLaneHits(Query& query, const NodeOverlap& overlap, int count, Hits hits)
+{
+    const bool looksFirst = query.ways > 0;
+    const LaneMask any = looksFirst ? overlap.any & overlap.onEdge : overlap.any;
     std::array<int, kLanes> order;
-    int found = 0;
+    std::size_t found = 0;
     for (int lane = 0; lane < count; ++lane) {
         if (!any[lane]) continue;
-        int at = found++;
-        for (; at > 0 && depth[order[std::size_t(at - 1)]] < depth[lane]; --at)
-            order[std::size_t(at)] = order[std::size_t(at - 1)];
-        order[std::size_t(at)] = lane;
+        std::size_t at = found++;
+        for (; at > 0 && overlap.depth[order[at - 1]] < overlap.depth[lane]; --at)
+            order[at] = order[at - 1];
+        order[at] = lane;
     }
+    if (looksFirst) return AnyWayHits(query, {order.data(), found}, hits);
     return std::any_of(order.begin(), order.begin() + found, hits);
 }
 
@@ -107,7 +130,7 @@ bool TargetsHit(Query& query, int wide, int probeNumber, const PlacedNode& place
         overlap.any &= MeetCells(query.CurrentMotion(), placed.nodes, query.targets.cells[wide]);
     ++querySteps.nodePairs;
     const int count = query.targets.bvh.wide[wide].count;
-    return AnyLaneHits(overlap.depth, overlap.any, count, [&](int lane) {
+    return AnyLaneHits(query, overlap, count, [&](int lane) {
         return PairHits(query, {NodePair::Number(wide, lane), probeNumber}, placed,
                         overlap.onEdge[lane] != 0);
     });
@@ -132,22 +155,23 @@ bool ProbesHit(Query& query, int targetNumber, int wide)
     PlacedNodes placed;
     const LaneMask present =
         PlaceNodes(query.CurrentMotion(), query.ProbesOf(wide), query.a.octree->root->bbox, placed);
-    const NodeOverlap overlap = OverlapOfTarget(query, placed, targetNumber);
+    NodeOverlap overlap = OverlapOfTarget(query, placed, targetNumber);
+    overlap.any &= present;
     const int count = query.probes.bvh.wide[wide].count;
-    return AnyLaneHits(overlap.depth, overlap.any & present, count, [&](int lane) {
+    return AnyLaneHits(query, overlap, count, [&](int lane) {
         return PairHits(query, {targetNumber, NodePair::Number(wide, lane)}, {placed, lane, false},
                         overlap.onEdge[lane] != 0);
     });
 }
 
 /// Half the area of a node, to compare it with one of targets.
-float SizeOf(const Query& query, const PlacedNode& probe)
+float SizeOf(const Query& query, const PlacedNode& probe, bool onEdge)
 {
-    if (query.pass != Pass::kSweptQuads || query.eagerLeaves == 0)
+    if (query.pass != Pass::kSweptQuads || !onEdge || query.eagerLeaves == 0)
         return probe.nodes.halfArea[probe.lane];
     // Sweep lines fill the box of a long motion badly. On their own, from a large node of targets
-    // on, they soon find what they cross; only where the first cross nothing, as those of a plate
-    // full of holes may, many are better told from targets together.
+    // on, they soon find what they cross. Where the first cross nothing, as those of a plate full
+    // of holes may, many are better told from targets together, as is what lies beside them.
     constexpr float kLonger = 4;
     const Lanes* radius = probe.nodes.radius;
     return kLonger *
@@ -174,7 +198,7 @@ bool DescendsTargets(const Query& query, const NodePair& pair, const PlacedNode&
             query.probes.CornerSetOf(NodePair::WideOf(pair.probe), NodePair::LaneOf(pair.probe));
         if (corners.groups > 0 && own.items[lane].Count() > kMaxCornerSetItems) return true;
     }
-    return targets.box.halfArea[lane] > SizeOf(query, probe);
+    return targets.box.halfArea[lane] > SizeOf(query, probe, onEdge);
 }
 
 /// Whether to go on with a pass for each kind of edges: where nodes are small against the motion,
@@ -280,6 +304,28 @@ bool PassesHit(Query& query, const NodePair& pair)
     return false;
 }
 
+/// A first look at sweep lines alone. A long motion through a solid crosses it in many places, of
+/// which a few ways down find one; a whole traversal may begin at a hole, and be long in coming
+/// out.
+bool FirstLookHits(Query& query)
+{
+    constexpr int kWays = 8;
+    StartPass(query, Pass::kSweptQuads);
+    query.ways = kWays;
+    const bool hits = ProbesHit(query, 0, 0);
+    query.ways = 0;
+    StartPass(query, Pass::kAll);
+    return hits;
+}
+
+/// Whether a motion is longer than the solid, so that most of what it sweeps is neither near the
+/// start nor near the end.
+bool IsLong(const Motion& motion, const ObbLanes& bounds)
+{
+    return motion.sweptLength[0] >
+           2 * std::max({bounds.half[0][0], bounds.half[1][0], bounds.half[2][0]});
+}
+
 bool HasTolerance(const SOLIDC& solid)
 {
     return solid.tolerance >= 0 && std::isfinite(solid.tolerance);
@@ -316,9 +362,9 @@ Answer DetectByTrees(SOLIDC& a, SOLIDC& b)
     if (!IsModerate(motion)) return Answer::kUnknown;
     const Motions motions = MotionsOf(b, motion);
     const Pass first = b.isSwept ? Pass::kAll : Pass::kEnd;
+    const Motion& whole = motions[static_cast<std::size_t>(first)];
     // Most solids are far from each other, and need no trees.
-    if (!MayMeet(motions[static_cast<std::size_t>(first)], *bounds, a.octree->root->bbox))
-        return Answer::kNone;
+    if (!MayMeet(whole, *bounds, a.octree->root->bbox)) return Answer::kNone;
     TargetTree* targets = TargetTreeOf(a);
     ProbeTree* probes = ProbeTreeOf(b);
     if (!targets || !probes) return Answer::kUnknown;
@@ -326,7 +372,9 @@ Answer DetectByTrees(SOLIDC& a, SOLIDC& b)
     ProbeLeaf leaf;
     DeferredPairs deferred;
     Query query{a, b, *targets, *probes, leaf, deferred, motions, first};
-    return ProbesHit(query, 0, 0) || DeferredPairsHit(query) ? Answer::kHit : Answer::kNone;
+    const bool hits = (IsLong(whole, *bounds) && FirstLookHits(query)) || ProbesHit(query, 0, 0) ||
+                      DeferredPairsHit(query);
+    return hits ? Answer::kHit : Answer::kNone;
 }
 
 } // namespace
