@@ -441,7 +441,10 @@ ProbeTree* ProbeTreeOf(SOLIDC& solid)
 {
     if (!ProbeBoundsOf(solid)) return nullptr;
     ProbeTree& tree = QueryTreesOf(solid).probes;
-    if (!tree.tried) BuildProbes(solid, tree);
+    if (!tree.tried) {
+        tree = {}; // of a query that ran out of memory
+        BuildProbes(solid, tree);
+    }
     tree.tried = true;
     return &tree;
 }

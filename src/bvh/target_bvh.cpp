@@ -447,6 +447,7 @@ TargetTree* TargetTreeOf(SOLIDC& solid)
 {
     TargetTree& tree = QueryTreesOf(solid).targets;
     if (!tree.tried && solid.octree && IsPlainBox(solid.octree->root->bbox)) {
+        tree = {}; // of a query that ran out of memory
         const auto count = static_cast<std::size_t>(solid.triangleCount);
         tree.target.reserve(count);
         constexpr int kFine = 2; // levels from which on cells are worth a test of their own

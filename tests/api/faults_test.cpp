@@ -1,9 +1,12 @@
 // Memory that runs out.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <new>
 
 #include "bvh/query_trees.h"
+#include "mesh/before_change.h"
 #include "mesh/memory.h"
 #include "support/cache_file.h"
 
@@ -168,6 +171,23 @@ TEST(Faults, RefinementThatUnwindsLeavesAMeshThatIsWhole)
     };
     // Or the arrays hardly grew.
     EXPECT_GT(FailEachAllocation([&] { solid->SubdivideEdges(solid->octreeCellSize); }, check), 10);
+}
+
+TEST(Faults, QueryThatUnwindsLeavesNothingToTheNext)
+{
+    const auto a = LoadedSolid(SphereMesh(6, 1)), b = LoadedSolid(SphereMesh(6, 1));
+    for (int e = 0; e < b->edgeCount; e += 3) b->edges[e].vertex[0] = 0; // foreign to most
+    const auto build = [&] { TargetTreeOf(*a), ProbeTreeOf(*b); };
+    const auto check = [&] {
+        build();
+        const auto& foreign = ProbeTreeOf(*b)->foreign;
+        EXPECT_EQ(TargetTreeOf(*a)->target.size(), std::size_t(a->triangleCount));
+        EXPECT_FALSE(foreign.empty());
+        EXPECT_EQ(std::ranges::adjacent_find(foreign, std::ranges::greater_equal{}), foreign.end());
+        ReleaseQueryTrees(*a);
+        ReleaseQueryTrees(*b);
+    };
+    EXPECT_GT(FailEachAllocation(build, check), 10);
 }
 
 TEST(Faults, FlatCopyWithoutItsPointersReleasesWhatIsLeft)
