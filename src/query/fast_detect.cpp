@@ -59,9 +59,9 @@ struct Query {
     const Motions& motions; ///< by pass
     Pass pass;
     bool defers = true; ///< pairs that can hit beside edges only
-    /// Of a first look: so many ways down are left below the pair, each to a leaf or to where
+    /// Of a first look: so many descents are left below the pair, each to a leaf or to where
     /// nothing overlaps. 0 where all pairs are looked at.
-    int ways = 0;
+    int descents = 0;
     /// So many leaves of swept quads are still gone down to at once, by SizeOf.
     int eagerLeaves = 64;
 
@@ -82,19 +82,19 @@ bool PairHits(Query& query, const NodePair& pair, const PlacedNode& probe, bool 
 /// Looks at a pair in each pass for one kind of edges.
 bool PassesHit(Query& query, const NodePair& pair);
 
-/// Calls `hits` with some lanes, and shares the ways that are left of a first look among them. So
-/// these spread over both solids, where the deepest overlaps may all be at the same hole.
+/// Calls `hits` with some lanes, and shares the descents left of a first look among them. So these
+/// spread over both solids, where the deepest overlaps may all be at the same hole.
 template <class Hits>
-bool AnyWayHits(Query& query, std::span<const int> lanes, Hits hits)
+bool AnyDescentHits(Query& query, std::span<const int> lanes, Hits hits)
 {
-    int left = query.ways;
+    int left = query.descents;
     for (std::size_t i = 0; i < lanes.size() && left > 0; ++i) {
         const int rest = int(lanes.size() - i), share = (left + rest - 1) / rest;
-        query.ways = share;
+        query.descents = share;
         if (hits(lanes[i])) return true;
-        left -= std::max(share - query.ways, 1);
+        left -= std::max(share - query.descents, 1);
     }
-    query.ways = left;
+    query.descents = left;
     return false;
 }
 
@@ -103,7 +103,7 @@ bool AnyWayHits(Query& query, std::span<const int> lanes, Hits hits)
 template <class Hits>
 bool AnyLaneHits(Query& query, const NodeOverlap& overlap, int count, Hits hits)
 {
-    const bool looksFirst = query.ways > 0;
+    const bool looksFirst = query.descents > 0;
     const LaneMask any = looksFirst ? overlap.any & overlap.onEdge : overlap.any;
     std::array<int, kLanes> order;
     std::size_t found = 0;
@@ -114,7 +114,7 @@ bool AnyLaneHits(Query& query, const NodeOverlap& overlap, int count, Hits hits)
             order[at] = order[at - 1];
         order[at] = lane;
     }
-    if (looksFirst) return AnyWayHits(query, {order.data(), found}, hits);
+    if (looksFirst) return AnyDescentHits(query, {order.data(), found}, hits);
     return std::any_of(order.begin(), order.begin() + found, hits);
 }
 
@@ -305,15 +305,15 @@ bool PassesHit(Query& query, const NodePair& pair)
 }
 
 /// A first look at sweep lines alone. A long motion through a solid crosses it in many places, of
-/// which a few ways down find one; a whole traversal may begin at a hole, and be long in coming
+/// which a few descents find one; a whole traversal may begin at a hole, and be long in coming
 /// out.
 bool FirstLookHits(Query& query)
 {
-    constexpr int kWays = 8;
+    constexpr int kDescents = 8;
     StartPass(query, Pass::kSweptQuads);
-    query.ways = kWays;
+    query.descents = kDescents;
     const bool hits = ProbesHit(query, 0, 0);
-    query.ways = 0;
+    query.descents = 0;
     StartPass(query, Pass::kAll);
     return hits;
 }
